@@ -1,0 +1,15 @@
+#include <cstdio>
+
+#include "core/service_context.h"
+#include "core/task.h"
+
+int main() {
+    // Log lines appear as they happen, also into a pipe or a file.
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    const int result = mfgp_sessionTableCreate();
+    if (result != 0)
+        return result;
+    mfgp_taskEntry();
+    mfgp_sessionTableFree();
+    return 0;
+}

@@ -1,0 +1,69 @@
+#include "core/receive.h"
+
+#include "core/clock.h"
+#include "core/transport.h"
+#include "protocol/account_check.h"
+#include "protocol/codec.h"
+#include "protocol/parser.h"
+
+namespace {
+
+constexpr int kOtherPeer = -10301;
+
+bool sameStation(const sockaddr_in& a, const sockaddr_in& b) {
+    return a.sin_family == b.sin_family && a.sin_port == b.sin_port &&
+           a.sin_addr.s_addr == b.sin_addr.s_addr;
+}
+
+// Binds the first station that speaks and from then on accepts only it. Returns 1 when the packet
+// may be handled.
+int checkPeer(ServiceContext* ctx, const sockaddr_in& sender) {
+    if (ctx->peerBound != 0)
+        return sameStation(ctx->peerAddr, sender) ? 1 : 0;
+    ctx->peerAddr = sender;
+    ctx->peerBound = 1;
+    return 1;
+}
+
+int refusePeer(ServiceContext* ctx, size_t* replyLength) {
+    mfgp_setVersion(ctx->replyBuf, kProtocolVersion);
+    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoOtherPeer);
+    mfgp_encode(ctx, replyLength);
+    return kOtherPeer;
+}
+
+int handleDatagram(ServiceContext* ctx, const sockaddr_in& sender, size_t* replyLength) {
+    if (mfgp_version(ctx->recvBuf) != kProtocolVersion) {
+        // Twelve bytes that are zero but for the info: all an old station looks at.
+        mfgp_setInfo(ctx->replyBuf, kInfoWrongVersion);
+        *replyLength = kShortReplySize;
+        return 0;
+    }
+    if (!checkPeer(ctx, sender))
+        return refusePeer(ctx, replyLength);
+    ctx->lastBeat = mfgp_clock();
+    return mfgp_parserVerTwoOpt(ctx, replyLength);
+}
+
+}  // namespace
+
+int mfgp_parserHandler(ServiceContext* ctx) {
+    memset(ctx->recvBuf, 0, sizeof ctx->recvBuf);
+    memset(ctx->replyBuf, 0, sizeof ctx->replyBuf);
+    sockaddr_in sender = {};
+    const int received = mfgp_udpReceive(ctx, &sender);
+    if (received != 0)
+        return received;
+
+    mfgp_checkAccount(ctx);  // decides nothing: a station without the account fails the digest
+    ctx->flags |= kFlagSendReply;
+    size_t replyLength = 0;
+    const int result = handleDatagram(ctx, sender, &replyLength);
+
+    if ((ctx->flags & kFlagSendReply) != 0) {
+        const int sent = mfgp_udpSend(ctx, replyLength, sender);
+        if (sent != 0)
+            return sent;
+    }
+    return result;
+}

@@ -1,0 +1,46 @@
+#include "core/transport.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "core/report.h"
+
+int mfgp_udpSocketCreate(ServiceContext* ctx) {
+    ctx->sockFd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    return ctx->sockFd >= 0 ? 0 : report(-10101, "mfgp_udpSocketCreate failed");
+}
+
+int mfgp_udpSocketBind(ServiceContext* ctx) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(kServicePort);
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    if (bind(ctx->sockFd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        return report(-10103, "failed to bind socket");
+    const int on = 1;
+    setsockopt(ctx->sockFd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    return 0;
+}
+
+int mfgp_udpSocketClose(ServiceContext* ctx) {
+    // Start-up comes here also when it got no further than the context, or not even that far.
+    if (ctx == nullptr || close(ctx->sockFd) != 0)
+        return report(-10102, "mfgp_udpSocketClose failed");
+    ctx->sockFd = -1;
+    return 0;
+}
+
+int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender) {
+    socklen_t senderSize = sizeof *sender;
+    const ssize_t received = recvfrom(ctx->sockFd, ctx->recvBuf, kMaxDatagram, MSG_DONTWAIT,
+                                      reinterpret_cast<sockaddr*>(sender), &senderSize);
+    return received >= 0 ? 0 : report(-10106, "receive error");
+}
+
+int mfgp_udpSend(ServiceContext* ctx, size_t length, const sockaddr_in& receiver) {
+    const ssize_t sent = sendto(ctx->sockFd, ctx->replyBuf, length, 0,
+                                reinterpret_cast<const sockaddr*>(&receiver), sizeof receiver);
+    return sent == static_cast<ssize_t>(length) ? 0
+                                                : report(-10105, "mfgp_parserHandler sendto error");
+}
