@@ -1,0 +1,128 @@
+#include "commands/identity_read.h"
+
+#include <cstdio>
+
+#include "commands/factory_fields.h"
+#include "commands/region_table.h"
+#include "commands/reply.h"
+
+namespace {
+
+constexpr size_t kLongestField = 64;
+
+struct IdentityField {
+    uint8_t subType;
+    bool dropCache;  // the field may have been written in this run
+    const char* key;
+    size_t readBytes;
+    uint32_t replyLength;
+    const char* emptyAnswer;
+    int code;
+    const char* message;
+    const char* logName;
+    const char* logComma;  // with or without a blank, as log readers know it
+};
+
+// clang-format off
+//                                   no.  cache  key            read  reply  if empty    code    message                    log name      comma
+constexpr IdentityField kProductId   {10, false, "PRODUCT_ID",  16,   16,    "00000000", -10330, "get Product ID failed",   "proID",       ","};
+constexpr IdentityField kDeviceId    {53, true,  "DEV_ID",      64,   64,    "",         -10316, "get device ID failed",    "device id",   ","};
+constexpr IdentityField kMac         {55, true,  "MAC",         17,   17,    "",         -10320, "get mac failed",          "mac",         ", "};
+constexpr IdentityField kFirmwareId  {56, false, "FW_ID",       64,   64,    "",         -10321, "get fw ID failed",        "fw id",       ", "};
+// Reports the firmware ID's message: what a station's log filter has always matched.
+constexpr IdentityField kHardwareId  {57, false, "HW_ID",       64,   64,    "",         -10322, "get fw ID failed",        "hw id",       ", "};
+constexpr IdentityField kOemId       {59, true,  "OEM_ID",      64,   64,    "",         -10324, "get OEM ID failed",       "oem id",      ","};
+constexpr IdentityField kSpecialId   {64, true,  "SPECIAL_ID",  64,   64,    "UN",       -10326, "get special ID failed",   "special id",  ","};
+constexpr IdentityField kCountryCode {66, true,  "COUNTRY",     64,   64,    "UN",       -10328, "get Country Code failed", "countryCode", ","};
+// clang-format on
+
+// Reads and logs the field into text[kLongestField + 1].
+int readField(const Reply& reply, const IdentityField& field, char* text) {
+    if (field.dropCache)
+        mfgp_dropFirmCache();
+    if (mfgp_readFirmField(field.key, field.readBytes, text) != 0)
+        return mfgp_replyFail(reply, field.code, field.message);
+    mfgp_traceAt(reply.site, "get %s is: %s%slen is %d\n", field.logName, text, field.logComma,
+                 static_cast<int>(strlen(text)));
+    return 0;
+}
+
+bool isEmpty(const char* text) {
+    return text[0] == '\0' || text[0] == '\n';
+}
+
+int answer(const Reply& reply, const IdentityField& field, const char* text) {
+    mfgp_replyPut(reply, isEmpty(text) ? field.emptyAnswer : text);
+    mfgp_replyLogPayload(reply);
+    return mfgp_replyOk(reply, field.replyLength);
+}
+
+int getField(ServiceContext* ctx, const IdentityField& field, CallSite site = mfgp_callSite()) {
+    const Reply reply = mfgp_replyBegin(ctx, field.subType, site);
+    char text[kLongestField + 1];
+    const int result = readField(reply, field, text);
+    return result == 0 ? answer(reply, field, text) : result;
+}
+
+}  // namespace
+
+int mfgp_cmd_getProdId(ServiceContext* ctx) {
+    return getField(ctx, kProductId);
+}
+
+int mfgp_cmd_getDevID(ServiceContext* ctx) {
+    return getField(ctx, kDeviceId);
+}
+
+int mfgp_cmd_getMAC(ServiceContext* ctx) {
+    return getField(ctx, kMac);
+}
+
+int mfgp_cmd_getFwID(ServiceContext* ctx) {
+    return getField(ctx, kFirmwareId);
+}
+
+int mfgp_cmd_getHwID(ServiceContext* ctx) {
+    return getField(ctx, kHardwareId);
+}
+
+int mfgp_cmd_getOemID(ServiceContext* ctx) {
+    return getField(ctx, kOemId);
+}
+
+int mfgp_cmd_getCountryCode(ServiceContext* ctx) {
+    return getField(ctx, kCountryCode);
+}
+
+int mfgp_cmd_getSpecialID(ServiceContext* ctx) {
+    const Reply reply = mfgp_replyBegin(ctx, kSpecialId.subType);
+    char text[kLongestField + 1] = {};
+    const int result = readField(reply, kSpecialId, text);
+    if (result != 0)
+        return result;
+    if (!isEmpty(text)) {
+        mfgp_regionOfSpecialId(text, mfgp_payloadText(reply));
+        mfgp_replyLogPayload(reply);
+        return mfgp_replyOk(reply, kSpecialId.replyLength);
+    }
+    return answer(reply, kSpecialId, text);
+}
+
+int mfgp_cmd_getHwDesc(ServiceContext* ctx) {
+    constexpr size_t kPartSize = 32;
+    constexpr uint32_t kReplyLength = 128;
+    const Reply reply = mfgp_replyBegin(ctx, 58);
+    char model[kPartSize];
+    char version[kPartSize];
+    if (mfgp_readFirmField("MODEL", kPartSize - 1, model) != 0 ||
+        mfgp_readFirmField("HARDVERSION", kPartSize - 1, version) != 0)
+        return mfgp_replyFail(reply, -10323, "get hw desc failed");
+    char text[kReplyLength + 1] = {};
+    if (model[0] != '\0' || version[0] != '\0')
+        snprintf(text, sizeof text, "%s %s", model, version);
+    mfgp_traceAt(reply.site, "get device id is: %s, len is %d\n", text,
+                 static_cast<int>(strlen(text)));
+    mfgp_replyPut(reply, text);
+    mfgp_replyLogPayload(reply);
+    return mfgp_replyOk(reply, kReplyLength);
+}

@@ -1,0 +1,135 @@
+#include "commands/special_commands.h"
+
+#include <algorithm>
+
+#include "commands/identity_read.h"
+#include "commands/reply.h"
+#include "core/produce_mode.h"
+
+namespace {
+
+constexpr uint8_t kFirstSubType = 10;
+constexpr uint8_t kLastSubType = 135;
+
+struct SpecialCommand {
+    uint8_t subType;
+    bool produceModeOnly;
+    Handler run;  // null: not built into this daemon, answered as unknown
+};
+
+constexpr bool kAlways = false;
+constexpr bool kGated = true;
+
+constexpr SpecialCommand kSpecialCommands[] = {
+    {10, kGated, mfgp_cmd_getProdId},
+    {17, kGated, nullptr},
+    {18, kGated, nullptr},
+    {50, kGated, nullptr},
+    {53, kAlways, mfgp_cmd_getDevID},
+    {54, kGated, nullptr},
+    {55, kAlways, mfgp_cmd_getMAC},
+    {56, kGated, mfgp_cmd_getFwID},
+    {57, kGated, mfgp_cmd_getHwID},
+    {58, kGated, mfgp_cmd_getHwDesc},
+    {59, kGated, mfgp_cmd_getOemID},
+    {60, kGated, nullptr},
+    {64, kAlways, mfgp_cmd_getSpecialID},
+    {65, kGated, nullptr},
+    {66, kAlways, mfgp_cmd_getCountryCode},
+    {67, kGated, nullptr},
+    {68, kAlways, nullptr},
+    {69, kAlways, nullptr},
+    {70, kAlways, nullptr},
+    {71, kAlways, nullptr},
+    {75, kGated, nullptr},
+    {76, kAlways, nullptr},
+    {77, kGated, nullptr},
+    {78, kGated, nullptr},
+    {79, kGated, nullptr},
+    {80, kGated, nullptr},
+    {82, kAlways, nullptr},
+    {86, kGated, nullptr},
+    {87, kGated, nullptr},
+    {88, kGated, nullptr},
+    {89, kGated, nullptr},
+    {90, kAlways, nullptr},
+    {91, kAlways, nullptr},
+    {92, kAlways, nullptr},
+    {93, kAlways, nullptr},
+    {94, kAlways, nullptr},
+    {104, kGated, nullptr},
+    {105, kGated, nullptr},
+    {106, kAlways, nullptr},
+    {107, kAlways, nullptr},
+    {108, kAlways, nullptr},
+    {109, kAlways, nullptr},
+    {110, kAlways, nullptr},
+    {112, kAlways, nullptr},
+    {113, kAlways, nullptr},
+    {114, kAlways, nullptr},
+    {115, kAlways, nullptr},
+    {116, kAlways, nullptr},
+    {128, kGated, nullptr},
+    {131, kAlways, nullptr},
+    {135, kGated, nullptr},
+};
+
+constexpr bool subTypesRise() {
+    int last = kFirstSubType - 1;
+    for (const SpecialCommand& command : kSpecialCommands) {
+        if (command.subType <= last)
+            return false;
+        last = command.subType;
+    }
+    return last <= kLastSubType;
+}
+static_assert(subTypesRise(), "sub-types must rise, not repeat, and lie within the table");
+
+// The rows above, by sub-type; what has no row stays empty.
+struct CommandIndex {
+    SpecialCommand commands[kLastSubType - kFirstSubType + 1];
+};
+constexpr CommandIndex kIndex = [] {
+    CommandIndex index = {};
+    for (const SpecialCommand& command : kSpecialCommands)
+        index.commands[command.subType - kFirstSubType] = command;
+    return index;
+}();
+
+constexpr SpecialCommand find(uint8_t subType) {
+    if (subType < kFirstSubType || subType > kLastSubType)
+        return {};
+    return kIndex.commands[subType - kFirstSubType];
+}
+
+void logRequest(const ServiceContext* ctx) {
+    char text[256] = {};
+    const uint32_t length = mfgp_payloadLengthHostOrder(ctx->recvBuf);
+    memcpy(text, mfgp_payload(ctx->recvBuf), std::min<uint32_t>(length, sizeof text - 1));
+    mfgp_traceAt({"mfgp_cmd_spCmd", __LINE__}, "#spCmd: %s\n", text);
+    mfgp_traceAt({"mfgp_cmd_spCmd", __LINE__}, "#spCmd:0x%x\n",
+                 unsigned{mfgp_subType(ctx->recvBuf)});
+}
+
+}  // namespace
+
+int mfgp_cmd_spCmd(ServiceContext* ctx) {
+    logRequest(ctx);
+    const SpecialCommand command = find(mfgp_subType(ctx->recvBuf));
+    const bool produceMode = mfgp_isProduceMode();
+    if (!produceMode && command.produceModeOnly) {
+        mfgp_spCmd_replyRefused(ctx);
+        return report(-10300, "Lumo is not in produce mode!");
+    }
+    MFGP_TRACE("#flags:0x%x\n", ctx->flags);
+    if (command.run != nullptr)
+        return command.run(ctx);
+    mfgp_setInfo(ctx->replyBuf, kInfoUnknownSubType);
+    return 0;
+}
+
+void mfgp_spCmd_replyRefused(ServiceContext* ctx) {
+    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoFailed);
+    mfgp_setType(ctx->replyBuf, kTypeSpecial);
+    mfgp_setSubType(ctx->replyBuf, mfgp_subType(ctx->recvBuf));
+}
