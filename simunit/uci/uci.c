@@ -1,0 +1,280 @@
+/* Contexts, look-ups and error texts; uci_file.c reads the files. */
+#include "uci.h"
+
+#include <ctype.h>
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "uci_tree.h"
+
+/* --- the tree --- */
+
+void uci_list_init(struct uci_list* list) {
+    list->next = list;
+    list->prev = list;
+}
+
+void* uci_new_element(struct uci_list* list, size_t size, enum uci_type type, const char* name) {
+    struct uci_element* e = calloc(1, size);
+    if (e == NULL)
+        return NULL;
+    e->type = type;
+    e->name = strdup(name);
+    if (e->name == NULL) {
+        free(e);
+        return NULL;
+    }
+    e->list.next = list;
+    e->list.prev = list->prev;
+    list->prev->next = &e->list;
+    list->prev = &e->list;
+    return e;
+}
+
+static void free_list(struct uci_list* list) {
+    while (list->next != list)
+        uci_free_element(uci_to_element(list->next));
+}
+
+void uci_free_element(struct uci_element* e) {
+    switch (e->type) {
+        case UCI_TYPE_PACKAGE:
+            free_list(&uci_to_package(e)->sections);
+            break;
+        case UCI_TYPE_SECTION:
+            free_list(&uci_to_section(e)->options);
+            free(uci_to_section(e)->type);
+            break;
+        case UCI_TYPE_OPTION:
+            if (uci_to_option(e)->type == UCI_TYPE_LIST)
+                free_list(&uci_to_option(e)->v.list);
+            else
+                free(uci_to_option(e)->v.string);
+            break;
+        default:
+            break;
+    }
+    e->list.prev->next = e->list.next;
+    e->list.next->prev = e->list.prev;
+    free(e->name);
+    free(e);
+}
+
+struct uci_element* uci_find(struct uci_list* list, const char* name) {
+    struct uci_element* e;
+    uci_foreach_element(list, e) {
+        if (strcmp(e->name, name) == 0)
+            return e;
+    }
+    return NULL;
+}
+
+bool uci_name_ok(const char* name, const char* others) {
+    for (const char* c = name; *c != '\0'; c++) {
+        if (!isalnum((unsigned char)*c) && *c != '_' && strchr(others, *c) == NULL)
+            return false;
+    }
+    return name[0] != '\0';
+}
+
+/* --- contexts and packages --- */
+
+static int set_error(struct uci_context* ctx, int err) {
+    ctx->err = err;
+    return err;
+}
+
+static int set_directory(struct uci_context* ctx, char** directory, const char* value) {
+    char* copy = value != NULL ? strdup(value) : NULL;
+    if (copy == NULL)
+        return set_error(ctx, value != NULL ? UCI_ERR_MEM : UCI_ERR_INVAL);
+    free(*directory);
+    *directory = copy;
+    return set_error(ctx, UCI_OK);
+}
+
+struct uci_context* uci_alloc_context(void) {
+    struct uci_context* ctx = calloc(1, sizeof *ctx);
+    if (ctx == NULL)
+        return NULL;
+    uci_list_init(&ctx->root);
+    if (uci_set_confdir(ctx, "/etc/config") != UCI_OK ||
+        uci_set_savedir(ctx, "/tmp/.uci") != UCI_OK) {
+        uci_free_context(ctx);
+        return NULL;
+    }
+    return ctx;
+}
+
+void uci_free_context(struct uci_context* ctx) {
+    free_list(&ctx->root);
+    free(ctx->confdir);
+    free(ctx->savedir);
+    free(ctx);
+}
+
+int uci_set_confdir(struct uci_context* ctx, const char* dir) {
+    return set_directory(ctx, &ctx->confdir, dir);
+}
+
+int uci_set_savedir(struct uci_context* ctx, const char* dir) {
+    return set_directory(ctx, &ctx->savedir, dir);
+}
+
+int uci_load(struct uci_context* ctx, const char* name, struct uci_package** out) {
+    if (out != NULL)
+        *out = NULL;
+    if (name == NULL || !uci_name_ok(name, ""))
+        return set_error(ctx, UCI_ERR_INVAL);
+    if (uci_find(&ctx->root, name) != NULL)
+        return set_error(ctx, UCI_ERR_DUPLICATE);
+    struct uci_package* package =
+        uci_new_element(&ctx->root, sizeof *package, UCI_TYPE_PACKAGE, name);
+    if (package == NULL)
+        return set_error(ctx, UCI_ERR_MEM);
+    uci_list_init(&package->sections);
+    package->ctx = ctx;
+    int err = uci_read_config(ctx, package);
+    if (err == UCI_OK)
+        err = uci_read_changes(ctx, package);
+    if (err != UCI_OK)
+        uci_free_element(&package->e);
+    else if (out != NULL)
+        *out = package;
+    return set_error(ctx, err);
+}
+
+int uci_unload(struct uci_context* ctx, struct uci_package* package) {
+    if (package == NULL)
+        return set_error(ctx, UCI_ERR_INVAL);
+    uci_free_element(&package->e);
+    return set_error(ctx, UCI_OK);
+}
+
+/* --- look-ups --- */
+
+int uci_lookup_next(struct uci_context* ctx, struct uci_element** e, struct uci_list* list,
+                    const char* name) {
+    *e = uci_find(list, name);
+    return set_error(ctx, *e != NULL ? UCI_OK : UCI_ERR_NOTFOUND);
+}
+
+/* Cuts the text up to the next '.' off the front; NULL when there is none left. */
+static char* cut_part(char** rest) {
+    char* part = *rest;
+    char* dot = part != NULL ? strchr(part, '.') : NULL;
+    if (dot != NULL)
+        *dot++ = '\0';
+    *rest = dot;
+    return part;
+}
+
+/*
+ * Finds "@type[N]", where N counts the sections of the type, from the end when negative; without
+ * a type it counts all. Absent is no error, as for a name.
+ */
+static int find_extended(struct uci_package* package, char* text, struct uci_element** found) {
+    char* bracket = strchr(text, '[');
+    *found = NULL;
+    if (text[0] != '@' || bracket == NULL)
+        return UCI_ERR_INVAL;
+    char* end = bracket;
+    errno = 0;
+    long index = strtol(bracket + 1, &end, 10);
+    if (end == bracket + 1 || strcmp(end, "]") != 0)
+        return UCI_ERR_INVAL;
+    if (errno == ERANGE)
+        return UCI_OK;
+    const char* type = text + 1;
+    const size_t length = (size_t)(bracket - type);
+    const bool backwards = index < 0;
+    if (backwards)
+        index = -(index + 1);
+    struct uci_list* const head = &package->sections;
+    for (struct uci_list* at = backwards ? head->prev : head->next; at != head;
+         at = backwards ? at->prev : at->next) {
+        const char* own = uci_to_section(at)->type;
+        const bool counts = length == 0 || (strncmp(own, type, length) == 0 && own[length] == '\0');
+        if (counts && index-- == 0) {
+            *found = uci_to_element(at);
+            break;
+        }
+    }
+    return UCI_OK;
+}
+
+int uci_lookup_ptr(struct uci_context* ctx, struct uci_ptr* ptr, char* path, bool extended) {
+    memset(ptr, 0, sizeof *ptr);
+    char* rest = path;
+    ptr->package = cut_part(&rest);
+    char* section = cut_part(&rest);
+    ptr->section = section;
+    ptr->option = cut_part(&rest);
+    ptr->target = ptr->option != NULL    ? UCI_TYPE_OPTION
+                  : ptr->section != NULL ? UCI_TYPE_SECTION
+                                         : UCI_TYPE_PACKAGE;
+    const bool is_extended = section != NULL && !uci_name_ok(section, "");
+    if (ptr->package == NULL || rest != NULL || !uci_name_ok(ptr->package, "") ||
+        (is_extended && !extended) || (ptr->option != NULL && !uci_name_ok(ptr->option, "")))
+        return set_error(ctx, UCI_ERR_INVAL);
+
+    ptr->flags = UCI_LOOKUP_DONE;
+    if (is_extended)
+        ptr->flags |= UCI_LOOKUP_EXTENDED;
+    struct uci_element* e = uci_find(&ctx->root, ptr->package);
+    ptr->p = uci_to_package(e);
+    if (e == NULL && uci_load(ctx, ptr->package, &ptr->p) != UCI_OK)
+        return ctx->err;
+    e = &ptr->p->e;
+    ptr->last = e;
+    if (section != NULL) {
+        e = uci_find(&ptr->p->sections, section);
+        if (is_extended && find_extended(ptr->p, section, &e) != UCI_OK)
+            return set_error(ctx, UCI_ERR_INVAL);
+        if (e != NULL) {
+            ptr->s = uci_to_section(e);
+            ptr->last = e;
+        }
+    }
+    if (ptr->option != NULL && ptr->s != NULL) {
+        e = uci_find(&ptr->s->options, ptr->option);
+        if (e != NULL) {
+            ptr->o = uci_to_option(e);
+            ptr->last = e;
+        }
+    }
+    if (e != NULL)
+        ptr->flags |= UCI_LOOKUP_COMPLETE;
+    return set_error(ctx, UCI_OK);
+}
+
+/* --- error texts --- */
+
+void uci_get_errorstr(struct uci_context* ctx, char** dest, const char* prefix) {
+    static const char* const texts[] = {"Success",         "Out of memory", "Invalid argument",
+                                        "Entry not found", "I/O error",     "Parse error",
+                                        "Duplicate entry", "Unknown error"};
+    const int err = ctx == NULL ? UCI_ERR_INVAL : ctx->err;
+    char place[128] = "";
+    if (err == UCI_ERR_PARSE && ctx->reason != NULL)
+        snprintf(place, sizeof place, " (%s) at line %d, byte %d", ctx->reason, ctx->line,
+                 ctx->byte);
+    const char* text = texts[err >= 0 && err < UCI_ERR_UNKNOWN ? err : UCI_ERR_UNKNOWN];
+    if (prefix == NULL)
+        prefix = "";
+    const char* colon = prefix[0] != '\0' ? ": " : "";
+    const size_t size = strlen(prefix) + strlen(colon) + strlen(text) + strlen(place) + 1;
+    *dest = malloc(size);
+    if (*dest != NULL)
+        snprintf(*dest, size, "%s%s%s%s", prefix, colon, text, place);
+}
+
+void uci_perror(struct uci_context* ctx, const char* prefix) {
+    char* text;
+    uci_get_errorstr(ctx, &text, prefix);
+    if (text != NULL)
+        fprintf(stderr, "%s\n", text);
+    free(text);
+}

@@ -1,0 +1,337 @@
+/* Reads configuration files and uncommitted changes into the tree. */
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include "uci_tree.h"
+
+enum { MAX_FILE_SIZE = 1 << 20, MAX_WORDS = 3 };
+
+/* A text that is being cut into words, which are unquoted into a buffer of their own. */
+struct reader {
+    struct uci_context* ctx;
+    const char* at;
+    const char* line_start;
+    int line;
+    char* words;
+};
+
+static int parse_error(struct reader* r, const char* reason) {
+    r->ctx->reason = reason;
+    r->ctx->line = r->line;
+    r->ctx->byte = (int)(r->at - r->line_start);
+    return UCI_ERR_PARSE;
+}
+
+/* --- words --- */
+
+static bool is_blank(char c) {
+    return c == ' ' || c == '\t' || c == '\r';
+}
+
+static bool ends_word(char c) {
+    return c == '\0' || c == '\n' || c == '#' || is_blank(c);
+}
+
+/* Takes one character, which may not be the end of the text. */
+static char take(struct reader* r) {
+    const char c = *r->at++;
+    if (c == '\n') {
+        r->line++;
+        r->line_start = r->at;
+    }
+    return c;
+}
+
+/* Reads a quoted piece, behind its opening quote, to *out. A quoted piece may span lines. */
+static int read_quoted(struct reader* r, char quote, char** out) {
+    while (*r->at != quote) {
+        if (*r->at == '\\' && quote == '"')
+            r->at++;
+        if (*r->at == '\0')
+            return parse_error(
+                r, quote == '"' ? "EOF with unterminated \"" : "EOF with unterminated '");
+        *(*out)++ = take(r);
+    }
+    r->at++;
+    return UCI_OK;
+}
+
+/*
+ * Reads the next word of the line to *out and moves that on behind the word. *word is NULL at the
+ * end of the line. A word never takes more room than its text, and its terminator that of the
+ * blank behind it.
+ */
+static int read_word(struct reader* r, char** out, char** word) {
+    *word = NULL;
+    while (is_blank(*r->at))
+        r->at++;
+    if (ends_word(*r->at))
+        return UCI_OK;
+    char* const start = *out;
+    while (!ends_word(*r->at)) {
+        char c = take(r);
+        if (c == '\'' || c == '"') {
+            const int err = read_quoted(r, c, out);
+            if (err != UCI_OK)
+                return err;
+            continue;
+        }
+        if (c == '\\') {
+            if (*r->at == '\0')
+                break;
+            c = take(r);
+            if (c == '\n') /* the line goes on in the next one */
+                continue;
+        }
+        *(*out)++ = c;
+    }
+    *(*out)++ = '\0';
+    *word = start;
+    return UCI_OK;
+}
+
+static void skip_line(struct reader* r) {
+    while (*r->at != '\0' && take(r) != '\n') {
+    }
+}
+
+/* --- changes to the tree --- */
+
+static int open_section(struct uci_package* package, const char* name, const char* type,
+                        struct uci_section** out) {
+    char generated[32];
+    *out = name != NULL ? uci_to_section(uci_find(&package->sections, name)) : NULL;
+    if (*out != NULL)
+        return strcmp((*out)->type, type) == 0 ? UCI_OK : UCI_ERR_DUPLICATE;
+    if (name == NULL)
+        snprintf(generated, sizeof generated, "cfg%06x", (unsigned)++package->n_section);
+    struct uci_section* section = uci_new_element(
+        &package->sections, sizeof *section, UCI_TYPE_SECTION, name != NULL ? name : generated);
+    if (section == NULL)
+        return UCI_ERR_MEM;
+    uci_list_init(&section->options);
+    section->package = package;
+    section->anonymous = name == NULL;
+    section->type = strdup(type);
+    *out = section;
+    return section->type != NULL ? UCI_OK : UCI_ERR_MEM;
+}
+
+static struct uci_option* find_or_add_option(struct uci_section* section, const char* name) {
+    struct uci_option* option = uci_to_option(uci_find(&section->options, name));
+    if (option == NULL) {
+        option = uci_new_element(&section->options, sizeof *option, UCI_TYPE_OPTION, name);
+        if (option != NULL)
+            option->section = section;
+    }
+    return option;
+}
+
+/* An empty value is none: it removes the option. */
+static int set_option(struct uci_section* section, const char* name, const char* value) {
+    struct uci_element* old = uci_find(&section->options, name);
+    if (value[0] == '\0') {
+        if (old != NULL)
+            uci_free_element(old);
+        return UCI_OK;
+    }
+    if (old != NULL && uci_to_option(old)->type == UCI_TYPE_LIST) {
+        uci_free_element(old);
+    }
+    struct uci_option* option = find_or_add_option(section, name);
+    char* copy = option != NULL ? strdup(value) : NULL;
+    if (copy == NULL)
+        return UCI_ERR_MEM;
+    free(option->v.string);
+    option->v.string = copy;
+    return UCI_OK;
+}
+
+/* A single value that is there already becomes the list's first item. */
+static int add_to_list(struct uci_section* section, const char* name, const char* value) {
+    struct uci_option* option = find_or_add_option(section, name);
+    if (option == NULL)
+        return UCI_ERR_MEM;
+    bool ok = true;
+    if (option->type == UCI_TYPE_STRING) {
+        char* single = option->v.string;
+        option->type = UCI_TYPE_LIST;
+        uci_list_init(&option->v.list);
+        if (single != NULL)
+            ok = uci_new_element(&option->v.list, sizeof(struct uci_element), UCI_TYPE_ITEM,
+                                 single) != NULL;
+        free(single);
+    }
+    ok = ok &&
+         uci_new_element(&option->v.list, sizeof(struct uci_element), UCI_TYPE_ITEM, value) != NULL;
+    return ok ? UCI_OK : UCI_ERR_MEM;
+}
+
+/* --- configuration files --- */
+
+static int read_config_line(struct reader* r, struct uci_package* package,
+                            struct uci_section** section) {
+    char* words[MAX_WORDS + 1] = {NULL};
+    char* out = r->words;
+    int count = 0;
+    do {
+        const int err = read_word(r, &out, &words[count]);
+        if (err != UCI_OK)
+            return err;
+    } while (words[count] != NULL && ++count <= MAX_WORDS);
+    if (count == 0)
+        return UCI_OK;
+    if (count > MAX_WORDS)
+        return parse_error(r, "too many arguments");
+    const char* keyword = words[0];
+    const bool is_list = strcmp(keyword, "list") == 0;
+    const bool is_config = strcmp(keyword, "config") == 0;
+    if (!is_list && !is_config && strcmp(keyword, "option") != 0 && strcmp(keyword, "package") != 0)
+        return parse_error(r, "invalid command");
+    if (count == 1)
+        return parse_error(r, "insufficient arguments");
+    if (!uci_name_ok(words[1], is_config ? "-" : ""))
+        return parse_error(
+            r, is_config ? "invalid character in type field" : "invalid character in name field");
+    if (keyword[0] == 'p')
+        return UCI_OK; /* the file's own name is what counts */
+    int err;
+    if (is_config) {
+        if (words[2] != NULL && words[2][0] == '\0')
+            words[2] = NULL;
+        if (words[2] != NULL && !uci_name_ok(words[2], ""))
+            return parse_error(r, "invalid character in name field");
+        err = open_section(package, words[2], words[1], section);
+        if (err == UCI_ERR_DUPLICATE)
+            return parse_error(r,
+                               "section of different type overwrites prior section with same name");
+        return err;
+    }
+    if (*section == NULL)
+        return parse_error(r, "option/list command found before the first section");
+    const char* value = words[2] != NULL ? words[2] : "";
+    return is_list ? add_to_list(*section, words[1], value) : set_option(*section, words[1], value);
+}
+
+static int read_config_text(struct reader* r, struct uci_package* package) {
+    struct uci_section* section = NULL;
+    while (*r->at != '\0') {
+        const int err = read_config_line(r, package, &section);
+        if (err != UCI_OK)
+            return err;
+        skip_line(r); /* the comment or the line's end */
+    }
+    return UCI_OK;
+}
+
+/* --- uncommitted changes --- */
+
+/*
+ * Carries out one change: "pkg.sec.opt=value", "pkg.sec=type", "-pkg.sec.opt", "-pkg.sec" or, to
+ * add to a list, "|pkg.sec.opt=value". What is odd or has no target any more is passed over.
+ */
+static int apply_change(struct uci_package* package, char* change) {
+    const char sign = change[0] == '-' || change[0] == '|' ? *change++ : '\0';
+    char* value = strchr(change, '=');
+    if (value != NULL)
+        *value++ = '\0';
+    char* name = strchr(change, '.');
+    if (name == NULL || (value == NULL) != (sign == '-'))
+        return UCI_OK;
+    *name++ = '\0';
+    char* option = strchr(name, '.');
+    if (option != NULL)
+        *option++ = '\0';
+    if (strcmp(change, package->e.name) != 0 || !uci_name_ok(name, "") ||
+        (option != NULL && !uci_name_ok(option, "")))
+        return UCI_OK;
+
+    struct uci_section* section = uci_to_section(uci_find(&package->sections, name));
+    if (option != NULL) {
+        if (section == NULL)
+            return UCI_OK;
+        return sign == '|' ? add_to_list(section, option, value)
+                           : set_option(section, option, sign == '-' ? "" : value);
+    }
+    if (sign == '-' && section != NULL)
+        uci_free_element(&section->e);
+    if (sign != '\0' || !uci_name_ok(value, "-"))
+        return UCI_OK;
+    const int err = open_section(package, name, value, &section);
+    if (err != UCI_ERR_DUPLICATE)
+        return err;
+    char* type = strdup(value);
+    if (type == NULL)
+        return UCI_ERR_MEM;
+    free(section->type);
+    section->type = type;
+    return UCI_OK;
+}
+
+static int read_change_text(struct reader* r, struct uci_package* package) {
+    while (*r->at != '\0') {
+        char* out = r->words;
+        char* change = NULL;
+        if (read_word(r, &out, &change) == UCI_OK && change != NULL) {
+            const int err = apply_change(package, change);
+            if (err != UCI_OK)
+                return err;
+        }
+        skip_line(r);
+    }
+    return UCI_OK;
+}
+
+/* --- files --- */
+
+/* Reads a whole file; the caller frees *text. A zero byte in it ends the text. */
+static int read_file(const char* directory, const char* name, char** text) {
+    const size_t length = strlen(directory) + strlen(name) + 2;
+    char* path = malloc(length);
+    *text = malloc(MAX_FILE_SIZE + 2);
+    int err = path != NULL && *text != NULL ? UCI_OK : UCI_ERR_MEM;
+    FILE* file = NULL;
+    struct stat status;
+    if (err == UCI_OK) {
+        snprintf(path, length, "%s/%s", directory, name);
+        /* Anything but a regular file might block. */
+        if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+            err = UCI_ERR_NOTFOUND;
+        else if ((file = fopen(path, "re")) == NULL)
+            err = errno == ENOENT ? UCI_ERR_NOTFOUND : UCI_ERR_IO;
+    }
+    if (file != NULL) {
+        const size_t size = fread(*text, 1, MAX_FILE_SIZE + 1, file);
+        (*text)[size] = '\0';
+        if (ferror(file) || size > MAX_FILE_SIZE)
+            err = UCI_ERR_IO;
+        fclose(file);
+    }
+    free(path);
+    return err;
+}
+
+static int read_into(struct uci_context* ctx, struct uci_package* package, const char* directory,
+                     int (*read_text)(struct reader*, struct uci_package*)) {
+    char* text = NULL;
+    int err = read_file(directory, package->e.name, &text);
+    if (err == UCI_OK) {
+        struct reader r = {ctx, text, text, 1, malloc(strlen(text) + 2)};
+        err = r.words != NULL ? read_text(&r, package) : UCI_ERR_MEM;
+        free(r.words);
+    }
+    free(text);
+    return err;
+}
+
+int uci_read_config(struct uci_context* ctx, struct uci_package* package) {
+    return read_into(ctx, package, ctx->confdir, read_config_text);
+}
+
+int uci_read_changes(struct uci_context* ctx, struct uci_package* package) {
+    const int err = read_into(ctx, package, ctx->savedir, read_change_text);
+    return err == UCI_ERR_MEM ? err : UCI_OK;
+}
