@@ -1,0 +1,120 @@
+#include "station/commands.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace station {
+namespace {
+
+std::string noArguments(const Words& words, Request*) {
+    return words.empty() ? "" : "takes no arguments, but got '" + words[0] + "'";
+}
+
+std::string oneText(const Words& words, Request* request) {
+    if (words.size() != 1)
+        return "takes one TEXT (quote it when it holds spaces)";
+    request->payload.assign(words[0].begin(), words[0].end());
+    return "";
+}
+
+std::string rawPacket(const Words& words, Request* request) {
+    constexpr unsigned kMaxByte = 255;
+    if (words.size() < 2 || words.size() > 3)
+        return "takes TYPE SUBTYPE [HEX]";
+    unsigned type = 0;
+    if (!parseNumber(words[0], kMaxByte, &type))
+        return "TYPE '" + words[0] + "' is not a number from 0 to 255";
+    unsigned subType = 0;
+    if (!parseNumber(words[1], kMaxByte, &subType))
+        return "SUBTYPE '" + words[1] + "' is not a number from 0 to 255";
+    request->type = static_cast<uint8_t>(type);
+    request->subType = static_cast<uint8_t>(subType);
+    const std::string wrong = words.size() == 3 ? parseHex(words[2], &request->payload) : "";
+    return wrong.empty() ? "" : "HEX: " + wrong;
+}
+
+constexpr Access kRead = Access::Read;
+constexpr Access kWrite = Access::Write;
+constexpr Gate kOpen = Gate::Open;
+constexpr Gate kGated = Gate::ProduceMode;
+constexpr Sheet kSheet = Sheet::Yes;
+constexpr Sheet kNoSheet = Sheet::No;
+
+// clang-format off
+constexpr Command kCommands[] = {
+    {"get product-id", kTypeSpecial, 10, kRead, kGated, kSheet, "", noArguments, decodeText,
+     "product ID"},
+    {"get device-id", kTypeSpecial, 53, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "device ID"},
+    {"get mac", kTypeSpecial, 55, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "MAC address"},
+    {"get firmware-id", kTypeSpecial, 56, kRead, kGated, kSheet, "", noArguments, decodeText,
+     "firmware ID"},
+    {"get hardware-id", kTypeSpecial, 57, kRead, kGated, kSheet, "", noArguments, decodeText,
+     "hardware ID"},
+    {"get hardware-description", kTypeSpecial, 58, kRead, kGated, kSheet, "", noArguments, decodeText,
+     "model and hardware version"},
+    {"get oem-id", kTypeSpecial, 59, kRead, kGated, kSheet, "", noArguments, decodeText,
+     "OEM ID"},
+    {"get special-id", kTypeSpecial, 64, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "region that the special ID stands for"},
+    {"get country", kTypeSpecial, 66, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "country code"},
+    {"config get", kTypeGetConfig, 0, kRead, kOpen, kNoSheet, "", noArguments, decodeText,
+     "the unit's basic configuration, the same text on every unit"},
+    {"config set", kTypeSetConfig, 0, kWrite, kOpen, kNoSheet, "TEXT", oneText, nullptr,
+     "send a text to the unit's log; nothing is stored"},
+    {"heartbeat", kTypeHeartbeat, 0, kRead, kOpen, kNoSheet, "", noArguments, nullptr,
+     "keep the unit bound to this station"},
+    {"init", kTypeSystemInit, 0, kRead, kOpen, kNoSheet, "", noArguments, nullptr,
+     "ask whether the unit is ready for a test (one that is not stays silent)"},
+    {"cancel", kTypeCancelTest, 0, kWrite, kOpen, kNoSheet, "", noArguments, nullptr,
+     "end the test and release the unit"},
+    {"usb", kTypeUsbTest, 0, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "USB mass-storage devices"},
+    {"raw", kTypeFromWords, 0, kWrite, kGated, kNoSheet, "TYPE SUBTYPE [HEX]", rawPacket, decodeRaw,
+     "send any packet; of type 7 the inner one"},
+};
+// clang-format on
+
+Words wordsOf(const char* name) {
+    std::istringstream stream(name);
+    Words words;
+    for (std::string word; stream >> word;)
+        words.push_back(word);
+    return words;
+}
+
+}  // namespace
+
+std::span<const Command> commands() {
+    return kCommands;
+}
+
+const Command* findCommand(const Words& words, Words* rest) {
+    const Command* found = nullptr;
+    size_t longest = 0;
+    for (const Command& command : kCommands) {
+        const Words name = wordsOf(command.name);
+        if (name.size() > longest && name.size() <= words.size() &&
+            std::equal(name.begin(), name.end(), words.begin())) {
+            found = &command;
+            longest = name.size();
+        }
+    }
+    rest->assign(words.begin() + static_cast<ptrdiff_t>(longest), words.end());
+    return found;
+}
+
+std::string buildCommand(const Command& command, const Words& words, Request* request) {
+    *request = {command.type, command.subType, {}};
+    std::string wrong = command.build(words, request);
+    if (!wrong.empty())
+        return wrong;
+    const size_t limit = payloadLimit(request->type);
+    if (request->payload.size() > limit)
+        return "the payload is longer than " + std::to_string(limit) + " bytes";
+    return "";
+}
+
+}  // namespace station

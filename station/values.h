@@ -1,0 +1,22 @@
+// Reply payloads as text. A decoder gives one value without a line end.
+#pragma once
+
+#include <string>
+
+#include "station/message.h"
+
+namespace station {
+
+using Decoder = std::string (*)(const Reply& reply);
+
+// The text up to the first zero byte. All but printable ASCII is shown as \xNN, so that a damaged
+// field can neither steer a terminal nor break the encoding of a log.
+std::string decodeText(const Reply& reply);
+
+// Info, length, and the payload as hex digits and as text with a dot for what cannot be printed.
+std::string decodeRaw(const Reply& reply);
+
+// Turns hex digits into bytes. Returns what is wrong with them, or an empty text.
+std::string parseHex(const std::string& digits, Bytes* bytes);
+
+}  // namespace station
