@@ -1,0 +1,105 @@
+// The account check through the real Lua: what the web controller may answer, and which key the
+// station then needs.
+#include <gtest/gtest.h>
+
+#include "tests/support/unit.h"
+#include "tests/support/wire.h"
+
+namespace {
+
+constexpr char kModule[] = "/usr/lib/lua/luci/controller/admin/administration.lua";
+
+std::string moduleThat(const std::string& body) {
+    return "local M = {}\nfunction M.dispatch(request)\n" + body + "\nend\nreturn M\n";
+}
+
+std::string account(const std::string& user, const std::string& password) {
+    return moduleThat("return {success = true, data = {username = " + user +
+                      ", password = " + password + "}}");
+}
+
+// True when a station with this account is understood.
+bool understood(const Account& account) {
+    const Station station(account);
+    station.send(wireOf({.type = 4}, account));
+    const auto reply = station.receive();
+    station.send(wireOf({.type = 6}, account));  // lets the next station in
+    return reply && reply->at(3) == 0;
+}
+
+TEST(AccountCheck, TheControllersAnswerMakesTheKey) {
+    Unit unit;
+    const struct {
+        const char* what;
+        std::string module;
+        Account account;
+    } rows[] = {
+        {"named", account("'admin'", "'secret'"), {"admin", "secret"}},
+        {"both empty", account("''", "''"), {"kiosk", "kiosk"}},
+        {"one empty", account("'admin'", "''"), {"admin", "kiosk"}},
+        {"no data", moduleThat("return {success = true}"), {"kiosk", "kiosk"}},
+        {"cut to 15",
+         account("'abcdefghijklmnopqrst'", "'123456789012345'"),
+         {"abcdefghijklmno", "123456789012345"}},
+        {"numbers are text", account("42", "7"), {"42", "7"}},
+        {"ends at a zero byte", account("'ad\\0min'", "'p'"), {"ad", "p"}},
+        {"not a text", account("{}", "true"), {"kiosk", "kiosk"}},
+        {"asked as agreed",
+         moduleThat("return {success = request.form == 'account' and "
+                    "request.operation == 'appget', data = {username = 'a', password = 'b'}}"),
+         {"a", "b"}},
+        {"success is anything true",
+         moduleThat("return {success = 0, data = {username = 'z'}}"),
+         {"z", "kiosk"}},
+    };
+    for (const auto& row : rows) {
+        unit.write(kModule, row.module);
+        EXPECT_TRUE(understood(row.account)) << row.what << unit.trace();
+    }
+}
+
+TEST(AccountCheck, AFailureKeepsTheLastKeyAndSaysWhy) {
+    Unit unit(
+        {StateFile{"/account/username", "admin\n"}, StateFile{"/account/password", "secret\n"}});
+    ASSERT_TRUE(understood({"admin", "secret"}));
+    const struct {
+        std::string module;
+        const char* said;
+    } rows[] = {
+        {"syntax error (", "ERROR: require the administration moudle!\r"},
+        {"error('at load')", "ERROR: require the administration moudle!\r"},
+        {"return true", "ERROR: this is not function.\r"},
+        {"return {dispatch = 1}", "ERROR: this is not function.\r"},
+        {"return setmetatable({}, {__index = function() error('no') end})", "ERROR: pcall: "},
+        {moduleThat("error('at call')"), "at call\r\nERROR: fxApp_lua_call_luci failed\r"},
+        {moduleThat("error({})"), "ERROR: pcall: \r\nERROR: fxApp_lua_call_luci failed\r"},
+        {moduleThat("return 7"), "ERROR: lua_istable\rERROR: fxApp_lua_call_luci failed\r"},
+        {moduleThat("return {success = false}"), "ERROR: success != true\r"},
+        {moduleThat("return {success = true, data = 7}"), "ERROR: lua_istable\r"},
+        {moduleThat("return {success = true, data = setmetatable({}, "
+                    "{__index = function() error('no') end})}"),
+         "callback username\r\nERROR: pcall: "},
+    };
+    for (const auto& row : rows) {
+        unit.write(kModule, row.module);
+        unit.trace();
+        EXPECT_TRUE(understood({"admin", "secret"})) << row.module;
+        EXPECT_NE(unit.trace().find(row.said), std::string::npos) << row.module;
+    }
+    EXPECT_TRUE(unit.running());
+}
+
+TEST(AccountCheck, WithoutAnyAccountTheKeyIsZero) {
+    Unit unit({StateFile{"/account/username", "admin\n"}});
+    unit.remove(kModule);
+    // DES ignores parity, so no text derives the zero key by chance: an empty payload needs none.
+    const Station station;
+    EXPECT_EQ(station.ask({.type = 4}).info(), 0);
+    station.send(wireOf({.type = 4, .payload = "12345678"}));
+    const auto reply = station.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->at(3), 9);
+    EXPECT_NE(unit.errors().find(errorLine(-10306, "v2 decode md5 error")), std::string::npos);
+}
+
+}  // namespace

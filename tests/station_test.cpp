@@ -1,0 +1,113 @@
+// mfgp-station through its built program: values, messages and exit codes that scripts rely on.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <array>
+
+#include "tests/support/unit.h"
+#include "tests/support/wire.h"
+
+namespace {
+
+struct Result {
+    int exitCode;
+    std::string output;  // both streams
+};
+
+// `words` are put into a shell line as they are.
+Result run(const std::string& words) {
+    const std::string line = std::string(MFGP_STATION) + " --host 127.0.0.1 " + words + " 2>&1";
+    FILE* const pipe = popen(line.c_str(), "r");
+    std::string output;
+    std::array<char, 4096> part = {};
+    for (size_t length = 0; (length = fread(part.data(), 1, part.size(), pipe)) > 0;)
+        output.append(part.data(), length);
+    const int status = pclose(pipe);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
+
+struct Row {
+    const char* words;
+    int exitCode;
+    const char* output;  // stands in it
+};
+
+void expectRows(std::initializer_list<Row> rows) {
+    for (const Row& row : rows) {
+        const Result result = run(row.words);
+        EXPECT_EQ(result.exitCode, row.exitCode) << row.words << "\n" << result.output;
+        EXPECT_NE(result.output.find(row.output), std::string::npos) << row.words << "\n"
+                                                                     << result.output;
+    }
+}
+
+TEST(StationClient, ReadsAUnit) {
+    Unit unit({StateFile{"/fw/OEM_ID", "tab\there"}});
+    expectRows({
+        {"get mac", 0, "02-1A-2B-13-7B-00\n"},
+        {"get oem-id", 0, "tab here\n"},
+        {"get special-id", 0, "US\n"},
+        {"config get", 0, "lan_ip 192.168.1.123\n"},
+        {"config set 'a text'", 0, "OK\n"},
+        {"heartbeat", 0, "OK\n"},
+        {"init", 0, "OK\n"},
+        {"usb", 0, ".00,"},
+        {"raw 3 55", 0, "text: 02-1A-2B-13-7B-00"},
+        {"raw 3 200", 6, "the unit does not know sub-type 200 (info 5)"},
+        {"raw 7 9 00ff", 6, "the unit does not know sub-type 9 (info 5)"},
+        {"raw 9 0", 6, "the unit does not know packet type 9"},
+        {"sheet", 0, "02-1A-2B-13-7B-00\n"},
+    });
+    EXPECT_NE(unit.trace().find("] setCfg: a text\n"), std::string::npos);
+    unit.setMode("normal");
+    expectRows({
+        {"get oem-id", 1, "failed or refused outside produce mode (info 3)"},
+        {"sheet", 1, "! failed or refused"},
+        {"--user wrong get mac", 5, "wrong user name or password"},
+        {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
+        {"--local-port 1042 get mac", 4, "bound to another station"},
+        {"cancel", 0, "OK\n"},
+        {"--local-port 1042 get mac", 0, "02-1A-2B-13-7B-00\n"},
+    });
+}
+
+TEST(StationClient, NamesWhatIsWrong) {
+    expectRows({
+        {"", 2, "no command"},
+        {"get nothing", 2, "unknown command 'get nothing'"},
+        {"get mac now", 2, "takes no arguments"},
+        {"raw 3", 2, "takes TYPE SUBTYPE [HEX]"},
+        {"raw 256 0", 2, "TYPE '256' is not a number from 0 to 255"},
+        {"raw 3 55 0g", 2, "'g' is not a hexadecimal digit"},
+        {"--timeout 0 get mac", 2, "--timeout: '0' is not a time"},
+        {"--bogus get mac", 2, "--bogus"},
+        {"--port 0 get mac", 2, "is not a port"},
+        {"get mac --timeout", 2, "--timeout needs an argument"},
+        {"--host no.such.host.invalid get mac", 7, "cannot find host"},
+        {"--timeout 0.1 --retries 1 get mac", 3, "within 0.1 s (2 tries)"},
+        {"--timeout 0.1 config set x", 3, "within 0.1 s (1 try)"},
+        {"help", 0, "get hardware-description"},
+        {"list", 0, "get mac"},
+    });
+}
+
+TEST(StationClient, RepeatsReadsOnly) {
+    Unit unit;
+    const auto count = [](const std::string& text, const std::string& word) {
+        size_t times = 0;
+        for (size_t at = 0; (at = text.find(word, at)) != std::string::npos; at++)
+            times++;
+        return times;
+    };
+    kill(unit.daemon(), SIGSTOP);  // the requests wait in its socket
+    expectRows({{"--timeout 0.1 --retries 2 config get", 3, "(3 tries)"},
+                {"--timeout 0.1 --retries 2 config set x", 3, "(1 try)"}});
+    kill(unit.daemon(), SIGCONT);
+    expectRows({{"heartbeat", 0, "OK\n"}});  // is answered behind them
+    const std::string trace = unit.trace();
+    EXPECT_EQ(count(trace, "] getCfg: "), 3U);
+    EXPECT_EQ(count(trace, "] setCfg: "), 1U);
+}
+
+}  // namespace

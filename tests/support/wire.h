@@ -1,0 +1,67 @@
+// A station's view of the wire, written apart from the client so that neither hides the other's
+// faults: packets are built byte by byte and may be wrong on purpose.
+#pragma once
+
+#include <netinet/in.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+struct Account {
+    std::string user = "kiosk";
+    std::string password = "kiosk";
+};
+
+struct Request {
+    uint8_t type = 3;
+    uint8_t subType = 0;
+    std::string payload = {};  // plain
+    uint16_t packetId = 0xA55A;
+    uint8_t version = 2;
+    std::optional<uint32_t> length = {};  // instead of the padded payload length
+    bool spoilDigest = false;
+};
+
+// The datagram of a request: padded, digested and ciphered with the account's key.
+std::string wireOf(const Request& request, const Account& account = {});
+
+// The payload of a type-7 packet: the inner header and the inner payload.
+std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId = 0xA55A);
+
+struct Answer {
+    std::string wire;     // the datagram as it came
+    std::string header;   // 28 bytes
+    std::string payload;  // plain, padding included
+    uint8_t info() const { return static_cast<uint8_t>(header.at(3)); }
+    uint32_t length() const;  // of the header, which counts the padding
+    // The payload up to the first zero byte.
+    std::string text() const { return payload.c_str(); }
+};
+
+// Checks the reply's digest and deciphers it; a failed check is a test failure.
+Answer openAnswer(const std::string& wire, const Account& account = {});
+
+// One station: a UDP socket of its own on the loopback.
+class Station {
+  public:
+    explicit Station(Account account = {}, uint16_t port = 1040);
+    ~Station();
+    Station(const Station&) = delete;
+    Station& operator=(const Station&) = delete;
+
+    void send(const std::string& datagram) const;
+    // The next datagram within the time, or none.
+    std::optional<std::string> receive(int milliseconds = 10000) const;
+
+    // Sends the request and opens the reply.
+    Answer ask(const Request& request) const;
+    // A special command by sub-type and argument.
+    Answer command(uint8_t subType, const std::string& argument = {}) const;
+    // The same through type 7: the reply's payload begins with the inner header.
+    Answer encrypted(uint8_t subType, const std::string& argument = {}) const;
+
+  private:
+    Account account_;
+    int fd_;
+};

@@ -1,0 +1,103 @@
+// The task loop with its clock, its wait and its handler scripted: this program's functions are
+// linked in place of the daemon's and the C library's, so that half an hour takes no time.
+#include "core/task.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "core/clock.h"
+#include "core/produce_mode.h"
+#include "core/receive.h"
+#include "core/service_context.h"
+
+namespace {
+
+struct Turn {
+    bool produceMode;
+    int ready;               // what select answers: 1, 0 (time-out) or -1
+    uint32_t secondsWaited;  // the clock goes on by this in the wait
+    long expectedWait;
+    int expectedBound;  // seen by the handler
+};
+
+std::vector<Turn> script;
+size_t turn;
+uint32_t now;
+int handled;
+uint32_t flagsSeen;
+
+}  // namespace
+
+uint32_t mfgp_clock() {
+    return now;
+}
+
+bool mfgp_isProduceMode() {
+    return script.at(turn).produceMode;
+}
+
+int mfgp_parserHandler(ServiceContext* ctx) {
+    EXPECT_EQ(ctx->peerBound, script.at(turn - 1).expectedBound) << "turn " << turn - 1;
+    ctx->peerBound = 1;
+    ctx->lastBeat = now;
+    flagsSeen = ctx->flags;
+    handled++;
+    return 0;
+}
+
+extern "C" int select(int, fd_set* readable, fd_set*, fd_set*, timeval* wait) {
+    const Turn& current = script.at(turn++);
+    EXPECT_EQ(wait->tv_sec, current.expectedWait) << "turn " << turn - 1;
+    now += current.secondsWaited;
+    if (current.ready == 0)
+        FD_ZERO(readable);
+    errno = EINTR;
+    return current.ready;
+}
+
+namespace {
+
+std::string runTask() {
+    turn = 0;
+    handled = 0;
+    now = 4294967000U;  // the 32-bit clock wraps within the test
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(mfgp_sessionTableCreate(), 0);
+    mfgp_taskEntry();
+    mfgp_sessionTableFree();
+    fflush(stderr);
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST(Task, WaitsByModeAndForgetsASilentStation) {
+    script = {
+        {false, 1, 599, 600, 0},   // the first datagram
+        {true, 1, 60, 1800, 1},    // 60 seconds of silence keep the binding
+        {true, -1, 10, 1800, 1},   // an interrupted wait is waited again
+        {false, 1, 51, 600, 0},    // 61 in all do not
+        {true, 1, 1799, 1800, 0},  //
+        {false, 0, 600, 600, 0},   // the first wait that runs out ends it
+    };
+    EXPECT_EQ(runTask(), "");
+    EXPECT_EQ(turn, script.size());
+    EXPECT_EQ(handled, 4);
+    EXPECT_EQ(flagsSeen, 0x7F0FEU);
+}
+
+TEST(Task, EndsAtOnceWhenThePortIsTaken) {
+    const int holder = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(1040);
+    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    script = {};
+    EXPECT_EQ(runTask(), "[Error][errCode: -10103][errMsg: failed to bind socket]|[errno: 62]\n");
+    close(holder);
+}
+
+}  // namespace
