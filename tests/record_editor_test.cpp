@@ -101,7 +101,7 @@ TEST(RegionTable, MapsBothWays) {
         {"5553000000000000", "UN"},  // row 0 stands in it, further back
     };
     for (const auto& row : rows) {
-        char text[16] = {};
+        char text[32] = {};
         strcpy(text, row.specialId);
         char region[2] = {};
         mfgp_regionOfSpecialId(text, region);

@@ -34,8 +34,11 @@ void* uci_new_element(struct uci_list* list, size_t size, enum uci_type type, co
 }
 
 static void free_list(struct uci_list* list) {
-    while (list->next != list)
-        uci_free_element(uci_to_element(list->next));
+    struct uci_list* next = NULL;
+    for (struct uci_list* at = list->next; at != list; at = next) {
+        next = at->next;
+        uci_free_element(uci_to_element(at));
+    }
 }
 
 void uci_free_element(struct uci_element* e) {

@@ -82,6 +82,7 @@ struct uci_option {
 
 struct uci_ptr {
     enum uci_type target; /* what the path names */
+    /* The enumerators belong to the record: in C++ they are uci_ptr::UCI_LOOKUP_DONE and so on. */
     enum {
         UCI_LOOKUP_DONE = 1 << 0,     /* the look-up has been made */
         UCI_LOOKUP_COMPLETE = 1 << 1, /* and found all that the path names */

@@ -120,53 +120,42 @@ static int open_section(struct uci_package* package, const char* name, const cha
     return section->type != NULL ? UCI_OK : UCI_ERR_MEM;
 }
 
-static struct uci_option* find_or_add_option(struct uci_section* section, const char* name) {
+static bool add_item(struct uci_option* option, const char* value) {
+    return uci_new_element(&option->v.list, sizeof(struct uci_element), UCI_TYPE_ITEM, value) !=
+           NULL;
+}
+
+/*
+ * Replaces the option's value, or adds to its list, whose first item a single value becomes. An
+ * empty value is none: it removes the option.
+ */
+static int put_value(struct uci_section* section, const char* name, const char* value,
+                     bool is_list) {
     struct uci_option* option = uci_to_option(uci_find(&section->options, name));
+    if (option != NULL && !is_list) {
+        uci_free_element(&option->e);
+        option = NULL;
+    }
+    if (!is_list && value[0] == '\0')
+        return UCI_OK;
     if (option == NULL) {
         option = uci_new_element(&section->options, sizeof *option, UCI_TYPE_OPTION, name);
-        if (option != NULL)
-            option->section = section;
+        if (option == NULL)
+            return UCI_ERR_MEM;
+        option->section = section;
     }
-    return option;
-}
-
-/* An empty value is none: it removes the option. */
-static int set_option(struct uci_section* section, const char* name, const char* value) {
-    struct uci_element* old = uci_find(&section->options, name);
-    if (value[0] == '\0') {
-        if (old != NULL)
-            uci_free_element(old);
-        return UCI_OK;
+    if (!is_list) {
+        option->v.string = strdup(value);
+        return option->v.string != NULL ? UCI_OK : UCI_ERR_MEM;
     }
-    if (old != NULL && uci_to_option(old)->type == UCI_TYPE_LIST) {
-        uci_free_element(old);
-    }
-    struct uci_option* option = find_or_add_option(section, name);
-    char* copy = option != NULL ? strdup(value) : NULL;
-    if (copy == NULL)
-        return UCI_ERR_MEM;
-    free(option->v.string);
-    option->v.string = copy;
-    return UCI_OK;
-}
-
-/* A single value that is there already becomes the list's first item. */
-static int add_to_list(struct uci_section* section, const char* name, const char* value) {
-    struct uci_option* option = find_or_add_option(section, name);
-    if (option == NULL)
-        return UCI_ERR_MEM;
-    bool ok = true;
+    char* single = NULL;
     if (option->type == UCI_TYPE_STRING) {
-        char* single = option->v.string;
+        single = option->v.string;
         option->type = UCI_TYPE_LIST;
         uci_list_init(&option->v.list);
-        if (single != NULL)
-            ok = uci_new_element(&option->v.list, sizeof(struct uci_element), UCI_TYPE_ITEM,
-                                 single) != NULL;
-        free(single);
     }
-    ok = ok &&
-         uci_new_element(&option->v.list, sizeof(struct uci_element), UCI_TYPE_ITEM, value) != NULL;
+    const bool ok = (single == NULL || add_item(option, single)) && add_item(option, value);
+    free(single);
     return ok ? UCI_OK : UCI_ERR_MEM;
 }
 
@@ -198,13 +187,12 @@ static int read_config_line(struct reader* r, struct uci_package* package,
             r, is_config ? "invalid character in type field" : "invalid character in name field");
     if (keyword[0] == 'p')
         return UCI_OK; /* the file's own name is what counts */
-    int err;
     if (is_config) {
         if (words[2] != NULL && words[2][0] == '\0')
             words[2] = NULL;
         if (words[2] != NULL && !uci_name_ok(words[2], ""))
             return parse_error(r, "invalid character in name field");
-        err = open_section(package, words[2], words[1], section);
+        const int err = open_section(package, words[2], words[1], section);
         if (err == UCI_ERR_DUPLICATE)
             return parse_error(r,
                                "section of different type overwrites prior section with same name");
@@ -212,8 +200,7 @@ static int read_config_line(struct reader* r, struct uci_package* package,
     }
     if (*section == NULL)
         return parse_error(r, "option/list command found before the first section");
-    const char* value = words[2] != NULL ? words[2] : "";
-    return is_list ? add_to_list(*section, words[1], value) : set_option(*section, words[1], value);
+    return put_value(*section, words[1], words[2] != NULL ? words[2] : "", is_list);
 }
 
 static int read_config_text(struct reader* r, struct uci_package* package) {
@@ -234,7 +221,7 @@ static int read_config_text(struct reader* r, struct uci_package* package) {
  * add to a list, "|pkg.sec.opt=value". What is odd or has no target any more is passed over.
  */
 static int apply_change(struct uci_package* package, char* change) {
-    const char sign = change[0] == '-' || change[0] == '|' ? *change++ : '\0';
+    const int sign = change[0] == '-' || change[0] == '|' ? *change++ : '\0';
     char* value = strchr(change, '=');
     if (value != NULL)
         *value++ = '\0';
@@ -253,33 +240,25 @@ static int apply_change(struct uci_package* package, char* change) {
     if (option != NULL) {
         if (section == NULL)
             return UCI_OK;
-        return sign == '|' ? add_to_list(section, option, value)
-                           : set_option(section, option, sign == '-' ? "" : value);
+        return put_value(section, option, sign == '-' ? "" : value, sign == '|');
     }
     if (sign == '-' && section != NULL)
         uci_free_element(&section->e);
     if (sign != '\0' || !uci_name_ok(value, "-"))
         return UCI_OK;
     const int err = open_section(package, name, value, &section);
-    if (err != UCI_ERR_DUPLICATE)
-        return err;
-    char* type = strdup(value);
-    if (type == NULL)
-        return UCI_ERR_MEM;
-    free(section->type);
-    section->type = type;
-    return UCI_OK;
+    return err == UCI_ERR_DUPLICATE ? UCI_OK : err;
 }
 
 static int read_change_text(struct reader* r, struct uci_package* package) {
     while (*r->at != '\0') {
+        const char* const line = r->at;
         char* out = r->words;
         char* change = NULL;
-        if (read_word(r, &out, &change) == UCI_OK && change != NULL) {
-            const int err = apply_change(package, change);
-            if (err != UCI_OK)
-                return err;
-        }
+        if (read_word(r, &out, &change) != UCI_OK)
+            r->at = line; /* a quote left open spoils no more than its line */
+        else if (change != NULL && apply_change(package, change) != UCI_OK)
+            return UCI_ERR_MEM;
         skip_line(r);
     }
     return UCI_OK;
@@ -287,43 +266,32 @@ static int read_change_text(struct reader* r, struct uci_package* package) {
 
 /* --- files --- */
 
-/* Reads a whole file; the caller frees *text. A zero byte in it ends the text. */
-static int read_file(const char* directory, const char* name, char** text) {
-    const size_t length = strlen(directory) + strlen(name) + 2;
-    char* path = malloc(length);
-    *text = malloc(MAX_FILE_SIZE + 2);
-    int err = path != NULL && *text != NULL ? UCI_OK : UCI_ERR_MEM;
-    FILE* file = NULL;
-    struct stat status;
-    if (err == UCI_OK) {
-        snprintf(path, length, "%s/%s", directory, name);
-        /* Anything but a regular file might block. */
-        if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
-            err = UCI_ERR_NOTFOUND;
-        else if ((file = fopen(path, "re")) == NULL)
-            err = errno == ENOENT ? UCI_ERR_NOTFOUND : UCI_ERR_IO;
-    }
-    if (file != NULL) {
-        const size_t size = fread(*text, 1, MAX_FILE_SIZE + 1, file);
-        (*text)[size] = '\0';
-        if (ferror(file) || size > MAX_FILE_SIZE)
-            err = UCI_ERR_IO;
-        fclose(file);
-    }
-    free(path);
-    return err;
-}
-
 static int read_into(struct uci_context* ctx, struct uci_package* package, const char* directory,
                      int (*read_text)(struct reader*, struct uci_package*)) {
-    char* text = NULL;
-    int err = read_file(directory, package->e.name, &text);
-    if (err == UCI_OK) {
-        struct reader r = {ctx, text, text, 1, malloc(strlen(text) + 2)};
-        err = r.words != NULL ? read_text(&r, package) : UCI_ERR_MEM;
-        free(r.words);
+    char path[4096];
+    struct stat status;
+    const int length = snprintf(path, sizeof path, "%s/%s", directory, package->e.name);
+    /* Opening anything but a regular file might block. */
+    if (length < 0 || (size_t)length >= sizeof path || stat(path, &status) != 0 ||
+        !S_ISREG(status.st_mode))
+        return UCI_ERR_NOTFOUND;
+    if (status.st_size > MAX_FILE_SIZE)
+        return UCI_ERR_IO;
+    FILE* file = fopen(path, "re");
+    if (file == NULL)
+        return errno == ENOENT ? UCI_ERR_NOTFOUND : UCI_ERR_IO;
+
+    const size_t size = (size_t)status.st_size;
+    char* text =
+        malloc(2 * (size + 2)); /* the text up to any zero byte, then the words cut from it */
+    int err = UCI_ERR_MEM;
+    if (text != NULL) {
+        text[fread(text, 1, size, file)] = '\0';
+        struct reader r = {ctx, text, text, 1, text + size + 2};
+        err = ferror(file) ? UCI_ERR_IO : read_text(&r, package);
     }
     free(text);
+    fclose(file);
     return err;
 }
 
