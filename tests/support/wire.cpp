@@ -58,6 +58,12 @@ std::string wireOf(const Request& request, const Account& account) {
     return header + digest + des(plain, account, CipherDirection::Encrypt);
 }
 
+std::string wireOfCipherText(uint8_t type, const std::string& cipherText, const Account& account) {
+    const std::string header = headerOf(2, type, static_cast<uint32_t>(cipherText.size()), 0, 0);
+    const std::string plain = des(cipherText, account, CipherDirection::Decrypt);
+    return header + md5(header + std::string(16, '\0') + plain) + cipherText;
+}
+
 std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId) {
     return headerOf(2, 7, static_cast<uint32_t>(payload.size()), packetId, subType) + payload;
 }

@@ -26,6 +26,10 @@ struct Request {
 // The datagram of a request: padded, digested and ciphered with the account's key.
 std::string wireOf(const Request& request, const Account& account = {});
 
+// A datagram made from the ciphered side, whose length need not be a multiple of 8.
+std::string wireOfCipherText(uint8_t type, const std::string& cipherText,
+                             const Account& account = {});
+
 // The payload of a type-7 packet: the inner header and the inner payload.
 std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId = 0xA55A);
 
