@@ -97,11 +97,13 @@ EditResult mfgp_editProductInfo(const char* field, std::span<const Record> recor
         mfgp_formatLine(dump, sizeof dump, "flashkv -r %s -p product-info", file) != 0)
         return {EditStep::Dump, 0};
     unlink(file);
-    // A tool that fails counts as run elsewhere. Not here: what it left may be cut short, and a
-    // part of the partition would be flashed over the whole.
-    bool dumped = false;
-    if (mfgp_execLine(dump, &dumped) != 0 || !dumped)
+    // A tool that fails counts as run, but what it left may be cut short: a part of the partition
+    // would be flashed over the whole. The editor then finds nothing and fails.
+    bool whole = false;
+    if (mfgp_execLine(dump, &whole) != 0)
         return {EditStep::Dump, 0};
+    if (!whole)
+        unlink(file);
     for (size_t i = 0; i < records.size(); i++)
         if (mfgp_editRecord(file, records[i].key, records[i].value) != 0)
             return {EditStep::Edit, i};

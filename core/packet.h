@@ -85,8 +85,8 @@ inline uint32_t mfgp_payloadLength(const uint8_t* header) {
            uint32_t{header[7]};
 }
 
-// The same four bytes taken in host order. Two log lines print the length this way; on a
-// little-endian unit they show a large number, and log readers on the line know it so.
+// The same four bytes taken in host order. Log lines use the length this way; on a little-endian
+// unit it is a large number, and log readers on the line know it so.
 inline uint32_t mfgp_payloadLengthHostOrder(const uint8_t* header) {
     uint32_t length = 0;
     memcpy(&length, header + 4, sizeof length);

@@ -19,8 +19,7 @@ int mfgp_udpSocketBind(ServiceContext* ctx) {
     if (bind(ctx->sockFd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         return report(-10103, "failed to bind socket");
     const int on = 1;
-    setsockopt(ctx->sockFd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
-    return 0;
+    return setsockopt(ctx->sockFd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
 }
 
 int mfgp_udpSocketClose(ServiceContext* ctx) {

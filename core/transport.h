@@ -8,7 +8,8 @@
 // in the background must not keep the port after the daemon has ended. -10101 on failure.
 int mfgp_udpSocketCreate(ServiceContext* ctx);
 
-// Binds the socket to port 1040 of every address and allows broadcast. -10103 on failure.
+// Binds the socket to port 1040 of every address (-10103 on failure) and allows broadcast (-1 on
+// failure, the one that is not reported).
 int mfgp_udpSocketBind(ServiceContext* ctx);
 
 // Closes ctx->sockFd. -10102 on failure, also when it was never opened or there is no context.

@@ -36,6 +36,12 @@ struct FieldDescriptor {
     const char* argument;
 };
 
+// Prints the error on top of the stack, which need not be a text.
+void printRaised(lua_State* lua) {
+    const char* const text = lua_tolstring(lua, -1, nullptr);
+    printf("ERROR: pcall: %s\r\n", text != nullptr ? text : "");
+}
+
 int copyText(lua_State* lua, char* place) {
     const char* const text = lua_tolstring(lua, -1, nullptr);  // null for what is not a text
     snprintf(place, kAccountFieldSize, "%s", text != nullptr ? text : "");
@@ -73,8 +79,7 @@ int fxApp_lua_push_table(lua_State* lua, const FieldDescriptor* fields, char* ba
 // table or nil.
 int fxApp_lua_call_luci(lua_State* lua) {
     if (lua_pcall(lua, 1, 1, 0) != 0) {
-        const char* const text = lua_tolstring(lua, -1, nullptr);
-        printf("ERROR: pcall: %s\r\n", text != nullptr ? text : "");
+        printRaised(lua);
         return -1;
     }
     if (!lua_istable(lua, -1)) {
@@ -124,18 +129,19 @@ int findDispatch(lua_State* lua) {
         printf("ERROR: require the administration moudle!\r");
         return -1;
     }
-    if (lua_istable(lua, -1))
+    if (lua_istable(lua, -1)) {
         lua_getfield(lua, -1, "dispatch");
-    if (!lua_isfunction(lua, -1)) {
-        printf("ERROR: this is not function.\r");
-        return -1;
+        if (lua_isfunction(lua, -1))
+            return 0;
     }
-    return 0;
+    printf("ERROR: this is not function.\r");
+    return -1;
 }
 
 struct Query {
     Account account;
-    int result;
+    bool answered;
+    const char* failure;  // what is said when the step in hand does not end well
 };
 
 // Runs protected as a whole, so that a field access that raises an error, or memory running out,
@@ -145,19 +151,16 @@ int runQuery(lua_State* lua) {
     luaL_openlibs(lua);
     if (findDispatch(lua) != 0)
         return 0;
-    if (fxApp_lua_push_table(lua, kRequest, nullptr) != 0) {
-        printf("ERROR: fxApp_lua_push_table failed.\r");
+    query->failure = "ERROR: fxApp_lua_push_table failed.\r";
+    if (fxApp_lua_push_table(lua, kRequest, nullptr) != 0)
         return 0;
-    }
-    if (fxApp_lua_call_luci(lua) != 0) {
-        printf("ERROR: fxApp_lua_call_luci failed\r");
+    query->failure = "ERROR: fxApp_lua_call_luci failed\r";
+    if (fxApp_lua_call_luci(lua) != 0)
         return 0;
-    }
-    if (fxApp_lua_pop_table(lua, kAnswer, reinterpret_cast<char*>(&query->account)) != 0) {
-        printf("ERROR: fxApp_lua_pop_table failed\r");
+    query->failure = "ERROR: fxApp_lua_pop_table failed\r";
+    if (fxApp_lua_pop_table(lua, kAnswer, reinterpret_cast<char*>(&query->account)) != 0)
         return 0;
-    }
-    query->result = 0;
+    query->answered = true;
     return 0;
 }
 
@@ -177,14 +180,13 @@ int mfgp_checkAccount(ServiceContext* ctx) {
         printf("ERROR: luaL_newstate failed\r\n");
         return -1;
     }
-    Query query = {{}, -1};
-    if (lua_cpcall(lua.get(), runQuery, &query) != 0) {
-        const char* const text = lua_tolstring(lua.get(), -1, nullptr);
-        printf("ERROR: pcall: %s\r\n", text != nullptr ? text : "");
+    Query query = {{}, false, ""};
+    if (lua_cpcall(lua.get(), runQuery, &query) != 0)
+        printRaised(lua.get());
+    if (!query.answered) {
+        printf("%s", query.failure);
         return -1;
     }
-    if (query.result != 0)
-        return -1;
     mfgp_deriveKey(ctx->payloadKey, textOrDefault(query.account.username),
                    textOrDefault(query.account.password));
     return 0;

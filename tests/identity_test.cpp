@@ -95,6 +95,9 @@ TEST(IdentityReads, SpecialIdIsAnsweredAsARegion) {
         unit.write("/fw/SPECIAL_ID", row.specialId);
         EXPECT_EQ(station.command(64).payload, padded(row.answer, 64)) << row.specialId;
     }
+    EXPECT_NE(withoutLines(unit.trace())
+                  .find("[mfgp_cmd_getSpecialID():%] get special id is: 55530000,len is 8\n"),
+              std::string::npos);
 }
 
 TEST(IdentityReads, HardwareDescriptionJoinsTwoFields) {
@@ -115,6 +118,9 @@ TEST(IdentityReads, HardwareDescriptionJoinsTwoFields) {
         unit.write("/fw/HARDVERSION", row.version);
         EXPECT_EQ(station.command(58).payload, padded(row.answer, 128));
     }
+    EXPECT_NE(withoutLines(unit.trace())
+                  .find("[mfgp_cmd_getHwDesc():%] get device id is: M31-5G V1.0, len is 11\n"),
+              std::string::npos);
 }
 
 TEST(IdentityReads, AToolThatMisbehavesIsAnEmptyField) {

@@ -67,9 +67,13 @@ std::string runTask() {
     handled = 0;
     now = 4294967000U;  // the 32-bit clock wraps within the test
     testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
     EXPECT_EQ(mfgp_sessionTableCreate(), 0);
     mfgp_taskEntry();
     mfgp_sessionTableFree();
+    const std::string trace = testing::internal::GetCapturedStdout();
+    EXPECT_NE(trace.find("] mfgp task start\n"), std::string::npos);
+    EXPECT_NE(trace.find("] mfgp task exit\n"), std::string::npos);
     fflush(stderr);
     return testing::internal::GetCapturedStderr();
 }

@@ -19,6 +19,7 @@ const uint8_t* bytes(const std::string& text) {
 std::string des(const std::string& text, const Account& account, CipherDirection direction) {
     uint8_t key[8];
     mfgp_deriveKey(key, account.user.c_str(), account.password.c_str());
+    account.key.copy(reinterpret_cast<char*>(key), sizeof key);
     std::string out(text.size() + 16, '\0');
     out.resize(mfgp_desEcb(bytes(text), static_cast<uint32_t>(text.size()),
                            reinterpret_cast<uint8_t*>(out.data()),
@@ -87,13 +88,19 @@ Answer openAnswer(const std::string& wire, const Account& account) {
     return answer;
 }
 
-Station::Station(Account account, uint16_t port)
+Station::Station(Account account, const char* from, uint16_t fromPort)
     : account_(std::move(account)), fd_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in unit = {};
-    unit.sin_family = AF_INET;
-    unit.sin_port = htons(port);
-    unit.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(fd_, reinterpret_cast<const sockaddr*>(&unit), sizeof unit) != 0)
+    const auto address = [](const char* host, uint16_t port) {
+        sockaddr_in place = {};
+        place.sin_family = AF_INET;
+        place.sin_port = htons(port);
+        inet_pton(AF_INET, host, &place.sin_addr);
+        return place;
+    };
+    const sockaddr_in own = address(from, fromPort);
+    const sockaddr_in unit = address("127.0.0.1", 1040);
+    if (bind(fd_, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0 ||
+        connect(fd_, reinterpret_cast<const sockaddr*>(&unit), sizeof unit) != 0)
         throw std::runtime_error("cannot connect");
 }
 

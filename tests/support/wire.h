@@ -11,6 +11,7 @@
 struct Account {
     std::string user = "kiosk";
     std::string password = "kiosk";
+    std::string key = {};  // eight bytes instead of the account's
 };
 
 struct Request {
@@ -49,7 +50,8 @@ Answer openAnswer(const std::string& wire, const Account& account = {});
 // One station: a UDP socket of its own on the loopback.
 class Station {
   public:
-    explicit Station(Account account = {}, uint16_t port = 1040);
+    // Sends from `from` ("127.0.0.2") and the port when they are given.
+    explicit Station(Account account = {}, const char* from = "127.0.0.1", uint16_t fromPort = 0);
     ~Station();
     Station(const Station&) = delete;
     Station& operator=(const Station&) = delete;
