@@ -40,22 +40,19 @@ constexpr Gate kGated = Gate::ProduceMode;
 constexpr Sheet kSheet = Sheet::Yes;
 constexpr Sheet kNoSheet = Sheet::No;
 
-// clang-format off
 constexpr Command kCommands[] = {
     {"get product-id", kTypeSpecial, 10, kRead, kGated, kSheet, "", noArguments, decodeText,
      "product ID"},
     {"get device-id", kTypeSpecial, 53, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "device ID"},
-    {"get mac", kTypeSpecial, 55, kRead, kOpen, kSheet, "", noArguments, decodeText,
-     "MAC address"},
+    {"get mac", kTypeSpecial, 55, kRead, kOpen, kSheet, "", noArguments, decodeText, "MAC address"},
     {"get firmware-id", kTypeSpecial, 56, kRead, kGated, kSheet, "", noArguments, decodeText,
      "firmware ID"},
     {"get hardware-id", kTypeSpecial, 57, kRead, kGated, kSheet, "", noArguments, decodeText,
      "hardware ID"},
-    {"get hardware-description", kTypeSpecial, 58, kRead, kGated, kSheet, "", noArguments, decodeText,
-     "model and hardware version"},
-    {"get oem-id", kTypeSpecial, 59, kRead, kGated, kSheet, "", noArguments, decodeText,
-     "OEM ID"},
+    {"get hardware-description", kTypeSpecial, 58, kRead, kGated, kSheet, "", noArguments,
+     decodeText, "model and hardware version"},
+    {"get oem-id", kTypeSpecial, 59, kRead, kGated, kSheet, "", noArguments, decodeText, "OEM ID"},
     {"get special-id", kTypeSpecial, 64, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "region that the special ID stands for"},
     {"get country", kTypeSpecial, 66, kRead, kOpen, kSheet, "", noArguments, decodeText,
@@ -75,7 +72,15 @@ constexpr Command kCommands[] = {
     {"raw", kTypeFromWords, 0, kWrite, kGated, kNoSheet, "TYPE SUBTYPE [HEX]", rawPacket, decodeRaw,
      "send any packet; of type 7 the inner one"},
 };
-// clang-format on
+
+constexpr bool sheetRowsCanBeRead() {
+    for (const Command& command : kCommands)
+        if (command.sheet == Sheet::Yes &&
+            (command.access != Access::Read || command.arguments[0] != '\0'))
+            return false;
+    return true;
+}
+static_assert(sheetRowsCanBeRead(), "the sheet takes reads without arguments");
 
 Words wordsOf(const char* name) {
     std::istringstream stream(name);

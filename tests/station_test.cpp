@@ -86,6 +86,7 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"get mac --timeout", 2, "--timeout needs an argument"},
         {"--host no.such.host.invalid get mac", 7, "cannot find host"},
         {"--timeout 0.1 --retries 1 get mac", 3, "within 0.1 s (2 tries)"},
+        {"--timeout 0.1 --retries 0 sheet", 3, "! no answer"},
         {"--timeout 0.1 config set x", 3, "within 0.1 s (1 try)"},
         {"help", 0, "get hardware-description"},
         {"list", 0, "get mac"},
