@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "station/cellular_arguments.h"
+
 namespace station {
 namespace {
 
@@ -40,6 +42,9 @@ constexpr Gate kGated = Gate::ProduceMode;
 constexpr Sheet kSheet = Sheet::Yes;
 constexpr Sheet kNoSheet = Sheet::No;
 
+// An AT console takes seconds to answer, and one that stays silent is asked for some more.
+constexpr double kConsoleSeconds = 10;
+
 constexpr Command kCommands[] = {
     {"get product-id", kTypeSpecial, 10, kRead, kGated, kSheet, "", noArguments, decodeText,
      "product ID"},
@@ -57,6 +62,38 @@ constexpr Command kCommands[] = {
      "region that the special ID stands for"},
     {"get country", kTypeSpecial, 66, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "country code"},
+    {"set imei", kTypeSpecial, 90, kWrite, kOpen, kNoSheet, "IMEI", imeiText, nullptr,
+     "write the IMEI to flash and modem, once per run of the daemon", kConsoleSeconds},
+    {"get imei", kTypeSpecial, 91, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "IMEI; fifteen 9 when flash and modem differ", kConsoleSeconds},
+    {"qlog start", kTypeSpecial, 92, kWrite, kOpen, kNoSheet, "", noArguments, nullptr,
+     "start the modem's logger"},
+    {"qlog stop", kTypeSpecial, 93, kWrite, kOpen, kNoSheet, "", noArguments, nullptr,
+     "stop the modem's logger"},
+    {"set external-antenna", kTypeSpecial, 94, kWrite, kOpen, kNoSheet, "CHARACTER",
+     antennaCharacter, nullptr, "switch the external antenna (one letter or digit)",
+     kConsoleSeconds},
+    {"get card-state", kTypeSpecial, 106, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "SIM card state"},
+    {"get card-connection", kTypeSpecial, 107, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "cellular connection state"},
+    {"get card-signal", kTypeSpecial, 108, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "cellular signal level"},
+    {"get card-registration", kTypeSpecial, 109, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "cellular registration state"},
+    {"get sim-imei", kTypeSpecial, 110, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "IMEI that the modem has", kConsoleSeconds},
+    {"antenna-test", kTypeSpecial, 112, kWrite, kOpen, kNoSheet, "MODULE NAME=VALUE...|TEXT",
+     antennaFields, nullptr, "measure on one antenna path; `antenna-test MODULE` tells its names",
+     2 * kConsoleSeconds},
+    {"get antenna-level", kTypeSpecial, 113, kRead, kOpen, kNoSheet, "", noArguments, decodeText,
+     "level of the last antenna test in dBm; 999 when none was measured"},
+    {"set ftm", kTypeSpecial, 114, kWrite, kOpen, kNoSheet, "VALUE", ftmValue, nullptr,
+     "put the modem into its factory test mode (1) or back", kConsoleSeconds},
+    {"get ftm", kTypeSpecial, 115, kRead, kOpen, kNoSheet, "", noArguments, decodeLine,
+     "the modem's factory test mode", kConsoleSeconds},
+    {"get modem-version", kTypeSpecial, 116, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "software version of the modem", kConsoleSeconds},
     {"config get", kTypeGetConfig, 0, kRead, kOpen, kNoSheet, "", noArguments, decodeText,
      "the unit's basic configuration, the same text on every unit"},
     {"config set", kTypeSetConfig, 0, kWrite, kOpen, kNoSheet, "TEXT", oneText, nullptr,

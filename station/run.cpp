@@ -80,7 +80,8 @@ Patience patienceFor(const Command& command, const Request& request, const Optio
     constexpr double kRefusalSeconds = 1;
     if (request.type == kTypeCancelTest)
         return {1, std::min(options.timeout, kRefusalSeconds)};
-    return {command.access == Access::Read ? 1 + options.retries : 1, options.timeout};
+    return {command.access == Access::Read ? 1 + options.retries : 1,
+            options.timeout + command.unitSeconds};
 }
 
 void printRow(const Command& command, const Outcome& outcome) {
@@ -109,7 +110,7 @@ ExitCode sheet(const Options& options) {
         const Request request = {command.type, command.subType, {}};
         Patience patience = patienceFor(command, request, options);
         if (silent)
-            patience.tries = 1;  // else a unit that is off takes a minute and more
+            patience = {1, options.timeout};  // else a unit that is off takes a minute and more
         const Answer answer = ask(&link, request, patience);
         silent = answer.delivery == Delivery::NoAnswer;
         const Outcome outcome = outcomeOf(command, request, answer, link.unit);
