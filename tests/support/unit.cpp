@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -113,6 +114,17 @@ void Unit::fault(const std::string& tool, const std::string& snippet) const {
     write("/fault/" + tool, snippet + "\n");
 }
 
+void Unit::allowPipes(bool allowed) const {
+    rlimit limit = {};
+    prlimit(daemon_, RLIMIT_NOFILE, nullptr, &limit);
+    limit.rlim_cur = allowed ? limit.rlim_max : 0;
+    for (int left = allowed ? 0 : 1; left > 0; limit.rlim_cur++)
+        left -= !fs::is_symlink("/proc/" + std::to_string(daemon_) + "/fd/" +
+                                std::to_string(limit.rlim_cur));
+    if (prlimit(daemon_, RLIMIT_NOFILE, &limit, nullptr) != 0)
+        throw std::runtime_error("prlimit");
+}
+
 void Unit::setMode(const std::string& mode) const {
     write("/etc/config/wanDetect", "config settings 'settings'\n\toption mode '" + mode + "'\n");
 }
@@ -138,6 +150,23 @@ std::string Unit::trace() {
 
 std::string Unit::errors() {
     return since("/log/stderr", &errorsSeen_);
+}
+
+std::string withoutLines(std::string trace) {
+    for (size_t at = 0; (at = trace.find("():", at)) != std::string::npos; at += 3)
+        trace.replace(at + 3, trace.find(']', at) - at - 3, "%");
+    return trace;
+}
+
+std::vector<std::string> shellLines(const std::string& trace) {
+    std::vector<std::string> lines;
+    constexpr size_t kStart = 5;
+    for (size_t at = 0; (at = trace.find("cmd: ", at)) != std::string::npos;) {
+        const size_t end = trace.find(" \r\n", at);
+        lines.push_back(trace.substr(at + kStart, end - at - kStart));
+        at = end;
+    }
+    return lines;
 }
 
 std::string errorLine(int code, const std::string& message) {

@@ -34,6 +34,9 @@ class Unit {
 
     // Replaces a tool's behaviour by a shell snippet that runs before it ("exit 1").
     void fault(const std::string& tool, const std::string& snippet) const;
+    // Leaves the daemon enough descriptors to read its mode but too few for a pipe, or gives it
+    // all.
+    void allowPipes(bool allowed) const;
     // Sets wanDetect.settings.mode.
     void setMode(const std::string& mode) const;
 
@@ -54,6 +57,12 @@ class Unit {
     size_t traceSeen_ = 0;
     size_t errorsSeen_ = 0;
 };
+
+// Takes the source lines out of trace lines: "[mfgp_cmd_getMAC():%] ...".
+std::string withoutLines(std::string trace);
+
+// The shell lines that the command runner was given, from a trace.
+std::vector<std::string> shellLines(const std::string& trace);
 
 // The error line of a code and message as the daemon reports it, up to the errno.
 std::string errorLine(int code, const std::string& message);
