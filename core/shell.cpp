@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
+#include <cstring>
 
 #include "core/report.h"
 
@@ -42,6 +43,16 @@ int mfgp_formatLine(char* line, size_t size, const char* format, ...) {
     const int result = formatArguments(line, size, format, arguments);
     va_end(arguments);
     return result;
+}
+
+bool mfgp_isPlainText(const char* text, const char* marks) {
+    for (; *text != '\0'; text++) {
+        const bool letter = (*text >= 'A' && *text <= 'Z') || (*text >= 'a' && *text <= 'z');
+        const bool digit = *text >= '0' && *text <= '9';
+        if (!letter && !digit && strchr(marks, *text) == nullptr)
+            return false;
+    }
+    return true;
 }
 
 int mfgp_execCmd(const char* format, ...) {

@@ -11,6 +11,10 @@ inline constexpr size_t kCommandLineSize = 1024;  // bytes, with the terminator
 // the line is then empty, so that a cut line is never run.
 [[gnu::format(printf, 3, 4)]] int mfgp_formatLine(char* line, size_t size, const char* format, ...);
 
+// True when the text holds nothing but ASCII letters, digits and the given marks, so that a line it
+// stands in unquoted runs as it reads. Also true for an empty text.
+bool mfgp_isPlainText(const char* text, const char* marks);
+
 // Runs one shell line, formatted by printf rules into at most 1,023 characters, with an empty
 // environment, and waits for it. Returns 0 once the shell has run, whatever its exit status; -1
 // when the line does not fit or the shell cannot be started or waited for.
