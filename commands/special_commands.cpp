@@ -2,7 +2,10 @@
 
 #include <algorithm>
 
+#include "commands/group_info.h"
 #include "commands/identity_read.h"
+#include "commands/identity_write.h"
+#include "commands/radio_hooks.h"
 #include "commands/reply.h"
 #include "core/produce_mode.h"
 
@@ -22,32 +25,32 @@ constexpr bool kGated = true;
 
 constexpr SpecialCommand kSpecialCommands[] = {
     {10, kGated, mfgp_cmd_getProdId},
-    {17, kGated, nullptr},
+    {17, kGated, mfgp_hook_erase_radio},
     {18, kGated, nullptr},
     {50, kGated, nullptr},
     {53, kAlways, mfgp_cmd_getDevID},
-    {54, kGated, nullptr},
+    {54, kGated, mfgp_cmd_setDevID},
     {55, kAlways, mfgp_cmd_getMAC},
     {56, kGated, mfgp_cmd_getFwID},
     {57, kGated, mfgp_cmd_getHwID},
     {58, kGated, mfgp_cmd_getHwDesc},
     {59, kGated, mfgp_cmd_getOemID},
-    {60, kGated, nullptr},
+    {60, kGated, mfgp_cmd_setOemID},
     {64, kAlways, mfgp_cmd_getSpecialID},
-    {65, kGated, nullptr},
+    {65, kGated, mfgp_cmd_setSpecialID},
     {66, kAlways, mfgp_cmd_getCountryCode},
-    {67, kGated, nullptr},
+    {67, kGated, mfgp_cmd_setCountryCode},
     {68, kAlways, nullptr},
     {69, kAlways, nullptr},
     {70, kAlways, nullptr},
     {71, kAlways, nullptr},
-    {75, kGated, nullptr},
-    {76, kAlways, nullptr},
-    {77, kGated, nullptr},
-    {78, kGated, nullptr},
-    {79, kGated, nullptr},
-    {80, kGated, nullptr},
-    {82, kAlways, nullptr},
+    {75, kGated, mfgp2_cmd_setMac},
+    {76, kAlways, mfgp2_cmd_setPin},
+    {77, kGated, mfgp2_cmd_setGroupInfo},
+    {78, kGated, mfgp2_cmd_getGroupInfo},
+    {79, kGated, mfgp2_cmd_generateGroupInfo},
+    {80, kGated, mfgp_hook_enable_testmode},
+    {82, kAlways, mfgp_cmd_setModelName},
     {86, kGated, nullptr},
     {87, kGated, nullptr},
     {88, kGated, nullptr},

@@ -41,13 +41,6 @@ std::string padded(std::string text, uint32_t length) {
     return text;
 }
 
-// Takes the source lines out of trace lines.
-std::string withoutLines(std::string trace) {
-    for (size_t at = 0; (at = trace.find("():", at)) != std::string::npos; at += 3)
-        trace.replace(at + 3, trace.find(']', at) - at - 3, "%");
-    return trace;
-}
-
 TEST(IdentityReads, AnswerTheFieldInAFixedLength) {
     Unit unit;
     const Station station;

@@ -82,8 +82,17 @@ void Unit::start() {
     const std::string line = readLine(out, 20000);
     close(out);
     const size_t pid = line.rfind("pid ");
-    if (line.find("ready") == std::string::npos || pid == std::string::npos)
+    if (line.find("ready") == std::string::npos || pid == std::string::npos) {
+        constexpr int kCannotBeDone = 77;
+        int status = 0;
+        kill(simulator_, SIGTERM);
+        waitpid(simulator_, &status, 0);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == kCannotBeDone) {
+            fs::remove_all(root_);
+            throw UnitImpossible("this machine cannot run such a unit");
+        }
         throw std::runtime_error("the simulated unit did not start: " + line + errors());
+    }
     daemon_ = std::stoi(line.substr(pid + 4));
     callsSeen_ = traceSeen_ = errorsSeen_ = 0;
 }
@@ -138,6 +147,23 @@ std::string Unit::trace() {
 
 std::string Unit::errors() {
     return since("/log/stderr", &errorsSeen_);
+}
+
+std::string withoutLines(std::string trace) {
+    for (size_t at = 0; (at = trace.find("():", at)) != std::string::npos; at += 3)
+        trace.replace(at + 3, trace.find(']', at) - at - 3, "%");
+    return trace;
+}
+
+std::vector<std::string> shellLines(const std::string& trace) {
+    std::vector<std::string> lines;
+    constexpr size_t kStart = 5;
+    for (size_t at = 0; (at = trace.find("cmd: ", at)) != std::string::npos;) {
+        const size_t end = trace.find(" \r\n", at);
+        lines.push_back(trace.substr(at + kStart, end - at - kStart));
+        at = end;
+    }
+    return lines;
 }
 
 std::string errorLine(int code, const std::string& message) {

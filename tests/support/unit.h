@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -10,10 +11,15 @@ struct StateFile {
     std::string content;
 };
 
+// This machine cannot give the unit what the arguments ask for: a test that needs it is skipped.
+struct UnitImpossible : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
 class Unit {
   public:
     // Starts the unit and waits until the daemon is bound; `arguments` go to `mfgp-sim up`,
-    // the files to prepare are laid before the start.
+    // the files to prepare are laid before the start. Throws UnitImpossible or a runtime_error.
     explicit Unit(const std::vector<StateFile>& prepare = {},
                   const std::vector<std::string>& arguments = {});
     ~Unit();
@@ -54,6 +60,12 @@ class Unit {
     size_t traceSeen_ = 0;
     size_t errorsSeen_ = 0;
 };
+
+// Takes the source lines out of trace lines: "[mfgp_cmd_getMAC():%] ...".
+std::string withoutLines(std::string trace);
+
+// The shell lines that the command runner was given, from a trace.
+std::vector<std::string> shellLines(const std::string& trace);
 
 // The error line of a code and message as the daemon reports it, up to the errno.
 std::string errorLine(int code, const std::string& message);
