@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "station/arguments.h"
+
 namespace station {
 namespace {
 
@@ -44,8 +46,12 @@ constexpr Sheet kNoSheet = Sheet::No;
 constexpr Command kCommands[] = {
     {"get product-id", kTypeSpecial, 10, kRead, kGated, kSheet, "", noArguments, decodeText,
      "product ID"},
+    {"erase radio", kTypeSpecial, 17, kWrite, kGated, kNoSheet, "", noArguments, nullptr,
+     "erase the radio calibration data, once per run of the daemon"},
     {"get device-id", kTypeSpecial, 53, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "device ID"},
+    {"set device-id", kTypeSpecial, 54, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
+     "write the device ID; like every identity write, once per run of the daemon"},
     {"get mac", kTypeSpecial, 55, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "MAC address"},
     {"get firmware-id", kTypeSpecial, 56, kRead, kGated, kSheet, "", noArguments, decodeText,
@@ -56,10 +62,30 @@ constexpr Command kCommands[] = {
      "model and hardware version"},
     {"get oem-id", kTypeSpecial, 59, kRead, kGated, kSheet, "", noArguments, decodeText,
      "OEM ID"},
+    {"set oem-id", kTypeSpecial, 60, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
+     "write the OEM ID"},
     {"get special-id", kTypeSpecial, 64, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "region that the special ID stands for"},
+    {"set special-id", kTypeSpecial, 65, kWrite, kGated, kNoSheet, "REGION", region, nullptr,
+     "write the special ID of a region (US, EU, ...)"},
     {"get country", kTypeSpecial, 66, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "country code"},
+    {"set country", kTypeSpecial, 67, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
+     "write the country code"},
+    {"set mac", kTypeSpecial, 75, kWrite, kGated, kNoSheet, "MAC", macAddress, nullptr,
+     "write the MAC address, name the default Wi-Fi network after it"},
+    {"set pin", kTypeSpecial, 76, kWrite, kOpen, kNoSheet, "PIN", pin, nullptr,
+     "write the PIN"},
+    {"set group", kTypeSpecial, 77, kWrite, kGated, kNoSheet, "JSON|@FILE", groupObject, nullptr,
+     "write the group data: gid, key and pack"},
+    {"get group", kTypeSpecial, 78, kRead, kGated, kSheet, "", noArguments, decodeText,
+     "group data, as set group takes it"},
+    {"generate group", kTypeSpecial, 79, kWrite, kGated, kNoSheet, "COUNT", unitCount, decodeText,
+     "let the unit make fresh group data for a number of units; nothing is stored"},
+    {"enable test-mode", kTypeSpecial, 80, kWrite, kGated, kNoSheet, "", noArguments, nullptr,
+     "switch the unit into test mode"},
+    {"set model-name", kTypeSpecial, 82, kWrite, kOpen, kNoSheet, "TEXT", identityText, nullptr,
+     "write the model name"},
     {"config get", kTypeGetConfig, 0, kRead, kOpen, kNoSheet, "", noArguments, decodeText,
      "the unit's basic configuration, the same text on every unit"},
     {"config set", kTypeSetConfig, 0, kWrite, kOpen, kNoSheet, "TEXT", oneText, nullptr,
