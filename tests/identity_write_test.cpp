@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "commands/identity_write.h"
 #include "commands/radio_hooks.h"
 #include "tests/support/unit.h"
 #include "tests/support/wire.h"
@@ -153,9 +154,8 @@ TEST(IdentityWrites, AFailureFlashesNothingAndLeavesThePermission) {
         {"echo 'echo a:1 >$2; exit 1' >/fault/flashkv", kOemId, nullptr, 1, ""},
         {"echo exit 0 >/fault/flashkv", kModel, nullptr, 1, ""},
         {"chmod a-x /usr/sbin/flashkv", kCountry, nullptr, 1, ""},
-        {"echo exit 1 >/fault/flashkv", kSpecialId, nullptr, 1, "debug3"},
         {"echo exit 0 >/fault/flashkv", kSpecialId, nullptr, 1, "debug4"},
-        {"echo exit 1 >/fault/flashkv", kGroupInfo, nullptr, 2, "Set GroupInfo error, read /tmp/group-tmp error \n"},
+        {"echo exit 1 >/fault/flashkv", kGroupInfo, nullptr, 2, "Set GroupInfo error, modify /tmp/group-tmp key error \n"},
         {":", kSpecialId, "XX", 0, errorLine(-1, "debug2")},
         {":", kSpecialId, "", 0, "debug1"},
         {":", kOemId, "X\nspecial_id:1", 1, ""},
@@ -244,10 +244,15 @@ TEST(Hooks, EraseOnceAndEnableTestModeAgainAndAgain) {
 TEST(Hooks, OnlyTheEraseSucceedsWithoutAProcess) {
     const auto ctx = std::make_unique<ServiceContext>();
     ctx->flags = kFlagsAtStart;
+    mfgp_setVersion(ctx->recvBuf, 2);
+    memcpy(mfgp_payload(ctx->recvBuf), "EU", 2);
+    testing::internal::CaptureStdout();
     noMoreProcesses = true;
+    EXPECT_EQ(mfgp_cmd_setSpecialID(ctx.get()), -10327);
     EXPECT_EQ(mfgp_hook_enable_testmode(ctx.get()), -10349);
     EXPECT_EQ(mfgp_hook_erase_radio(ctx.get()), 0);
     noMoreProcesses = false;
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("debug3"), std::string::npos);
     EXPECT_EQ(ctx->flags, kFlagsAtStart & ~kFlagEraseRadio);
 }
 

@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -120,6 +121,17 @@ std::string Unit::read(const std::string& inUnit) const {
 
 void Unit::fault(const std::string& tool, const std::string& snippet) const {
     write("/fault/" + tool, snippet + "\n");
+}
+
+void Unit::allowPipes(bool allowed) const {
+    rlimit limit = {};
+    prlimit(daemon_, RLIMIT_NOFILE, nullptr, &limit);
+    limit.rlim_cur = allowed ? limit.rlim_max : 0;
+    for (int left = allowed ? 0 : 1; left > 0; limit.rlim_cur++)
+        left -= !fs::is_symlink("/proc/" + std::to_string(daemon_) + "/fd/" +
+                                std::to_string(limit.rlim_cur));
+    if (prlimit(daemon_, RLIMIT_NOFILE, &limit, nullptr) != 0)
+        throw std::runtime_error("prlimit");
 }
 
 void Unit::setMode(const std::string& mode) const {

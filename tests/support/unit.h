@@ -40,6 +40,9 @@ class Unit {
 
     // Replaces a tool's behaviour by a shell snippet that runs before it ("exit 1").
     void fault(const std::string& tool, const std::string& snippet) const;
+    // Leaves the daemon enough descriptors to read its mode but too few for a pipe, or gives it
+    // all.
+    void allowPipes(bool allowed) const;
     // Sets wanDetect.settings.mode.
     void setMode(const std::string& mode) const;
 
