@@ -127,7 +127,7 @@ std::string groupObject(const Words& words, Request* request) {
         return "takes one JSON text (in quotes) or FILE";
     std::string text = words[0];
     if (text.empty() || text[0] != '{') {
-        const std::string unreadable = readFile(text.substr(text.starts_with('@') ? 1 : 0), &text);
+        std::string unreadable = readFile(text.substr(text.starts_with('@') ? 1 : 0), &text);
         if (!unreadable.empty())
             return unreadable;
     }
