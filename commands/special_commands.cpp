@@ -2,9 +2,13 @@
 
 #include <algorithm>
 
+#include "commands/antenna_test.h"
+#include "commands/card_status.h"
 #include "commands/group_info.h"
 #include "commands/identity_read.h"
 #include "commands/identity_write.h"
+#include "commands/imei.h"
+#include "commands/modem_tools.h"
 #include "commands/radio_hooks.h"
 #include "commands/reply.h"
 #include "core/produce_mode.h"
@@ -55,23 +59,23 @@ constexpr SpecialCommand kSpecialCommands[] = {
     {87, kGated, nullptr},
     {88, kGated, nullptr},
     {89, kGated, nullptr},
-    {90, kAlways, nullptr},
-    {91, kAlways, nullptr},
-    {92, kAlways, nullptr},
-    {93, kAlways, nullptr},
-    {94, kAlways, nullptr},
+    {90, kAlways, mfgp2_cmd_setImei},
+    {91, kAlways, mfgp2_cmd_getImei},
+    {92, kAlways, mfgp2_cmd_startQLog},
+    {93, kAlways, mfgp2_cmd_stopQLog},
+    {94, kAlways, mfgp2_cmd_changeExtAntenna},
     {104, kGated, nullptr},
     {105, kGated, nullptr},
-    {106, kAlways, nullptr},
-    {107, kAlways, nullptr},
-    {108, kAlways, nullptr},
-    {109, kAlways, nullptr},
-    {110, kAlways, nullptr},
-    {112, kAlways, nullptr},
-    {113, kAlways, nullptr},
-    {114, kAlways, nullptr},
-    {115, kAlways, nullptr},
-    {116, kAlways, nullptr},
+    {106, kAlways, mfgp2_cmd_getcardstate},
+    {107, kAlways, mfgp2_cmd_getcardconn},
+    {108, kAlways, mfgp2_cmd_getcardsiglvl},
+    {109, kAlways, mfgp2_cmd_getcardregstat},
+    {110, kAlways, mfgp2_cmd_getsimImei},
+    {112, kAlways, mfgp2_cmd_setantennaTest},
+    {113, kAlways, mfgp2_cmd_getantennaTest},
+    {114, kAlways, mfgp2_cmd_setFtmState},
+    {115, kAlways, mfgp2_cmd_getFtmState},
+    {116, kAlways, mfgp2_cmd_getlteSwVer},
     {128, kGated, nullptr},
     {131, kAlways, nullptr},
     {135, kGated, nullptr},

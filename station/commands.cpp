@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "station/arguments.h"
+#include "station/cellular_arguments.h"
 
 namespace station {
 namespace {
@@ -42,7 +43,9 @@ constexpr Gate kGated = Gate::ProduceMode;
 constexpr Sheet kSheet = Sheet::Yes;
 constexpr Sheet kNoSheet = Sheet::No;
 
-// clang-format off
+// An AT console takes seconds to answer, and one that stays silent is asked for some more.
+constexpr double kConsoleSeconds = 10;
+
 constexpr Command kCommands[] = {
     {"get product-id", kTypeSpecial, 10, kRead, kGated, kSheet, "", noArguments, decodeText,
      "product ID"},
@@ -52,16 +55,14 @@ constexpr Command kCommands[] = {
      "device ID"},
     {"set device-id", kTypeSpecial, 54, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
      "write the device ID; like every identity write, once per run of the daemon"},
-    {"get mac", kTypeSpecial, 55, kRead, kOpen, kSheet, "", noArguments, decodeText,
-     "MAC address"},
+    {"get mac", kTypeSpecial, 55, kRead, kOpen, kSheet, "", noArguments, decodeText, "MAC address"},
     {"get firmware-id", kTypeSpecial, 56, kRead, kGated, kSheet, "", noArguments, decodeText,
      "firmware ID"},
     {"get hardware-id", kTypeSpecial, 57, kRead, kGated, kSheet, "", noArguments, decodeText,
      "hardware ID"},
-    {"get hardware-description", kTypeSpecial, 58, kRead, kGated, kSheet, "", noArguments, decodeText,
-     "model and hardware version"},
-    {"get oem-id", kTypeSpecial, 59, kRead, kGated, kSheet, "", noArguments, decodeText,
-     "OEM ID"},
+    {"get hardware-description", kTypeSpecial, 58, kRead, kGated, kSheet, "", noArguments,
+     decodeText, "model and hardware version"},
+    {"get oem-id", kTypeSpecial, 59, kRead, kGated, kSheet, "", noArguments, decodeText, "OEM ID"},
     {"set oem-id", kTypeSpecial, 60, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
      "write the OEM ID"},
     {"get special-id", kTypeSpecial, 64, kRead, kOpen, kSheet, "", noArguments, decodeText,
@@ -74,8 +75,7 @@ constexpr Command kCommands[] = {
      "write the country code"},
     {"set mac", kTypeSpecial, 75, kWrite, kGated, kNoSheet, "MAC", macAddress, nullptr,
      "write the MAC address, name the default Wi-Fi network after it"},
-    {"set pin", kTypeSpecial, 76, kWrite, kOpen, kNoSheet, "PIN", pin, nullptr,
-     "write the PIN"},
+    {"set pin", kTypeSpecial, 76, kWrite, kOpen, kNoSheet, "PIN", pin, nullptr, "write the PIN"},
     {"set group", kTypeSpecial, 77, kWrite, kGated, kNoSheet, "JSON|@FILE", groupObject, nullptr,
      "write the group data: gid, key and pack"},
     {"get group", kTypeSpecial, 78, kRead, kGated, kSheet, "", noArguments, decodeText,
@@ -86,6 +86,38 @@ constexpr Command kCommands[] = {
      "switch the unit into test mode"},
     {"set model-name", kTypeSpecial, 82, kWrite, kOpen, kNoSheet, "TEXT", identityText, nullptr,
      "write the model name"},
+    {"set imei", kTypeSpecial, 90, kWrite, kOpen, kNoSheet, "IMEI", imeiText, nullptr,
+     "write the IMEI to flash and modem, once per run of the daemon", kConsoleSeconds},
+    {"get imei", kTypeSpecial, 91, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "IMEI; fifteen 9 when flash and modem differ", kConsoleSeconds},
+    {"qlog start", kTypeSpecial, 92, kWrite, kOpen, kNoSheet, "", noArguments, nullptr,
+     "start the modem's logger"},
+    {"qlog stop", kTypeSpecial, 93, kWrite, kOpen, kNoSheet, "", noArguments, nullptr,
+     "stop the modem's logger"},
+    {"set external-antenna", kTypeSpecial, 94, kWrite, kOpen, kNoSheet, "CHARACTER",
+     antennaCharacter, nullptr, "switch the external antenna (one letter or digit)",
+     kConsoleSeconds},
+    {"get card-state", kTypeSpecial, 106, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "SIM card state"},
+    {"get card-connection", kTypeSpecial, 107, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "cellular connection state"},
+    {"get card-signal", kTypeSpecial, 108, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "cellular signal level"},
+    {"get card-registration", kTypeSpecial, 109, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "cellular registration state"},
+    {"get sim-imei", kTypeSpecial, 110, kRead, kOpen, kSheet, "", noArguments, decodeLine,
+     "IMEI that the modem has", kConsoleSeconds},
+    {"antenna-test", kTypeSpecial, 112, kWrite, kOpen, kNoSheet, "MODULE NAME=VALUE...|TEXT",
+     antennaFields, nullptr, "measure on one antenna path; `antenna-test MODULE` tells its names",
+     2 * kConsoleSeconds},
+    {"get antenna-level", kTypeSpecial, 113, kRead, kOpen, kNoSheet, "", noArguments, decodeText,
+     "level of the last antenna test in dBm; 999 when none was measured"},
+    {"set ftm", kTypeSpecial, 114, kWrite, kOpen, kNoSheet, "VALUE", ftmValue, nullptr,
+     "put the modem into its factory test mode (1) or back", kConsoleSeconds},
+    {"get ftm", kTypeSpecial, 115, kRead, kOpen, kNoSheet, "", noArguments, decodeLine,
+     "the modem's factory test mode", kConsoleSeconds},
+    {"get modem-version", kTypeSpecial, 116, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "software version of the modem", kConsoleSeconds},
     {"config get", kTypeGetConfig, 0, kRead, kOpen, kNoSheet, "", noArguments, decodeText,
      "the unit's basic configuration, the same text on every unit"},
     {"config set", kTypeSetConfig, 0, kWrite, kOpen, kNoSheet, "TEXT", oneText, nullptr,
@@ -101,7 +133,15 @@ constexpr Command kCommands[] = {
     {"raw", kTypeFromWords, 0, kWrite, kGated, kNoSheet, "TYPE SUBTYPE [HEX]", rawPacket, decodeRaw,
      "send any packet; of type 7 the inner one"},
 };
-// clang-format on
+
+constexpr bool sheetRowsCanBeRead() {
+    for (const Command& command : kCommands)
+        if (command.sheet == Sheet::Yes &&
+            (command.access != Access::Read || command.arguments[0] != '\0'))
+            return false;
+    return true;
+}
+static_assert(sheetRowsCanBeRead(), "the sheet takes reads without arguments");
 
 Words wordsOf(const char* name) {
     std::istringstream stream(name);

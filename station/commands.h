@@ -40,6 +40,7 @@ struct Command {
     ArgumentBuilder build;
     Decoder decode;  // null: the reply carries no value
     const char* help;
+    double unitSeconds = 0;  // what the unit may wait for its tools, given to it above --timeout
 };
 
 std::span<const Command> commands();

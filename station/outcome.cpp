@@ -69,6 +69,8 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
         case Reading::WrongDigest:
             if (refusesPacket(reply))
                 return refusal(command, request, reply.info);
+            // A request without payload is digested over its header alone. So the unit obeys it
+            // under any account, and a wrong one shows only in the payload that comes back.
             return {kExitAccount,
                     "the digest of the reply is wrong: wrong user name or password, or a "
                     "damaged datagram"};

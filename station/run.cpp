@@ -80,12 +80,8 @@ Patience patienceFor(const Command& command, const Request& request, const Optio
     constexpr double kRefusalSeconds = 1;
     if (request.type == kTypeCancelTest)
         return {1, std::min(options.timeout, kRefusalSeconds)};
-    return {command.access == Access::Read ? 1 + options.retries : 1, options.timeout};
-}
-
-bool isInSheet(const Command& command) {
-    return command.sheet == Sheet::Yes && command.access == Access::Read &&
-           command.arguments[0] == '\0';
+    return {command.access == Access::Read ? 1 + options.retries : 1,
+            options.timeout + command.unitSeconds};
 }
 
 void printRow(const Command& command, const Outcome& outcome) {
@@ -95,28 +91,33 @@ void printRow(const Command& command, const Outcome& outcome) {
     fflush(stdout);
 }
 
+// Rows that all end alike (a unit that is off, another account) are told by their own code.
+ExitCode codeOfSheet(const std::vector<ExitCode>& codes) {
+    const bool alike = std::equal(codes.begin() + 1, codes.end(), codes.begin());
+    return alike ? codes.front() : kExitFailed;
+}
+
 ExitCode sheet(const Options& options) {
     Link link;
     const std::string wrong = openLink(options, &link);
     if (!wrong.empty())
         return complain(kExitLocalFault, "sheet: " + wrong);
-    ExitCode code = kExitDone;
+    std::vector<ExitCode> codes;
     bool silent = false;
     for (const Command& command : commands()) {
-        if (!isInSheet(command))
+        if (command.sheet == Sheet::No)
             continue;
         const Request request = {command.type, command.subType, {}};
         Patience patience = patienceFor(command, request, options);
         if (silent)
-            patience.tries = 1;  // else a unit that is off takes a minute and more
+            patience = {1, options.timeout};  // else a unit that is off takes a minute and more
         const Answer answer = ask(&link, request, patience);
         silent = answer.delivery == Delivery::NoAnswer;
         const Outcome outcome = outcomeOf(command, request, answer, link.unit);
         printRow(command, outcome);
-        if (outcome.code != kExitDone)
-            code = kExitFailed;
+        codes.push_back(outcome.code);
     }
-    return code;
+    return codeOfSheet(codes);
 }
 
 ExitCode perform(const Command& command, const Request& request, const Options& options) {

@@ -1,5 +1,7 @@
 #include "station/values.h"
 
+#include <algorithm>
+
 namespace station {
 namespace {
 
@@ -34,6 +36,13 @@ std::string decodeText(const Reply& reply) {
         text += isPrintable(byte) ? std::string(1, static_cast<char>(byte)) : "\\x" + hexOf(byte);
     }
     return text;
+}
+
+std::string decodeLine(const Reply& reply) {
+    Reply line = reply;
+    line.payload.erase(std::find(line.payload.begin(), line.payload.end(), '\n'),
+                       line.payload.end());
+    return decodeText(line);
 }
 
 std::string decodeRaw(const Reply& reply) {

@@ -13,6 +13,9 @@ using Decoder = std::string (*)(const Reply& reply);
 // field can neither steer a terminal nor break the encoding of a log.
 std::string decodeText(const Reply& reply);
 
+// The same up to the first line end.
+std::string decodeLine(const Reply& reply);
+
 // Info, length, and the payload as hex digits and as text with a dot for what cannot be printed.
 std::string decodeRaw(const Reply& reply);
 

@@ -123,6 +123,7 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"get mac --timeout", 2, "--timeout needs an argument"},
         {"--host no.such.host.invalid get mac", 7, "cannot find host"},
         {"--timeout 0.1 --retries 1 get mac", 3, "within 0.1 s (2 tries)"},
+        {"--timeout 0.1 --retries 0 sheet", 3, "! no answer"},
         {"--timeout 0.1 config set x", 3, "within 0.1 s (1 try)"},
         {"help", 0, "get hardware-description"},
         {"list", 0, "get mac"},
@@ -145,6 +146,36 @@ TEST(StationClient, RepeatsReadsOnly) {
     const std::string trace = unit.trace();
     EXPECT_EQ(count(trace, "] getCfg: "), 3U);
     EXPECT_EQ(count(trace, "] setCfg: "), 1U);
+}
+
+TEST(StationClient, TestsTheCellularSide) {
+    Unit unit;
+    const std::string rg520 = "antenna-test RG520N-EU tech=1 chain_index=0 expected_rxagc_dbm=60 ";
+    const std::string whole = rg520 + "rx_enable=1 channel=19850 band=3";
+    const std::string signedBand = rg520 + "band=-3";
+    expectRows({
+        {"set ftm 1", 0, "OK\n"},
+        {"get ftm", 0, "1\n"},
+        {whole.c_str(), 0, "OK\n"},
+        {"get antenna-level", 0, "-61\n"},
+        {"antenna-test 2-78-0-60-1-620000", 0, "OK\n"},
+        {"get antenna-level", 0, "-74\n"},
+        {"get sim-imei", 0, "860000000000017\n"},
+        {"get card-signal", 0, "4\n"},
+        {"qlog stop", 1, "failed (info 3)"},
+        {"set ftm 0x1", 2, "VALUE '0x1' is not a whole number"},
+        {"set ftm 2147483648", 2, "is not a whole number"},
+        {"antenna-test", 2, "a MODULE is one of EG18-EA, RG520N-EU, EG060K-EA, FG621"},
+        {"antenna-test FG621", 2, "t0 is missing: FG621 takes t0= t1= separator="},
+        {signedBand.c_str(), 2, "band '-3' is not a whole number without a sign"},
+        {"antenna-test EG18-EA t0=1 t0=2", 2, "t0 is given twice"},
+        {"antenna-test EG18-EA t0=1 t3=.", 2, "t3 '.' is not a decimal number"},
+        {"antenna-test EG18-EA t9=1", 2, "'t9=1' is no field: EG18-EA takes t0="},
+        {"set imei 1234567890123456", 2, "longer than 15 characters"},
+        {"set imei '12 34'", 2, "holds a character other than"},
+        {"set external-antenna 10", 2, "CHARACTER '10' is not one letter or digit"},
+    });
+    EXPECT_EQ(unit.read("/modem/imei"), "860000000000017\n");
 }
 
 }  // namespace

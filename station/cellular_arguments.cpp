@@ -1,0 +1,146 @@
+#include "station/cellular_arguments.h"
+
+#include <algorithm>
+#include <charconv>
+#include <span>
+
+namespace station {
+namespace {
+
+constexpr const char* kDigits = "0123456789";
+constexpr const char* kLettersAndDigits =
+    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+
+bool consistsOf(const std::string& text, const std::string& alphabet) {
+    return text.find_first_not_of(alphabet) == std::string::npos;
+}
+
+bool isWholeNumber(const std::string& text) {
+    int number = 0;
+    const auto [place, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return !text.empty() && consistsOf(text, kDigits) && error == std::errc();
+}
+
+bool isDecimalNumber(const std::string& text) {
+    return consistsOf(text, std::string(kDigits) + '.') &&
+           text.find_first_of(kDigits) != std::string::npos &&
+           std::count(text.begin(), text.end(), '.') <= 1;
+}
+
+void putText(const std::string& text, Request* request) {
+    request->payload.assign(text.begin(), text.end());
+}
+
+// The fields of a module's antenna test in their order on the wire. Those without a name of their
+// own go into the module's AT command as they are: t0, t1, ...
+struct AntennaForm {
+    const char* module;
+    std::span<const char* const> fields;
+    const char* decimalField;  // "": all are whole numbers
+};
+
+constexpr const char* kEg18Fields[] = {"t0", "t1", "t2", "t3"};
+constexpr const char* kRg520Fields[] = {"tech",      "band",   "chain_index", "expected_rxagc_dbm",
+                                        "rx_enable", "channel"};
+constexpr const char* kEg060Fields[] = {"t0", "t1", "t2", "t3", "expected_rxagc_dbm"};
+constexpr const char* kFg621Fields[] = {"t0", "t1", "separator", "technology", "read_level"};
+constexpr AntennaForm kAntennaForms[] = {
+    {"EG18-EA", kEg18Fields, "t3"},
+    {"RG520N-EU", kRg520Fields, ""},
+    {"EG060K-EA", kEg060Fields, ""},
+    {"FG621", kFg621Fields, ""},
+};
+
+std::string namesOf(const AntennaForm& form) {
+    std::string names;
+    for (const char* field : form.fields)
+        names += std::string(" ") + field + '=';
+    return std::string(form.module) + " takes" + names;
+}
+
+// Takes one NAME=VALUE into its place in *values. A dash parts the fields on the wire, so that no
+// value can have a sign.
+std::string takeField(const AntennaForm& form, const std::string& word, Words* values) {
+    const size_t equals = word.find('=');
+    const std::string name = word.substr(0, equals);
+    const auto place = std::find(form.fields.begin(), form.fields.end(), name);
+    if (equals == std::string::npos || place == form.fields.end())
+        return "'" + word + "' is no field: " + namesOf(form);
+    const std::string value = word.substr(equals + 1);
+    const bool isDecimal = name == form.decimalField;
+    if (!(isDecimal ? isDecimalNumber(value) : isWholeNumber(value)))
+        return name + " '" + value + "' is not a " + (isDecimal ? "decimal" : "whole") +
+               " number without a sign";
+    std::string& slot = values->at(static_cast<size_t>(place - form.fields.begin()));
+    if (!slot.empty())
+        return name + " is given twice";
+    slot = value;
+    return "";
+}
+
+std::string namedFields(const AntennaForm& form, const Words& words, Request* request) {
+    Words values(form.fields.size());
+    for (size_t i = 1; i < words.size(); i++) {
+        std::string wrong = takeField(form, words[i], &values);
+        if (!wrong.empty())
+            return wrong;
+    }
+    std::string text;
+    for (size_t i = 0; i < values.size(); i++) {
+        if (values[i].empty())
+            return std::string(form.fields[i]) + " is missing: " + namesOf(form);
+        text += (i > 0 ? "-" : "") + values[i];
+    }
+    putText(text, request);
+    return "";
+}
+
+}  // namespace
+
+std::string ftmValue(const Words& words, Request* request) {
+    if (words.size() != 1)
+        return "takes one VALUE";
+    if (!isWholeNumber(words[0]))
+        return "VALUE '" + words[0] + "' is not a whole number";
+    putText(words[0], request);
+    return "";
+}
+
+std::string antennaFields(const Words& words, Request* request) {
+    for (const AntennaForm& form : kAntennaForms)
+        if (!words.empty() && words[0] == form.module)
+            return namedFields(form, words, request);
+    if (words.size() == 1 && !words[0].empty()) {
+        putText(words[0], request);
+        return "";
+    }
+    std::string modules;
+    for (const AntennaForm& form : kAntennaForms)
+        modules += (modules.empty() ? "" : ", ") + std::string(form.module);
+    return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules + ") or one TEXT";
+}
+
+std::string imeiText(const Words& words, Request* request) {
+    constexpr size_t kLongest = 15;
+    if (words.size() != 1)
+        return "takes one IMEI";
+    if (words[0].size() > kLongest)
+        return "IMEI '" + words[0] + "' is longer than 15 characters";
+    if (!consistsOf(words[0], std::string(kLettersAndDigits) + "%+,-./:=@^_"))
+        return "IMEI '" + words[0] +
+               "' holds a character other than letters, digits and "
+               "%+,-./:=@^_";
+    putText(words[0], request);
+    return "";
+}
+
+std::string antennaCharacter(const Words& words, Request* request) {
+    if (words.size() != 1)
+        return "takes one CHARACTER";
+    if (words[0].size() != 1 || !consistsOf(words[0], kLettersAndDigits))
+        return "CHARACTER '" + words[0] + "' is not one letter or digit";
+    putText(words[0], request);
+    return "";
+}
+
+}  // namespace station
