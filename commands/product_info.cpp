@@ -12,15 +12,6 @@ namespace {
 
 constexpr size_t kPieceSize = 10239;  // bytes of a line that are looked at in one piece
 
-bool hasControlCharacter(const char* text) {
-    for (; *text != '\0'; text++) {
-        const auto byte = static_cast<unsigned char>(*text);
-        if (byte < ' ' || byte == 0x7F)
-            return true;
-    }
-    return false;
-}
-
 // Reads up to a newline (kept) or size bytes, whatever they are; a dump may hold zero bytes.
 size_t readPiece(FILE* file, char* piece, size_t size) {
     size_t length = 0;
@@ -74,8 +65,17 @@ void copyWithRecord(FILE* from, FILE* to, const Record& record) {
 
 }  // namespace
 
+bool mfgp_isRecordValue(const char* text) {
+    for (; *text != '\0'; text++) {
+        const auto byte = static_cast<unsigned char>(*text);
+        if (byte < ' ' || byte == 0x7F)
+            return false;
+    }
+    return true;
+}
+
 int mfgp_editRecord(const char* path, const char* key, const char* value) {
-    if (path == nullptr || key == nullptr || value == nullptr || hasControlCharacter(value))
+    if (path == nullptr || key == nullptr || value == nullptr || !mfgp_isRecordValue(value))
         return -1;
     const File dump = mfgp_openToRead(path);
     char name[20] = "/tmp/mfgp-XXXXXX";

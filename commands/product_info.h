@@ -5,11 +5,15 @@
 #include <cstddef>
 #include <span>
 
+// True when the text may become the value of a record: it holds no control character (a newline
+// would forge a second record).
+bool mfgp_isRecordValue(const char* text);
+
 // Sets the record of a dumped partition file: every line that begins with `key` (colon included)
 // becomes key and value; without one, the record is appended. Everything else keeps its bytes. The
 // file is replaced as a whole by a temporary file in /tmp or left as it was. Returns 0; -1 when an
-// argument is missing, the value holds a control character (a newline would forge a second record)
-// or a file cannot be read, written in full or replaced.
+// argument is missing, the value is no record value or a file cannot be read, written in full or
+// replaced.
 int mfgp_editRecord(const char* path, const char* key, const char* value);
 
 struct Record {

@@ -6,9 +6,12 @@
 #include "commands/calibration.h"
 #include "commands/card_status.h"
 #include "commands/fan.h"
+#include "commands/group_info.h"
 #include "commands/identity_read.h"
+#include "commands/identity_write.h"
 #include "commands/imei.h"
 #include "commands/modem_tools.h"
+#include "commands/radio_hooks.h"
 #include "commands/reply.h"
 #include "commands/reset_check.h"
 #include "commands/status_read.h"
@@ -31,32 +34,32 @@ constexpr bool kGated = true;
 
 constexpr SpecialCommand kSpecialCommands[] = {
     {10, kGated, mfgp_cmd_getProdId},
-    {17, kGated, nullptr},
+    {17, kGated, mfgp_hook_erase_radio},
     {18, kGated, mfgp_cmd_StartCal},
     {50, kGated, mfgp_cmd_getGpioStatus},
     {53, kAlways, mfgp_cmd_getDevID},
-    {54, kGated, nullptr},
+    {54, kGated, mfgp_cmd_setDevID},
     {55, kAlways, mfgp_cmd_getMAC},
     {56, kGated, mfgp_cmd_getFwID},
     {57, kGated, mfgp_cmd_getHwID},
     {58, kGated, mfgp_cmd_getHwDesc},
     {59, kGated, mfgp_cmd_getOemID},
-    {60, kGated, nullptr},
+    {60, kGated, mfgp_cmd_setOemID},
     {64, kAlways, mfgp_cmd_getSpecialID},
-    {65, kGated, nullptr},
+    {65, kGated, mfgp_cmd_setSpecialID},
     {66, kAlways, mfgp_cmd_getCountryCode},
-    {67, kGated, nullptr},
+    {67, kGated, mfgp_cmd_setCountryCode},
     {68, kAlways, mfgp_cmd_getSSID},
     {69, kAlways, mfgp_cmd_getEnableFlags},
     {70, kAlways, mfgp_cmd_getHwVer},
     {71, kAlways, mfgp_cmd_getFwVer},
-    {75, kGated, nullptr},
-    {76, kAlways, nullptr},
-    {77, kGated, nullptr},
-    {78, kGated, nullptr},
-    {79, kGated, nullptr},
-    {80, kGated, nullptr},
-    {82, kAlways, nullptr},
+    {75, kGated, mfgp2_cmd_setMac},
+    {76, kAlways, mfgp2_cmd_setPin},
+    {77, kGated, mfgp2_cmd_setGroupInfo},
+    {78, kGated, mfgp2_cmd_getGroupInfo},
+    {79, kGated, mfgp2_cmd_generateGroupInfo},
+    {80, kGated, mfgp_hook_enable_testmode},
+    {82, kAlways, mfgp_cmd_setModelName},
     {86, kGated, mfgp_cmd_getCalStatus},
     {87, kGated, mfgp_cmd_getBleStatus},
     {88, kGated, mfgp_cmd_getAllFanStatus},

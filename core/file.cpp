@@ -24,6 +24,12 @@ File mfgp_openToRead(const char* path) {
     return openStream(open(path, O_RDONLY | O_CLOEXEC), "r");
 }
 
+File mfgp_openToWrite(const char* path) {
+    constexpr mode_t kMode = 0644;
+    constexpr int kFlags = O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+    return openStream(open(path, kFlags, kMode), "w");
+}
+
 File mfgp_openTemporary(char* name) {
     return openStream(mkstemp(name), "w");
 }
@@ -35,9 +41,7 @@ int mfgp_closeWritten(File file) {
 }
 
 int mfgp_writeFile(const char* path, const void* data, size_t length) {
-    constexpr mode_t kMode = 0644;
-    File file =
-        openStream(open(path, O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kMode), "w");
+    File file = mfgp_openToWrite(path);
     if (!file)
         return -1;
     fwrite(data, 1, length, file.get());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "station/arguments.h"
 #include "station/cellular_arguments.h"
 #include "station/production_arguments.h"
 
@@ -51,6 +52,8 @@ constexpr double kServiceSeconds = 10;
 constexpr Command kCommands[] = {
     {"get product-id", kTypeSpecial, 10, kRead, kGated, kSheet, "", noArguments, decodeText,
      "product ID"},
+    {"erase radio", kTypeSpecial, 17, kWrite, kGated, kNoSheet, "", noArguments, nullptr,
+     "erase the radio calibration data, once per run of the daemon"},
     {"calibrate wifi", kTypeSpecial, 18, kWrite, kGated, kNoSheet, "", fixedText<"wifi">, nullptr,
      "take Wi-Fi down and start its calibration tool", kServiceSeconds},
     {"calibrate bluetooth", kTypeSpecial, 18, kWrite, kGated, kNoSheet, "", fixedText<"Btdiag">,
@@ -69,6 +72,8 @@ constexpr Command kCommands[] = {
      "whether the button wifi, reset or wps was pressed"},
     {"get device-id", kTypeSpecial, 53, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "device ID"},
+    {"set device-id", kTypeSpecial, 54, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
+     "write the device ID; like every identity write, once per run of the daemon"},
     {"get mac", kTypeSpecial, 55, kRead, kOpen, kSheet, "", noArguments, decodeText, "MAC address"},
     {"get firmware-id", kTypeSpecial, 56, kRead, kGated, kSheet, "", noArguments, decodeText,
      "firmware ID"},
@@ -77,10 +82,16 @@ constexpr Command kCommands[] = {
     {"get hardware-description", kTypeSpecial, 58, kRead, kGated, kSheet, "", noArguments,
      decodeText, "model and hardware version"},
     {"get oem-id", kTypeSpecial, 59, kRead, kGated, kSheet, "", noArguments, decodeText, "OEM ID"},
+    {"set oem-id", kTypeSpecial, 60, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
+     "write the OEM ID"},
     {"get special-id", kTypeSpecial, 64, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "region that the special ID stands for"},
+    {"set special-id", kTypeSpecial, 65, kWrite, kGated, kNoSheet, "REGION", region, nullptr,
+     "write the special ID of a region (US, EU, ...)"},
     {"get country", kTypeSpecial, 66, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "country code"},
+    {"set country", kTypeSpecial, 67, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
+     "write the country code"},
     {"get ssid", kTypeSpecial, 68, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "name of the Wi-Fi network"},
     {"get enable-flags", kTypeSpecial, 69, kRead, kOpen, kSheet, "", noArguments, decodeEnableFlags,
@@ -89,6 +100,19 @@ constexpr Command kCommands[] = {
      "hardware version"},
     {"get firmware-version", kTypeSpecial, 71, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "firmware version"},
+    {"set mac", kTypeSpecial, 75, kWrite, kGated, kNoSheet, "MAC", macAddress, nullptr,
+     "write the MAC address, name the default Wi-Fi network after it"},
+    {"set pin", kTypeSpecial, 76, kWrite, kOpen, kNoSheet, "PIN", pin, nullptr, "write the PIN"},
+    {"set group", kTypeSpecial, 77, kWrite, kGated, kNoSheet, "JSON|@FILE", groupObject, nullptr,
+     "write the group data: gid, key and pack"},
+    {"get group", kTypeSpecial, 78, kRead, kGated, kSheet, "", noArguments, decodeText,
+     "group data, as set group takes it"},
+    {"generate group", kTypeSpecial, 79, kWrite, kGated, kNoSheet, "COUNT", unitCount, decodeText,
+     "let the unit make fresh group data for a number of units; nothing is stored"},
+    {"enable test-mode", kTypeSpecial, 80, kWrite, kGated, kNoSheet, "", noArguments, nullptr,
+     "switch the unit into test mode"},
+    {"set model-name", kTypeSpecial, 82, kWrite, kOpen, kNoSheet, "TEXT", identityText, nullptr,
+     "write the model name"},
     {"get calibration", kTypeSpecial, 86, kRead, kGated, kNoSheet, "", noArguments, decodeYes,
      "whether the unit is in calibration mode (exit code 0)"},
     {"get bluetooth", kTypeSpecial, 87, kRead, kGated, kNoSheet, "", noArguments, decodeYes,

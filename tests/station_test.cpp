@@ -73,6 +73,29 @@ TEST(StationClient, ReadsAUnit) {
     });
 }
 
+TEST(StationClient, WritesAUnitOnceAndReadsItBack) {
+    const std::string group = "{ \"key\": \"" + std::string(304, 'k') + "\", \"gid\": \"" +
+                              std::string(36, 'g') + "\", \"pack\": 3 }";
+    Unit unit({StateFile{"/group.json", group + "\n"}});
+    const std::string setGroup = "set group @" + unit.path("/group.json").string();
+    expectRows({
+        {"set mac 02-1a-2B-13-7B-0F", 0, "OK\n"},
+        {"get mac", 0, "02-1A-2B-13-7B-0F\n"},
+        {"set mac 021A2B137B00", 1, "failed"},
+        {"set pin 12345678", 0, "OK\n"},
+        {"set special-id NZ", 0, "OK\n"},
+        {"get special-id", 0, "NZ\n"},
+        {"set model-name M60", 0, "OK\n"},
+        {"get hardware-description", 0, "M60 V1.0\n"},
+        {setGroup.c_str(), 0, "OK\n"},
+        {"get group", 0, group.c_str()},
+        {"generate group 12", 0, "\"pack\": 12}\n"},
+        {"erase radio", 0, "OK\n"},
+        {"enable test-mode", 0, "OK\n"},
+    });
+    EXPECT_EQ(unit.read("/flash/pin"), "12345678\n");
+}
+
 TEST(StationClient, RunsTheProductionTests) {
     Unit unit({StateFile{"/wlan/coext_seconds", "3600"}, StateFile{"/fw/COUNTRY", "DE"}});
     expectRows({
@@ -107,7 +130,21 @@ TEST(StationClient, RunsTheProductionTests) {
 }
 
 TEST(StationClient, NamesWhatIsWrong) {
+    const std::string tooLong = "set oem-id " + std::string(65, 'x');
     expectRows({
+        {"set mac 02:1A:2B:13:7B", 2, "MAC '02:1A:2B:13:7B' is none of"},
+        {"set mac 02:1A-2B:13:7B:00", 2, "is none of"},
+        {"set pin 1234567", 2, "PIN '1234567' has 7 characters, not 8"},
+        {"set pin \"$(printf '1234567\\t')\"", 2, "cannot be printed"},
+        {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
+        {"set device-id ''", 2, "TEXT is empty"},
+        {tooLong.c_str(), 2, "TEXT is 65 bytes long, more than 64"},
+        {"set model-name \"$(printf 'a\\nb')\"", 2, "TEXT holds a control character"},
+        {"set group /no/such/file", 2, "cannot read '/no/such/file': No such file"},
+        {"set group @/", 2, "cannot read '/': Is a directory"},
+        {"set group '{\"gid\": 1}'", 2, "has no \"key\""},
+        {"set group \"{$(printf %1023d 1)}\"", 2, "is 1025 bytes long, more than 1024"},
+        {"generate group 0", 2, "COUNT '0' is not a number above 0"},
         {"fan set --gear 2", 2, "needs --time"},
         {"fan set --gear 256 --time 1", 2, "--gear '256' is not a number from 0 to 255"},
         {"fan set 3 --gear 2 --time 1", 2, "takes --gear and --time alone"},

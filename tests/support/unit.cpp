@@ -83,8 +83,17 @@ void Unit::start() {
     const std::string line = readLine(out, 20000);
     close(out);
     const size_t pid = line.rfind("pid ");
-    if (line.find("ready") == std::string::npos || pid == std::string::npos)
+    if (line.find("ready") == std::string::npos || pid == std::string::npos) {
+        constexpr int kCannotBeDone = 77;
+        int status = 0;
+        kill(simulator_, SIGTERM);
+        waitpid(simulator_, &status, 0);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == kCannotBeDone) {
+            fs::remove_all(root_);
+            throw UnitImpossible("this machine cannot run such a unit");
+        }
         throw std::runtime_error("the simulated unit did not start: " + line + errors());
+    }
     daemon_ = std::stoi(line.substr(pid + 4));
     callsSeen_ = traceSeen_ = errorsSeen_ = 0;
 }

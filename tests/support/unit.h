@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -10,10 +11,15 @@ struct StateFile {
     std::string content;
 };
 
+// This machine cannot give the unit what the arguments ask for: a test that needs it is skipped.
+struct UnitImpossible : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
 class Unit {
   public:
     // Starts the unit and waits until the daemon is bound; `arguments` go to `mfgp-sim up`,
-    // the files to prepare are laid before the start.
+    // the files to prepare are laid before the start. Throws UnitImpossible or a runtime_error.
     explicit Unit(const std::vector<StateFile>& prepare = {},
                   const std::vector<std::string>& arguments = {});
     ~Unit();

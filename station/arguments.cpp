@@ -1,0 +1,148 @@
+#include "station/arguments.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+#include "commands/region_table.h"
+#include "core/file.h"
+#include "station/values.h"
+
+namespace station {
+namespace {
+
+void putText(const std::string& text, Request* request) {
+    request->payload.assign(text.begin(), text.end());
+}
+
+bool isControl(char character) {
+    const auto byte = static_cast<unsigned char>(character);
+    return byte < ' ' || byte == 0x7F;
+}
+
+bool isPrintable(char character) {
+    return character >= ' ' && character <= '~';
+}
+
+// The twelve digits of an address with one kind of separator; any other text as it is.
+std::string withoutSeparators(const std::string& text) {
+    constexpr size_t kLength = 17;
+    if (text.size() != kLength || (text[2] != ':' && text[2] != '-'))
+        return text;
+    std::string digits;
+    for (size_t i = 0; i < text.size(); i++) {
+        if (i % 3 != 2)
+            digits += text[i];
+        else if (text[i] != text[2])
+            return text;
+    }
+    return digits;
+}
+
+// Reads a file's text without the line ends behind it. Returns what is wrong, or an empty text.
+std::string readFile(const std::string& name, std::string* text) {
+    const File file(fopen(name.c_str(), "rb"));
+    text->clear();
+    for (int byte = 0; file && (byte = getc(file.get())) != EOF;)
+        text->push_back(static_cast<char>(byte));
+    if (!file || ferror(file.get()) != 0)
+        return "cannot read '" + name + "': " + strerror(errno);
+    while (!text->empty() && (text->back() == '\n' || text->back() == '\r'))
+        text->pop_back();
+    return "";
+}
+
+std::string checkGroup(const std::string& text) {
+    constexpr size_t kLongest = 1024;
+    if (text.size() > kLongest)
+        return "the group object is " + std::to_string(text.size()) + " bytes long, more than 1024";
+    if (text.empty() || text.front() != '{' || text.back() != '}')
+        return "the group object is not a JSON object in braces";
+    for (const char* part : {"gid", "key", "pack"})
+        if (text.find(std::string("\"") + part + "\"") == std::string::npos)
+            return std::string("the group object has no \"") + part + "\"";
+    return "";
+}
+
+}  // namespace
+
+std::string macAddress(const Words& words, Request* request) {
+    constexpr size_t kDigits = 12;
+    if (words.size() != 1)
+        return "takes one MAC";
+    const std::string digits = withoutSeparators(words[0]);
+    if (digits.size() != kDigits || !parseHex(digits, &request->payload).empty())
+        return "MAC '" + words[0] +
+               "' is none of 02:1A:2B:13:7B:00, 02-1A-2B-13-7B-00 and 021A2B137B00";
+    return "";
+}
+
+std::string pin(const Words& words, Request* request) {
+    constexpr size_t kLength = 8;
+    if (words.size() != 1)
+        return "takes one PIN";
+    if (words[0].size() != kLength)
+        return "PIN '" + words[0] + "' has " + std::to_string(words[0].size()) +
+               " characters, not 8";
+    if (!std::all_of(words[0].begin(), words[0].end(), isPrintable))
+        return "PIN holds a character that cannot be printed";
+    putText(words[0], request);
+    return "";
+}
+
+std::string identityText(const Words& words, Request* request) {
+    constexpr size_t kLongest = 64;
+    if (words.size() != 1)
+        return "takes one TEXT (quote it when it holds spaces)";
+    const std::string& text = words[0];
+    if (text.empty())
+        return "TEXT is empty";
+    if (text.size() > kLongest)
+        return "TEXT is " + std::to_string(text.size()) + " bytes long, more than 64";
+    if (std::any_of(text.begin(), text.end(), isControl))
+        return "TEXT holds a control character";
+    putText(text, request);
+    return "";
+}
+
+std::string region(const Words& words, Request* request) {
+    if (words.size() != 1)
+        return "takes one REGION";
+    std::string known;
+    for (const Region& row : kRegions) {
+        if (row.letters == nullptr)
+            break;
+        if (words[0] == row.letters) {
+            putText(words[0], request);
+            return "";
+        }
+        known += std::string(" ") + row.letters;
+    }
+    return "REGION '" + words[0] + "' is none of" + known;
+}
+
+std::string groupObject(const Words& words, Request* request) {
+    if (words.size() != 1)
+        return "takes one JSON text (in quotes) or FILE";
+    std::string text = words[0];
+    if (text.empty() || text[0] != '{') {
+        std::string unreadable = readFile(text.substr(text.starts_with('@') ? 1 : 0), &text);
+        if (!unreadable.empty())
+            return unreadable;
+    }
+    putText(text, request);
+    return checkGroup(text);
+}
+
+std::string unitCount(const Words& words, Request* request) {
+    unsigned count = 0;
+    if (words.size() != 1)
+        return "takes one COUNT";
+    if (!parseNumber(words[0], INT_MAX, &count) || count == 0)
+        return "COUNT '" + words[0] + "' is not a number above 0";
+    putText(std::to_string(count), request);
+    return "";
+}
+
+}  // namespace station
