@@ -1,5 +1,7 @@
 #include "commands/factory_fields.h"
 
+#include <unistd.h>
+
 #include <cstring>
 
 #include "core/report.h"
@@ -32,6 +34,16 @@ int get_firm_info(const char* key, size_t max_length, char* out) {
     MFGP_TRACE("get %s is: %s, len is %d\n", key, text, static_cast<int>(length));
     if (text[0] != '\n')
         memcpy(out, text, length);
+    return 0;
+}
+
+int mfgp_echoToFile(const char* text, const char* file) {
+    char line[kCommandLineSize];
+    unlink(file);
+    bool complete = false;
+    if (mfgp_formatLine(line, sizeof line, "echo %s  > %s", text, file) != 0 ||
+        mfgp_execLine(line, &complete) != 0 || !complete)
+        return -1;
     return 0;
 }
 

@@ -16,6 +16,11 @@ int mfgp_readFirmField(const char* key, size_t maxBytes, char* text);
 // when the tool could be started, whether or not it printed anything, else -1.
 int get_firm_info(const char* key, size_t max_length, char* out);
 
+// Lets the shell write the text and a newline to a file that a flash tool reads next, as
+// "echo TEXT  > FILE"; the text must be safe unquoted. Returns 0, or -1 when the file is not
+// complete: without that look an empty file would be flashed from a full /tmp.
+int mfgp_echoToFile(const char* text, const char* file);
+
 // The value of one hexadecimal digit in either case, and 0 for any other character: a bad digit is
 // read as "0", which is how a special ID of unknown form comes out as a region of zero bytes.
 int mfgp_hexDigit(char digit);

@@ -2,12 +2,10 @@
 
 #include <cstdio>
 
+#include "commands/field_text.h"
 #include "commands/modem_detection.h"
 #include "commands/reply.h"
 #include "core/shell.h"
-
-// Numbers are scanned with "%9d": a number that an int cannot hold is undefined to sscanf, and nine
-// characters always fit.
 
 namespace {
 
@@ -90,7 +88,8 @@ int mfgp_cmd_setFanSpeed(ServiceContext* ctx) {
     mfgp_argumentMessage(reply, message, sizeof message - 1);
     int gear = 0;
     int time = 0;
-    sscanf(message, "{\"gear\":\"%9d\",\"time\":%9d}", &gear, &time);
+    int* const numbers[] = {&gear, &time};
+    mfgp_scanNumbers(message, "{\"gear\":\"#\",\"time\":#}", numbers);
     return runFans(model, gear, time) == 0 ? mfgp_replyOk(reply, 0)
                                            : mfgp_replyFail(reply, kCode, kMessage);
 }
@@ -103,7 +102,8 @@ int mfgp_cmd_setAllFanGear(ServiceContext* ctx) {
     char message[257];
     mfgp_argumentMessage(reply, message, sizeof message - 1);
     int gear = 0;
-    sscanf(message, "{\"gear\":%9d}", &gear);
+    int* const numbers[] = {&gear};
+    mfgp_scanNumbers(message, "{\"gear\":#}", numbers);
     if (gear != kAllGears) {
         MFGP_TRACE("gear is %d, 255 is expected to recheck all gears speed\r\n", gear);
         return mfgp_replyFail(reply, kCode, kMessage);
@@ -135,8 +135,7 @@ int mfgp_cmd_getAllFanStatus(ServiceContext* ctx) {
 
 int mfgp_cmd_getMultiFanSpeed(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 105);
-    int gear = 0;
-    sscanf(mfgp_argumentText(reply), "%9d", &gear);
+    const int gear = mfgp_textToInt(mfgp_argumentText(reply));
     MFGP_TRACE("read all fans gear%d speed \n", gear);
     char speeds[kSpeedsSize];
     if (readSpeeds(gear, speeds, reply.site) != 0)

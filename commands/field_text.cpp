@@ -54,3 +54,20 @@ int mfgp_textToInt(const char* text) {
     // On the unit a long has 32 bits and strtol itself stops at the ends of an int.
     return static_cast<int>(std::clamp<long>(strtol(text, nullptr, kDecimal), INT_MIN, INT_MAX));
 }
+
+void mfgp_scanNumbers(const char* text, const char* pattern, int* const* numbers) {
+    constexpr int kDecimal = 10;
+    for (; *pattern != '\0'; pattern++) {
+        if (*pattern != '#') {
+            if (*text++ != *pattern)
+                return;
+            continue;
+        }
+        char* end = nullptr;
+        strtol(text, &end, kDecimal);
+        if (end == text)
+            return;
+        **numbers++ = mfgp_textToInt(text);
+        text = end;
+    }
+}

@@ -18,3 +18,8 @@ char* int_to_text(int32_t value, char* buffer, int radix);
 // The number a text begins with, blanks and a sign in front allowed, 0 when there is none. A number
 // out of range becomes the nearest one within.
 int mfgp_textToInt(const char* text);
+
+// Reads a text that follows the pattern, in which each '#' stands for a number as above, into the
+// numbers in their order. Where the text departs from the pattern the reading ends: numbers behind
+// that place keep their values.
+void mfgp_scanNumbers(const char* text, const char* pattern, int* const* numbers);

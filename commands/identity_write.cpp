@@ -1,9 +1,8 @@
 #include "commands/identity_write.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 
+#include "commands/factory_fields.h"
 #include "commands/modem_detection.h"
 #include "commands/product_info.h"
 #include "commands/region_table.h"
@@ -78,13 +77,7 @@ void formatMac(const uint8_t* mac, char separator, char* text) {
 }
 
 int flashMac(const char* dashed) {
-    char line[64];
-    unlink("/tmp/mac-tmp");
-    // The shell writes the file, so only its exit status tells of a full /tmp: without a look at it
-    // an empty file would be flashed.
-    bool complete = false;
-    if (mfgp_formatLine(line, sizeof line, "echo %s  > /tmp/mac-tmp", dashed) != 0 ||
-        mfgp_execLine(line, &complete) != 0 || !complete)
+    if (mfgp_echoToFile(dashed, "/tmp/mac-tmp") != 0)
         return -1;
     return mfgp_execCmd("flashkv -w /tmp/mac-tmp -p default-mac");
 }

@@ -49,7 +49,7 @@ int writeImei(const Reply& reply) {
     char imei[kImeiSize] = {};
     memcpy(imei, reply.argument, kImeiLength);
     mfgp_traceAt(reply.site, "new imei is:%s\r\n", imei);
-    if (!isSafe(imei) || mfgp_execCmd("echo %s  > /tmp/imei-tmp", imei) != 0 ||
+    if (!isSafe(imei) || mfgp_echoToFile(imei, "/tmp/imei-tmp") != 0 ||
         mfgp_execCmd("flashkv -w /tmp/imei-tmp -p default-imei") != 0)
         return -1;
     const ImeiLines* const lines = findLines(reply, "FTM");

@@ -115,8 +115,17 @@ constexpr bool fieldsWithin(std::span<const ModemLine> lines, int count) {
     return true;
 }
 
+constexpr bool fieldsWithin(std::span<const FieldIs> conditions, int count) {
+    for (const FieldIs& condition : conditions)
+        if (condition.field >= count)
+            return false;
+    return true;
+}
+
 constexpr bool fieldsWithin(const Module& module) {
-    return module.testFields <= kMaxTestFields && fieldsWithin(module.setFtm, 1) &&
+    return fieldsWithin(module.configureOnly, module.testFields) &&
+           fieldsWithin(module.dropLevel, module.testFields) &&
+           module.testFields <= kMaxTestFields && fieldsWithin(module.setFtm, 1) &&
            fieldsWithin(module.getFtm, 0) && fieldsWithin(module.fieldLog, module.testFields) &&
            fieldsWithin(module.configuration, module.testFields) &&
            fieldsWithin(module.level, module.testFields);

@@ -4,8 +4,10 @@
 //     int mfgp_cmd_getSSID(ServiceContext* ctx) {
 //         const Reply reply = mfgp_replyBegin(ctx, 68);
 //         char ssid[65] = {};
-//         if (get_firm_info("SSID", 64, ssid) != 0)
+//         if (get_firm_info("SSID", 64, ssid) != 0) {
+//             MFGP_TRACE("get firm info failed.\n");
 //             return mfgp_replyFail(reply, -10331, "get SSID failed");
+//         }
 //         return mfgp_replyText(reply, ssid);
 //     }
 //

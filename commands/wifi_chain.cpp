@@ -3,12 +3,10 @@
 #include <cstdio>
 #include <iterator>
 
+#include "commands/field_text.h"
 #include "commands/reply.h"
 #include "core/json_handle.h"
 #include "core/shell.h"
-
-// Numbers are scanned with "%9d": a number that an int cannot hold is undefined to sscanf, and nine
-// characters always fit.
 
 namespace {
 
@@ -117,8 +115,7 @@ int readRssi(const char* radio, int nss, Rssi* rssi, CallSite site) {
         const char* const chain = strstr(text, "0:");
         if (chain == nullptr)
             continue;
-        int sample = 0;
-        sscanf(chain + 2, "%9d", &sample);  // stops by itself at the comma behind it
+        const int sample = mfgp_textToInt(chain + 2);  // stops by itself at the comma behind it
         // A sample that raises the maximum does not lower the minimum too. The minimum starts at 0,
         // so one sample of -40 has a spread of -40: limits on the line are set for these numbers.
         if (sample > rssi->max)
@@ -140,7 +137,8 @@ int mfgp2_cmd_setSmartAntenna(ServiceContext* ctx) {
     mfgp_argumentMessage(reply, message, sizeof message - 1);
     int band = 0;
     int mode = 0;
-    sscanf(message, "{\"band\":\"%9d\",\"antmode\":%9d}", &band, &mode);
+    int* const numbers[] = {&band, &mode};
+    mfgp_scanNumbers(message, "{\"band\":\"#\",\"antmode\":#}", numbers);
     return switchChains(band, mode != 0 ? 1 : 0) == 0
                ? mfgp_replyOk(reply, 0)
                : mfgp_replyFail(reply, -10300, "Set Smart Antenna Error");
@@ -154,7 +152,8 @@ int mfgp_cmd_getMaxDifferPerChain(ServiceContext* ctx) {
     if (readRequest(reply, &request) != 0 || readRadioName(request.band, radio, reply.site) != 0 ||
         readRssi(radio, request.nss, &rssi, reply.site) != 0)
         return mfgp_replyFail(reply, -10357, "get wifi rssi error");
-    const int spread = rssi.max - rssi.min;
+    const auto spread =  // of readings that no radio gives it wraps
+        static_cast<int>(static_cast<uint32_t>(rssi.max) - static_cast<uint32_t>(rssi.min));
     MFGP_TRACE("max rssi:%d,min rssi:%d,max_differ_between_per_chain:%d\n", rssi.max, rssi.min,
                spread);
     const int length = snprintf(mfgp_payloadText(reply), reply.capacity, "%d", spread);

@@ -90,7 +90,7 @@ constexpr Option kOptions[] = {
     {"timeout", 0, "SECONDS", setTimeout, "wait for each reply, fractions allowed (3)"},
     {"retries", 0, "N", setRetries, "how often an unanswered read is sent again (2)"},
     {"local-port", 0, "PORT", setLocalPort,
-     "send from this port, so that calls in a row are one station (any)"},
+     "send from this port, so that calls in a row are one station (1041; 0: any)"},
     {"gear", 0, "N", nullptr, "fan set: gear of the fans, 0 to 255"},
     {"time", 0, "SECONDS", nullptr, "fan set: how long they run so"},
     {"band", 0, "BAND", nullptr, "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},

@@ -275,6 +275,9 @@ TEST_F(Modem, IsPutIntoItsTestModeAndTellsIt) {
         expectAsked({row.set, row.get});
     }
     const std::string trace = unit.trace();
+    unit.fault("atcon", "exit 1");
+    plug("EG18-EA");
+    expectDone(kSetFtm, "1");                                  // a console that fails has been run
     EXPECT_TRUE(traced(trace, "mfgp_execCmd", "cmd:  \r\n"));  // the last row's line is run too
     EXPECT_TRUE(traced(trace, kGetFtm.name,
                        "mfgp2_cmd_setFtmState at cmd:atcon -c AT+QFTMMODE? | awk "
@@ -412,6 +415,11 @@ TEST_F(Modem, ImeiIsWrittenOnceToFlashAndModem) {
         expectFailure(kSetImei, row.argument);
         expectAsked({});
         plug(row.module);
+        unit.remove("/tmp/imei-tmp");
+        fs::create_directory(unit.path("/tmp/imei-tmp"));
+        expectFailure(kSetImei, row.argument);  // the file cannot be written
+        EXPECT_EQ(unit.calls(), Lines{});
+        unit.remove("/tmp/imei-tmp");
         unit.trace();
         expectDone(kSetImei, row.argument);
         const std::string trace = unit.trace();

@@ -255,7 +255,7 @@ TEST_F(Production, FansAreDrivenThroughTheModelsOwnTool) {
         {at2, "", message, model, "M31-5GX", {event + R"('{"gear":2, "time":30}')"}},
         {R"({"gear":2,"time":30})", "", message, model, "", {event + R"('{"gear":0, "time":0}')"}},
         {y600, "", message + std::string(512, 'y') + "\r\n", "", "", {event + R"('{"gear":0, "time":0}')"}},
-        {R"({"gear":"7","time":99999999999})", "", message, "", "", {event + R"('{"gear":7, "time":999999999}')"}},
+        {R"({"gear":"7","time":99999999999})", "", message, "", "", {event + R"('{"gear":7, "time":2147483647}')"}},
     });
     expectRows(kRecheck, {
         {R"({"gear":254})", kFails, "gear is 254, 255 is expected to recheck all gears speed\r\n"},
@@ -334,7 +334,7 @@ TEST_F(Production, RssiSpreadIsTakenFromTheFirstChainOfEachLine) {
         {R"({"band":0,"x":")" + std::string(1024, 'x') + "\"}", kFails, noJson},
         {both, answer("0"), "max rssi:0,min rssi:0,", file, heard("1:-9") + heard("0: -50,") + heard("0:x, 1:-9")},
         {both, answer("-40"), "max rssi:-40,min rssi:0,", file, heard("0:-50,") + heard("0:-40,")},
-        {both, answer("99999871"), "max rssi:-128,", file, heard("0:-99999999999,")},
+        {both, answer("2147483520"), "max rssi:-128,", file, heard("0:-99999999999,")},
         {both, answer("-5"), "max rssi:-5,", file, heard(std::string(96, ' ') + "0:-50,")},
         {both, answer("-128"), "max rssi:-128,min rssi:0,", file, ""},
     });
