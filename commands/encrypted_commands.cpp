@@ -1,6 +1,8 @@
 #include "commands/encrypted_commands.h"
 
 #include "commands/reply.h"
+#include "commands/reset_check.h"
+#include "commands/status_read.h"
 #include "core/produce_mode.h"
 
 namespace {
@@ -13,10 +15,10 @@ struct EncryptedCommand {
 
 // The model name (72) is only read here, the reset (73) is only reached here.
 constexpr EncryptedCommand kEncryptedCommands[] = {
-    {70, false, nullptr},
-    {71, false, nullptr},
-    {72, false, nullptr},
-    {73, true, nullptr},
+    {70, false, mfgp_cmd_getHwVer},
+    {71, false, mfgp_cmd_getFwVer},
+    {72, false, mfgp_cmd_getModelName},
+    {73, true, mfgp_cmd_reset},
 };
 
 EncryptedCommand find(uint8_t subType) {

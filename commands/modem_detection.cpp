@@ -32,15 +32,20 @@ int askFamily(const FamilyQuestion& question, CallSite site = mfgp_callSite()) {
 
 }  // namespace
 
-int get_hostname(char* model) {
+int mfgp_readModelWord(char* model) {
     char answer[256];
     memset(model, 0, kModelWordSize);
-    if (mfgp_readCommand("fwinfo MODEL", answer, sizeof answer - 1) == kPipeNotOpened) {
-        MFGP_TRACE("get hostname failed.\n");
+    if (mfgp_readCommand("fwinfo MODEL", answer, sizeof answer - 1) == kPipeNotOpened)
         return -1;
-    }
     sscanf(answer, "%31s", model);
     return 0;
+}
+
+int get_hostname(char* model) {
+    if (mfgp_readModelWord(model) == 0)
+        return 0;
+    MFGP_TRACE("get hostname failed.\n");
+    return -1;
 }
 
 int is_support_quectel_module() {

@@ -8,6 +8,9 @@ inline constexpr size_t kModuleNameSize = 32;  // bytes, with the terminator
 
 // Reads the first word of the unit's model, at most 31 characters, into model[kModelWordSize],
 // cleared first. Returns 0 when the question could be asked, also when the word is empty; else -1.
+int mfgp_readModelWord(char* model);
+
+// The same, and logs a failure under its own name.
 int get_hostname(char* model);
 
 // Whether the module is driven through the atcon console. Returns 0 for yes; -1 for no, or when

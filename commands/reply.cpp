@@ -33,6 +33,17 @@ const char* mfgp_argumentText(const Reply& reply) {
     return reinterpret_cast<const char*>(reply.argument);
 }
 
+void mfgp_argumentMessage(const Reply& reply, char* text, size_t maxBytes) {
+    memcpy(text, reply.argument, maxBytes);
+    text[maxBytes] = '\0';
+    mfgp_traceAt(reply.site, "msg buf is:%s\r\n", text);
+}
+
+void mfgp_replyLogArgument(const Reply& reply) {
+    const char* const text = mfgp_argumentText(reply);
+    mfgp_traceAt(reply.site, "pRcvBuf:%s,len:%d\n", text, static_cast<int>(strlen(text)));
+}
+
 char* mfgp_payloadText(const Reply& reply) {
     return reinterpret_cast<char*>(reply.payload);
 }
@@ -52,6 +63,12 @@ void mfgp_replyPut(const Reply& reply, const char* text) {
 void mfgp_replyLogPayload(const Reply& reply) {
     const char* const text = mfgp_payloadText(reply);
     mfgp_traceAt(reply.site, "pRplyBuf is: %s, len is %d\n", text, static_cast<int>(strlen(text)));
+}
+
+int mfgp_replyText(const Reply& reply, const char* text) {
+    mfgp_replyPut(reply, text);
+    mfgp_replyLogPayload(reply);
+    return mfgp_replyOk(reply, static_cast<uint32_t>(strlen(mfgp_payloadText(reply))));
 }
 
 int mfgp_replyFail(const Reply& reply, int code, const char* message) {

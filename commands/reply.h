@@ -41,6 +41,13 @@ Reply mfgp_replyBeginBlock(ServiceContext* ctx, CallSite site = mfgp_callSite())
 // The argument as a text, terminated within the receive buffer.
 const char* mfgp_argumentText(const Reply& reply);
 
+// Copies the argument's first maxBytes bytes into text[maxBytes + 1], terminated, and logs them as
+// the commands do whose argument is scanned.
+void mfgp_argumentMessage(const Reply& reply, char* text, size_t maxBytes);
+
+// Logs the argument as the commands do that only log it.
+void mfgp_replyLogArgument(const Reply& reply);
+
 // The payload as a text.
 char* mfgp_payloadText(const Reply& reply);
 
@@ -54,6 +61,10 @@ void mfgp_replyPut(const Reply& reply, const char* text);
 
 // Logs the payload as the readers do before they answer.
 void mfgp_replyLogPayload(const Reply& reply);
+
+// Puts the text as mfgp_replyPut does, logs it, and finishes the reply with the length of what was
+// put. Returns 0.
+int mfgp_replyText(const Reply& reply, const char* text);
 
 // Finishes the reply with info 3 and reports the handler's own code and message. Returns the code.
 int mfgp_replyFail(const Reply& reply, int code, const char* message);

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "commands/antenna_test.h"
+#include "commands/calibration.h"
 #include "commands/card_status.h"
+#include "commands/fan.h"
 #include "commands/group_info.h"
 #include "commands/identity_read.h"
 #include "commands/identity_write.h"
@@ -11,6 +13,9 @@
 #include "commands/modem_tools.h"
 #include "commands/radio_hooks.h"
 #include "commands/reply.h"
+#include "commands/reset_check.h"
+#include "commands/status_read.h"
+#include "commands/wifi_chain.h"
 #include "core/produce_mode.h"
 
 namespace {
@@ -30,8 +35,8 @@ constexpr bool kGated = true;
 constexpr SpecialCommand kSpecialCommands[] = {
     {10, kGated, mfgp_cmd_getProdId},
     {17, kGated, mfgp_hook_erase_radio},
-    {18, kGated, nullptr},
-    {50, kGated, nullptr},
+    {18, kGated, mfgp_cmd_StartCal},
+    {50, kGated, mfgp_cmd_getGpioStatus},
     {53, kAlways, mfgp_cmd_getDevID},
     {54, kGated, mfgp_cmd_setDevID},
     {55, kAlways, mfgp_cmd_getMAC},
@@ -44,10 +49,10 @@ constexpr SpecialCommand kSpecialCommands[] = {
     {65, kGated, mfgp_cmd_setSpecialID},
     {66, kAlways, mfgp_cmd_getCountryCode},
     {67, kGated, mfgp_cmd_setCountryCode},
-    {68, kAlways, nullptr},
-    {69, kAlways, nullptr},
-    {70, kAlways, nullptr},
-    {71, kAlways, nullptr},
+    {68, kAlways, mfgp_cmd_getSSID},
+    {69, kAlways, mfgp_cmd_getEnableFlags},
+    {70, kAlways, mfgp_cmd_getHwVer},
+    {71, kAlways, mfgp_cmd_getFwVer},
     {75, kGated, mfgp2_cmd_setMac},
     {76, kAlways, mfgp2_cmd_setPin},
     {77, kGated, mfgp2_cmd_setGroupInfo},
@@ -55,17 +60,17 @@ constexpr SpecialCommand kSpecialCommands[] = {
     {79, kGated, mfgp2_cmd_generateGroupInfo},
     {80, kGated, mfgp_hook_enable_testmode},
     {82, kAlways, mfgp_cmd_setModelName},
-    {86, kGated, nullptr},
-    {87, kGated, nullptr},
-    {88, kGated, nullptr},
-    {89, kGated, nullptr},
+    {86, kGated, mfgp_cmd_getCalStatus},
+    {87, kGated, mfgp_cmd_getBleStatus},
+    {88, kGated, mfgp_cmd_getAllFanStatus},
+    {89, kGated, mfgp_cmd_setAllFanGear},
     {90, kAlways, mfgp2_cmd_setImei},
     {91, kAlways, mfgp2_cmd_getImei},
     {92, kAlways, mfgp2_cmd_startQLog},
     {93, kAlways, mfgp2_cmd_stopQLog},
     {94, kAlways, mfgp2_cmd_changeExtAntenna},
-    {104, kGated, nullptr},
-    {105, kGated, nullptr},
+    {104, kGated, mfgp_cmd_setFanSpeed},
+    {105, kGated, mfgp_cmd_getMultiFanSpeed},
     {106, kAlways, mfgp2_cmd_getcardstate},
     {107, kAlways, mfgp2_cmd_getcardconn},
     {108, kAlways, mfgp2_cmd_getcardsiglvl},
@@ -76,9 +81,9 @@ constexpr SpecialCommand kSpecialCommands[] = {
     {114, kAlways, mfgp2_cmd_setFtmState},
     {115, kAlways, mfgp2_cmd_getFtmState},
     {116, kAlways, mfgp2_cmd_getlteSwVer},
-    {128, kGated, nullptr},
-    {131, kAlways, nullptr},
-    {135, kGated, nullptr},
+    {128, kGated, mfgp2_cmd_setSmartAntenna},
+    {131, kAlways, mfgp_cmd_getMaxDifferPerChain},
+    {135, kGated, mfgp_cmd_getConfigCheck},
 };
 
 constexpr bool subTypesRise() {
@@ -118,6 +123,25 @@ void logRequest(const ServiceContext* ctx) {
                  unsigned{mfgp_subType(ctx->recvBuf)});
 }
 
+void beginReply(ServiceContext* ctx, ReplyInfo info) {
+    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, info);
+    mfgp_setType(ctx->replyBuf, kTypeSpecial);
+    mfgp_setSubType(ctx->replyBuf, mfgp_subType(ctx->recvBuf));
+}
+
+// The version reads work on the command block, whichever dispatcher they are reached through. Here
+// the packet itself is what an encrypted command has inside.
+void fillCommandBlock(ServiceContext* ctx) {
+    beginReply(ctx, kInfoSuccess);
+    ctx->cmdBlock = {
+        .requestHeader = ctx->recvBuf,
+        .replyHeader = ctx->replyBuf,
+        .requestPayload = mfgp_payload(ctx->recvBuf),
+        .replyPayload = mfgp_payload(ctx->replyBuf),
+        .payloadCapacity = static_cast<uint32_t>(kBufferSize - kHeaderSize),
+    };
+}
+
 }  // namespace
 
 int mfgp_cmd_spCmd(ServiceContext* ctx) {
@@ -129,14 +153,14 @@ int mfgp_cmd_spCmd(ServiceContext* ctx) {
         return report(-10300, "Lumo is not in produce mode!");
     }
     MFGP_TRACE("#flags:0x%x\n", ctx->flags);
-    if (command.run != nullptr)
+    if (command.run != nullptr) {
+        fillCommandBlock(ctx);
         return command.run(ctx);
+    }
     mfgp_setInfo(ctx->replyBuf, kInfoUnknownSubType);
     return 0;
 }
 
 void mfgp_spCmd_replyRefused(ServiceContext* ctx) {
-    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoFailed);
-    mfgp_setType(ctx->replyBuf, kTypeSpecial);
-    mfgp_setSubType(ctx->replyBuf, mfgp_subType(ctx->recvBuf));
+    beginReply(ctx, kInfoFailed);
 }

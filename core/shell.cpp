@@ -99,6 +99,10 @@ size_t ReadPipe::read(char* out, size_t maxBytes) {
     return fread(out, 1, maxBytes, stream_);
 }
 
+bool ReadPipe::readLine(char* line, size_t size) {
+    return fgets(line, static_cast<int>(size), stream_) != nullptr;
+}
+
 void ReadPipe::close() {
     if (stream_ != nullptr)
         pclose(stream_);

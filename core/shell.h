@@ -40,6 +40,10 @@ class ReadPipe {
     // Reads up to maxBytes bytes in one fread; returns how many came. Nothing is terminated.
     size_t read(char* out, size_t maxBytes);
 
+    // Reads one line with its newline into line[size], terminated; the rest of a longer one is
+    // read as a next line. Returns false at the end of the output.
+    bool readLine(char* line, size_t size);
+
     // Ends the reading early; what the line still prints is lost.
     void close();
 

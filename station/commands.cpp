@@ -5,6 +5,7 @@
 
 #include "station/arguments.h"
 #include "station/cellular_arguments.h"
+#include "station/production_arguments.h"
 
 namespace station {
 namespace {
@@ -45,12 +46,30 @@ constexpr Sheet kNoSheet = Sheet::No;
 
 // An AT console takes seconds to answer, and one that stays silent is asked for some more.
 constexpr double kConsoleSeconds = 10;
+// A service takes seconds to stop and start, flash to be erased, a radio to give its readings.
+constexpr double kServiceSeconds = 10;
 
 constexpr Command kCommands[] = {
     {"get product-id", kTypeSpecial, 10, kRead, kGated, kSheet, "", noArguments, decodeText,
      "product ID"},
     {"erase radio", kTypeSpecial, 17, kWrite, kGated, kNoSheet, "", noArguments, nullptr,
      "erase the radio calibration data, once per run of the daemon"},
+    {"calibrate wifi", kTypeSpecial, 18, kWrite, kGated, kNoSheet, "", fixedText<"wifi">, nullptr,
+     "take Wi-Fi down and start its calibration tool", kServiceSeconds},
+    {"calibrate bluetooth", kTypeSpecial, 18, kWrite, kGated, kNoSheet, "", fixedText<"Btdiag">,
+     nullptr, "restart Bluetooth in its radio test mode", kServiceSeconds},
+    {"calibrate zigbee", kTypeSpecial, 18, kWrite, kGated, kNoSheet, "", fixedText<"zigbeeMfg">,
+     nullptr, "restart the Zigbee test tool", kServiceSeconds},
+    {"calibrate zigbee-host", kTypeSpecial, 18, kWrite, kGated, kNoSheet, "",
+     fixedText<"zigbeeHost">, nullptr, "restart the Zigbee host"},
+    {"calibrate coexistence", kTypeSpecial, 18, kWrite, kGated, kNoSheet, "", fixedText<"coext">,
+     nullptr, "start the coexistence test, which goes on by itself"},
+    {"coexistence finished", kTypeSpecial, 18, kRead, kGated, kNoSheet, "",
+     fixedText<"coextFinished">, nullptr, "whether the coexistence test has ended (exit code 0)"},
+    {"coexistence result", kTypeSpecial, 18, kRead, kGated, kNoSheet, "", fixedText<"coextResult">,
+     nullptr, "whether the coexistence test has passed (exit code 0)"},
+    {"get button", kTypeSpecial, 50, kRead, kGated, kNoSheet, "NAME", button, decodeText,
+     "whether the button wifi, reset or wps was pressed"},
     {"get device-id", kTypeSpecial, 53, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "device ID"},
     {"set device-id", kTypeSpecial, 54, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
@@ -73,6 +92,14 @@ constexpr Command kCommands[] = {
      "country code"},
     {"set country", kTypeSpecial, 67, kWrite, kGated, kNoSheet, "TEXT", identityText, nullptr,
      "write the country code"},
+    {"get ssid", kTypeSpecial, 68, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "name of the Wi-Fi network"},
+    {"get enable-flags", kTypeSpecial, 69, kRead, kOpen, kSheet, "", noArguments, decodeEnableFlags,
+     "which of Wi-Fi, guest Wi-Fi, IPv6 and Bluetooth are on"},
+    {"get hardware-version", kTypeSpecial, 70, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "hardware version"},
+    {"get firmware-version", kTypeSpecial, 71, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "firmware version"},
     {"set mac", kTypeSpecial, 75, kWrite, kGated, kNoSheet, "MAC", macAddress, nullptr,
      "write the MAC address, name the default Wi-Fi network after it"},
     {"set pin", kTypeSpecial, 76, kWrite, kOpen, kNoSheet, "PIN", pin, nullptr, "write the PIN"},
@@ -86,6 +113,14 @@ constexpr Command kCommands[] = {
      "switch the unit into test mode"},
     {"set model-name", kTypeSpecial, 82, kWrite, kOpen, kNoSheet, "TEXT", identityText, nullptr,
      "write the model name"},
+    {"get calibration", kTypeSpecial, 86, kRead, kGated, kNoSheet, "", noArguments, decodeYes,
+     "whether the unit is in calibration mode (exit code 0)"},
+    {"get bluetooth", kTypeSpecial, 87, kRead, kGated, kNoSheet, "", noArguments, decodeYes,
+     "whether Bluetooth is on (exit code 0)"},
+    {"fan status", kTypeSpecial, 88, kRead, kGated, kNoSheet, "", noArguments, decodeText,
+     "verdict of the fan test, one character"},
+    {"fan recheck", kTypeSpecial, 89, kWrite, kGated, kNoSheet, "", fixedText<R"({"gear":255})">,
+     nullptr, "measure all fans at all gears anew", kServiceSeconds},
     {"set imei", kTypeSpecial, 90, kWrite, kOpen, kNoSheet, "IMEI", imeiText, nullptr,
      "write the IMEI to flash and modem, once per run of the daemon", kConsoleSeconds},
     {"get imei", kTypeSpecial, 91, kRead, kOpen, kSheet, "", noArguments, decodeText,
@@ -97,6 +132,10 @@ constexpr Command kCommands[] = {
     {"set external-antenna", kTypeSpecial, 94, kWrite, kOpen, kNoSheet, "CHARACTER",
      antennaCharacter, nullptr, "switch the external antenna (one letter or digit)",
      kConsoleSeconds},
+    {"fan set", kTypeSpecial, 104, kWrite, kGated, kNoSheet, "--gear N --time SECONDS", fanSetting,
+     nullptr, "run the fans at a gear for a time"},
+    {"fan speeds", kTypeSpecial, 105, kRead, kGated, kNoSheet, "GEAR", gear, decodeFanSpeeds,
+     "measured speed of each fan at a gear"},
     {"get card-state", kTypeSpecial, 106, kRead, kOpen, kSheet, "", noArguments, decodeLine,
      "SIM card state"},
     {"get card-connection", kTypeSpecial, 107, kRead, kOpen, kSheet, "", noArguments, decodeLine,
@@ -118,6 +157,17 @@ constexpr Command kCommands[] = {
      "the modem's factory test mode", kConsoleSeconds},
     {"get modem-version", kTypeSpecial, 116, kRead, kOpen, kSheet, "", noArguments, decodeText,
      "software version of the modem", kConsoleSeconds},
+    {"smart-antenna", kTypeSpecial, 128, kWrite, kGated, kNoSheet, "--band BAND --mode MODE",
+     smartAntenna, nullptr, "switch the antenna chains of band 0 or 1"},
+    {"rssi-spread", kTypeSpecial, 131, kRead, kOpen, kNoSheet, "--band BAND --nss N", rssiSpread,
+     decodeText, "difference between the strongest and the weakest signal of a radio, in dB",
+     kServiceSeconds},
+    {"config-check", kTypeSpecial, 135, kRead, kGated, kNoSheet, "", noArguments, decodeConfigCheck,
+     "the unit's configuration, field by field"},
+    {"get model-name", kTypeEncrypted, 72, kRead, kOpen, kSheet, "", noArguments, decodeText,
+     "model name"},
+    {"reset", kTypeEncrypted, 73, kWrite, kGated, kNoSheet, "--yes", noArguments, nullptr,
+     "erase the unit's configuration and prove that it is gone", kServiceSeconds},
     {"config get", kTypeGetConfig, 0, kRead, kOpen, kNoSheet, "", noArguments, decodeText,
      "the unit's basic configuration, the same text on every unit"},
     {"config set", kTypeSetConfig, 0, kWrite, kOpen, kNoSheet, "TEXT", oneText, nullptr,
@@ -151,6 +201,27 @@ Words wordsOf(const char* name) {
     return words;
 }
 
+// Puts the values of the command's own options behind the words. Returns what is wrong with the
+// options, or an empty text.
+std::string takeNamed(const Command& command, const std::vector<NamedValue>& named, Words* words) {
+    Words wanted;
+    for (const std::string& word : wordsOf(command.arguments))
+        if (word.starts_with("--"))
+            wanted.push_back(word.substr(2));
+    for (const NamedValue& given : named)
+        if (std::find(wanted.begin(), wanted.end(), given.name) == wanted.end())
+            return "does not take --" + given.name;
+    for (const std::string& name : wanted) {
+        const auto last = std::find_if(named.rbegin(), named.rend(),
+                                       [&name](const auto& given) { return given.name == name; });
+        if (last == named.rend())
+            return "needs --" + name;
+        if (last->value)
+            words->push_back(*last->value);
+    }
+    return "";
+}
+
 }  // namespace
 
 std::span<const Command> commands() {
@@ -172,9 +243,13 @@ const Command* findCommand(const Words& words, Words* rest) {
     return found;
 }
 
-std::string buildCommand(const Command& command, const Words& words, Request* request) {
+std::string buildCommand(const Command& command, Words words, const std::vector<NamedValue>& named,
+                         Request* request) {
     *request = {command.type, command.subType, {}};
-    std::string wrong = command.build(words, request);
+    std::string wrong = takeNamed(command, named, &words);
+    if (!wrong.empty())
+        return wrong;
+    wrong = command.build(words, request);
     if (!wrong.empty())
         return wrong;
     const size_t limit = payloadLimit(request->type);

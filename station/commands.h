@@ -49,7 +49,10 @@ std::span<const Command> commands();
 // words behind the name in *rest. Returns null when there is none.
 const Command* findCommand(const Words& words, Words* rest);
 
-// Fills the request of a command. Returns what is wrong with the words, or an empty text.
-std::string buildCommand(const Command& command, const Words& words, Request* request);
+// Fills the request of a command. The options that the row's arguments name must be there, no
+// others; their values reach the row's builder as words behind the others, in the row's order.
+// Returns what is wrong with the words, or an empty text.
+std::string buildCommand(const Command& command, Words words, const std::vector<NamedValue>& named,
+                         Request* request);
 
 }  // namespace station

@@ -21,7 +21,7 @@ struct Option {
     const char* name;
     char letter;           // 0: long only
     const char* argument;  // null: none
-    Setter set;
+    Setter set;            // null: one of single commands, which check its argument
     const char* help;
 };
 
@@ -91,6 +91,12 @@ constexpr Option kOptions[] = {
     {"retries", 0, "N", setRetries, "how often an unanswered read is sent again (2)"},
     {"local-port", 0, "PORT", setLocalPort,
      "send from this port, so that calls in a row are one station (any)"},
+    {"gear", 0, "N", nullptr, "fan set: gear of the fans, 0 to 255"},
+    {"time", 0, "SECONDS", nullptr, "fan set: how long they run so"},
+    {"band", 0, "BAND", nullptr, "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},
+    {"mode", 0, "MODE", nullptr, "smart-antenna: antenna mode, 0 off"},
+    {"nss", 0, "N", nullptr, "rssi-spread: how many readings to take"},
+    {"yes", 0, nullptr, nullptr, "reset: the configuration is to be erased indeed"},
     {"help", 'h', nullptr, setHelp, "show this help"},
     {"version", 0, nullptr, setVersion, "show the version"},
 };
@@ -139,6 +145,12 @@ std::string parseOne(int key, char** argv, Options* options) {
     if (row == nullptr)
         return (optopt >= kFirstKey ? "needless argument of " : "unknown or ambiguous option ") +
                typedOption(argv);
+    if (row->set == nullptr) {
+        options->named.push_back({row->name, {}});
+        if (optarg != nullptr)
+            options->named.back().value = optarg;
+        return "";
+    }
     const std::string wrong = row->set(optarg != nullptr ? optarg : "", options);
     return wrong.empty() ? "" : std::string("--") + row->name + ": " + wrong;
 }

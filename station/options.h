@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,12 @@
 namespace station {
 
 using Words = std::vector<std::string>;
+
+// An option that belongs to single commands.
+struct NamedValue {
+    std::string name;
+    std::optional<std::string> value;  // none: the option takes none
+};
 
 struct Options {
     std::string host = "192.168.1.1";
@@ -21,6 +28,7 @@ struct Options {
     unsigned retries = 2;
     bool help = false;
     bool version = false;
+    std::vector<NamedValue> named;
     Words words;
 };
 

@@ -154,7 +154,7 @@ ExitCode dispatch(const Options& options) {
     for (const LocalCommand& local : kLocalCommands) {
         if (options.words[0] != local.name)
             continue;
-        return options.words.size() == 1
+        return options.words.size() == 1 && options.named.empty()
                    ? local.run(options)
                    : complainOfUsage(std::string(local.name) + ": takes no arguments");
     }
@@ -163,7 +163,7 @@ ExitCode dispatch(const Options& options) {
     if (command == nullptr)
         return complainOfUsage("unknown command '" + joined(options.words) + "'");
     Request request;
-    const std::string wrong = buildCommand(*command, rest, &request);
+    const std::string wrong = buildCommand(*command, rest, options.named, &request);
     if (!wrong.empty())
         return complainOfUsage(std::string(command->name) + ": " + wrong);
     return perform(*command, request, options);

@@ -1,6 +1,7 @@
 #include "station/values.h"
 
 #include <algorithm>
+#include <span>
 
 namespace station {
 namespace {
@@ -26,16 +27,49 @@ int hexValue(char digit) {
     return -1;
 }
 
-}  // namespace
-
-std::string decodeText(const Reply& reply) {
+std::string textOf(std::span<const uint8_t> bytes) {
     std::string text;
-    for (const uint8_t byte : reply.payload) {
+    for (const uint8_t byte : bytes) {
         if (byte == 0)
             break;
         text += isPrintable(byte) ? std::string(1, static_cast<char>(byte)) : "\\x" + hexOf(byte);
     }
     return text;
+}
+
+std::string flagsOf(std::span<const uint8_t> bytes) {
+    static constexpr const char* kNames[] = {"Wi-Fi", "guest Wi-Fi", "IPv6", "Bluetooth"};
+    std::string text;
+    for (size_t i = 0; i < std::size(kNames); i++)
+        text += std::string(i == 0 ? "" : ", ") + kNames[i] +
+                ((bytes[0] >> i & 1) != 0 ? " on" : " off");
+    return text;
+}
+
+// A part of the configuration record.
+struct Field {
+    const char* name;
+    size_t offset;
+    size_t size;
+    std::string (*show)(std::span<const uint8_t> bytes);
+};
+
+constexpr Field kConfigRecord[] = {
+    {"firmware version", 0, 64, textOf}, {"hardware version", 64, 16, textOf},
+    {"model", 80, 32, textOf},           {"country", 112, 64, textOf},
+    {"region", 176, 64, textOf},         {"enabled", 240, 4, flagsOf},
+};
+constexpr size_t kConfigRecordSize = 244;
+constexpr size_t kEnableFlagsSize = 4;
+
+std::string tooShort(const Reply& reply) {
+    return "too short: " + std::to_string(reply.payload.size()) + " bytes";
+}
+
+}  // namespace
+
+std::string decodeText(const Reply& reply) {
+    return textOf(reply.payload);
 }
 
 std::string decodeLine(const Reply& reply) {
@@ -55,6 +89,31 @@ std::string decodeRaw(const Reply& reply) {
     return "info: " + std::to_string(reply.info) +
            "\nlength: " + std::to_string(reply.payload.size()) + "\nhex: " + hex +
            "\ntext: " + text;
+}
+
+std::string decodeYes(const Reply&) {
+    return "yes";
+}
+
+std::string decodeEnableFlags(const Reply& reply) {
+    return reply.payload.size() < kEnableFlagsSize ? tooShort(reply) : flagsOf(reply.payload);
+}
+
+std::string decodeFanSpeeds(const Reply& reply) {
+    Bytes bytes = reply.payload;
+    std::erase(bytes, '\n');  // a fan service may end each speed with one
+    std::string text = textOf(bytes);
+    return text.insert(std::min(text.find(' '), text.size()), " fans:");
+}
+
+std::string decodeConfigCheck(const Reply& reply) {
+    if (reply.payload.size() < kConfigRecordSize)
+        return tooShort(reply);
+    std::string text;
+    for (const Field& field : kConfigRecord)
+        text += std::string(text.empty() ? "" : "\n") + field.name + ": " +
+                field.show({reply.payload.data() + field.offset, field.size});
+    return text;
 }
 
 std::string parseHex(const std::string& digits, Bytes* bytes) {

@@ -19,6 +19,18 @@ std::string decodeLine(const Reply& reply);
 // Info, length, and the payload as hex digits and as text with a dot for what cannot be printed.
 std::string decodeRaw(const Reply& reply);
 
+// What the reply says by being no refusal; its payload holds nothing.
+std::string decodeYes(const Reply& reply);
+
+// The four settings, on or off.
+std::string decodeEnableFlags(const Reply& reply);
+
+// The number of fans and each one's speed.
+std::string decodeFanSpeeds(const Reply& reply);
+
+// The configuration record, a line for each field.
+std::string decodeConfigCheck(const Reply& reply);
+
 // Turns hex digits into bytes. Returns what is wrong with them, or an empty text.
 std::string parseHex(const std::string& digits, Bytes* bytes);
 

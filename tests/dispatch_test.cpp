@@ -12,9 +12,10 @@ namespace {
 constexpr char kRefused[] = "Lumo is not in produce mode!";
 const std::set<int> kGated = {10, 17, 18, 50, 54, 56, 57, 58, 59,  60,  65,  67, 75,
                               77, 78, 79, 80, 86, 87, 88, 89, 104, 105, 128, 135};
-const std::set<int> kKnown = {10, 17, 53,  54,  55,  56,  57,  58,  59,  60,  64,  65,
-                              66, 67, 75,  76,  77,  78,  79,  80,  82,  90,  91,  92,
-                              93, 94, 106, 107, 108, 109, 110, 112, 113, 114, 115, 116};
+const std::set<int> kKnown = {10,  17,  18,  50,  53,  54,  55,  56,  57,  58,  59,  60,  64,
+                              65,  66,  67,  68,  69,  70,  71,  75,  76,  77,  78,  79,  80,
+                              82,  86,  87,  88,  89,  90,  91,  92,  93,  94,  104, 105, 106,
+                              107, 108, 109, 110, 112, 113, 114, 115, 116, 128, 131, 135};
 
 TEST(SpecialCommands, ExactlyTheGatedOnesAreRefusedOutsideProduceMode) {
     Unit unit;

@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 
 #include "tests/support/unit.h"
@@ -95,6 +96,39 @@ TEST(StationClient, WritesAUnitOnceAndReadsItBack) {
     EXPECT_EQ(unit.read("/flash/pin"), "12345678\n");
 }
 
+TEST(StationClient, RunsTheProductionTests) {
+    Unit unit({StateFile{"/wlan/coext_seconds", "3600"}, StateFile{"/fw/COUNTRY", "DE"}});
+    expectRows({
+        {"calibrate wifi", 0, "OK\n"},
+        {"calibrate bluetooth", 0, "OK\n"},
+        {"calibrate zigbee", 0, "OK\n"},
+        {"calibrate zigbee-host", 0, "OK\n"},
+        {"calibrate coexistence", 0, "OK\n"},
+        {"coexistence finished", 1, "failed or refused"},
+        {"coexistence result", 1, "failed or refused"},
+        {"get calibration", 0, "yes\n"},
+        {"get button wifi", 0, "BUTTON NOT OK\n"},
+        {"get bluetooth", 0, "yes\n"},
+        {"get enable-flags", 0, "Wi-Fi on, guest Wi-Fi off, IPv6 on, Bluetooth on\n"},
+        {"get model-name", 0, "M31-5G\n"},
+        {"fan set --gear 2 --time 30", 0, "OK\n"},
+        {"--time 0x1E fan set --gear=1 --gear 3", 0, "OK\n"},
+        {"fan recheck", 0, "OK\n"},
+        {"fan status", 0, "1\n"},
+        {"fan speeds 3", 0, "2 fans: 3600 3540\n"},
+        {"smart-antenna --band 1 --mode 2", 0, "OK\n"},
+        {"rssi-spread --nss 2 --band 6", 0, "7\n"},
+        {"config-check", 0, "model: M31-5G\ncountry: DE\nregion: US\nenabled: Wi-Fi on, guest"},
+        {"reset", 2, "needs --yes"},
+        {"reset --yes", 0, "OK\n"},
+    });
+    const std::vector<std::string> lines = shellLines(unit.trace());
+    for (const char* line :
+         {"/etc/init.d/qcmbr restart", "/etc/init.d/zigbeeMfg start", "/etc/init.d/bluetopia start",
+          "Z3GatewayHost_591 &", "coext &", "main_fanctrl 2 30 &", "main_fanctrl 3 30 &"})
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << line;
+}
+
 TEST(StationClient, NamesWhatIsWrong) {
     const std::string tooLong = "set oem-id " + std::string(65, 'x');
     expectRows({
@@ -111,6 +145,16 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"set group '{\"gid\": 1}'", 2, "has no \"key\""},
         {"set group \"{$(printf %1023d 1)}\"", 2, "is 1025 bytes long, more than 1024"},
         {"generate group 0", 2, "COUNT '0' is not a number above 0"},
+        {"fan set --gear 2", 2, "needs --time"},
+        {"fan set --gear 256 --time 1", 2, "--gear '256' is not a number from 0 to 255"},
+        {"fan set 3 --gear 2 --time 1", 2, "takes --gear and --time alone"},
+        {"fan speeds", 2, "takes one GEAR"},
+        {"smart-antenna --band 4 --mode 1", 2, "--band '4' is none of 0 1"},
+        {"rssi-spread --band 0 --nss x", 2, "--nss 'x' is not a number"},
+        {"get button power", 2, "NAME 'power' is none of wifi reset wps"},
+        {"calibrate wifi 2", 2, "takes no arguments, but got '2'"},
+        {"get mac --yes", 2, "does not take --yes"},
+        {"help --yes", 2, "help: takes no arguments"},
         {"", 2, "no command"},
         {"get nothing", 2, "unknown command 'get nothing'"},
         {"get mac now", 2, "takes no arguments"},

@@ -1,0 +1,102 @@
+#include "commands/calibration.h"
+
+#include <unistd.h>
+
+#include "commands/calibration_mode.h"
+#include "commands/reply.h"
+#include "core/shell.h"
+
+namespace {
+
+struct Step {
+    const char* line;
+    const char* notRun = nullptr;  // log line for when it could not be run
+};
+
+// Judges the first character of the coexistence log, zero when the log is empty.
+using Verdict = bool (*)(char first);
+
+struct Branch {
+    const char* argument;
+    Step steps[3];  // up to the first without a line
+    Verdict verdict = nullptr;
+};
+
+bool hasEnded(char first) {
+    return first != '1';
+}
+
+bool hasPassed(char first) {
+    return first == '2';
+}
+
+constexpr Branch kBranches[] = {
+    {"Btdiag",
+     {{"/etc/init.d/bluetopia stop"},
+      {"uci set bluetooth.settings.mode=rftest;uci commit"},
+      {"/etc/init.d/bluetopia start"}}},
+    {"zigbeeMfg", {{"/etc/init.d/zigbeeMfg stop"}, {"/etc/init.d/zigbeeMfg start"}}},
+    {"zigbeeHost",
+     {{"killall Z3GatewayHost_591", "killall zigbee host fail\n"},
+      {"Z3GatewayHost_591 &", "start zigbee host fail\n"}}},
+    {"coext", {{"killall coext", "killall coext fail\n"}, {"coext &", "start coext fail\n"}}},
+    {"coextFinished", {}, hasEnded},
+    {"coextResult", {}, hasPassed},
+};
+
+// What every other argument means, a misspelt one too: older stations send what they like for it.
+constexpr Branch kWlan = {nullptr, {{"wifi down"}, {"/etc/init.d/qcmbr restart"}}};
+
+const Branch& branchOf(const char* argument) {
+    for (const Branch& branch : kBranches)
+        if (strcmp(argument, branch.argument) == 0)
+            return branch;
+    return kWlan;
+}
+
+bool judgeLog(Verdict verdict) {
+    char first[2];
+    return access("/tmp/coext.log", F_OK) == 0 &&
+           mfgp_readCommand("echo $(cat /tmp/coext.log) | tr -d \"\\n\"", first, 1) !=
+               kPipeNotOpened &&
+           verdict(first[0]);
+}
+
+bool runSteps(const Branch& branch, CallSite site) {
+    for (const Step& step : branch.steps) {
+        if (step.line == nullptr)
+            break;
+        if (mfgp_execCmd("%s", step.line) != 0) {
+            if (step.notRun != nullptr)
+                mfgp_traceAt(site, "%s", step.notRun);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool run(const Branch& branch, CallSite site) {
+    return branch.verdict != nullptr ? judgeLog(branch.verdict) : runSteps(branch, site);
+}
+
+}  // namespace
+
+int mfgp_cmd_StartCal(ServiceContext* ctx) {
+    const Reply reply = mfgp_replyBegin(ctx, 18);
+    MFGP_TRACE("session flag:%d\n", static_cast<int>(ctx->flags));
+    // Unlike the permissions of the factory writes this one is never used up.
+    if ((ctx->flags & kFlagCalibrate) == 0 || !run(branchOf(mfgp_argumentText(reply)), reply.site))
+        return mfgp_replyFail(reply, -10309, "start calibration data failed");
+    MFGP_TRACE("start cal success\n");
+    return mfgp_replyOk(reply, 0);
+}
+
+int mfgp_cmd_getCalStatus(ServiceContext* ctx) {
+    const Reply reply = mfgp_replyBegin(ctx, 86);
+    if (is_cal() == 0) {
+        MFGP_TRACE("WLAN TEST Fail!!!\n");
+        return mfgp_replyFail(reply, -10331, "get SSID failed");  // borrowed; log filters match it
+    }
+    MFGP_TRACE("WLAN TEST Success!!!\n");
+    return mfgp_replyOk(reply, sizeof "WLAN OK");  // the length alone: stations count, not read
+}
