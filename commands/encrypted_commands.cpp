@@ -10,7 +10,7 @@ namespace {
 struct EncryptedCommand {
     uint8_t subType;
     bool produceModeOnly;
-    Handler run;  // null: not built into this daemon, answered as unknown
+    Handler run;  // null: no such command
 };
 
 // The model name (72) is only read here, the reset (73) is only reached here.

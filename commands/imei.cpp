@@ -40,11 +40,7 @@ const ImeiLines* findLines(const Reply& reply, const char* purpose) {
 // The IMEI stands in shell lines, once without quotes. Its length and digits are the station's
 // business.
 bool isSafe(const char* imei) {
-    constexpr const char* kAlphabet =
-        "0123456789"
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
-        "%+,-./:=@^_";
-    return imei[strspn(imei, kAlphabet)] == '\0';
+    return mfgp_isPlainText(imei, "%+,-./:=@^_");
 }
 
 int writeImei(const Reply& reply) {

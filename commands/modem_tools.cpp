@@ -11,8 +11,8 @@ constexpr char kLogger[] = "QLog";
 // The character stands unquoted in a shell line. None at all is let through: the line then ends
 // behind "enable=", and uci itself refuses it.
 bool isSafe(char character) {
-    return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
-           (character >= 'a' && character <= 'z') || character == '\0';
+    const char text[] = {character, '\0'};
+    return mfgp_isPlainText(text, "");
 }
 
 }  // namespace

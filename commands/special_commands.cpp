@@ -26,7 +26,7 @@ constexpr uint8_t kLastSubType = 135;
 struct SpecialCommand {
     uint8_t subType;
     bool produceModeOnly;
-    Handler run;  // null: not built into this daemon, answered as unknown
+    Handler run;  // null: no such command
 };
 
 constexpr bool kAlways = false;
