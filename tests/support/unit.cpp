@@ -124,12 +124,15 @@ void Unit::fault(const std::string& tool, const std::string& snippet) const {
 }
 
 void Unit::allowPipes(bool allowed) const {
+    // On its way back to the wait the daemon looks at the mode, with a descriptor of that moment.
+    const std::string process = "/proc/" + std::to_string(daemon_);
+    while (running() && readAll(process + "/stat").find(") S ") == std::string::npos)
+        usleep(1000);
     rlimit limit = {};
     prlimit(daemon_, RLIMIT_NOFILE, nullptr, &limit);
     limit.rlim_cur = allowed ? limit.rlim_max : 0;
     for (int left = allowed ? 0 : 1; left > 0; limit.rlim_cur++)
-        left -= !fs::is_symlink("/proc/" + std::to_string(daemon_) + "/fd/" +
-                                std::to_string(limit.rlim_cur));
+        left -= !fs::is_symlink(process + "/fd/" + std::to_string(limit.rlim_cur));
     if (prlimit(daemon_, RLIMIT_NOFILE, &limit, nullptr) != 0)
         throw std::runtime_error("prlimit");
 }
