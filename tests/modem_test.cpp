@@ -478,12 +478,12 @@ TEST_F(Modem, TellsItsVersionAndImei) {
 
 // The logger in the unit, seen from outside of it; 0 when there is none.
 pid_t loggerOf(const Unit& unit) {
-    const std::string root = fs::canonical(unit.path("/")).string();
     std::error_code gone;
     for (const auto& entry : fs::directory_iterator("/proc")) {
         std::string name;
         std::getline(std::ifstream(entry.path() / "comm"), name);
-        if (name == "QLog" && fs::read_symlink(entry.path() / "root", gone) == root)
+        // The folder, not its name: from within a chroot another namespace's paths read otherwise.
+        if (name == "QLog" && fs::equivalent(entry.path() / "root/.", unit.path("/"), gone))
             return std::stoi(entry.path().filename());
     }
     return 0;
