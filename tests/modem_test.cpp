@@ -508,6 +508,8 @@ TEST_F(Modem, LoggerRunsOnWithoutADescriptorOfTheDaemon) {
     EXPECT_GE(count, 3);
     expectDone(kStopLogger);
     EXPECT_TRUE(until([&] { return loggerOf(unit) == 0; }));
+    // It can be killed once more until the unit has collected it.
+    EXPECT_TRUE(until([&] { return station.command(kStopLogger.subType).info() == 3; }));
     expectFailure(kStopLogger);
     unit.remove("/bin/sh");
     expectFailure(kStartLogger);
