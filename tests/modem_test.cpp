@@ -43,26 +43,17 @@ const std::string kKind = "/modem/kind";  // holds the name of the module that i
 
 class Modem : public Commands {
   protected:
-    // What the last command asked on the modem's consoles.
-    Lines asked() {
-        Lines calls = unit.calls();
-        std::erase_if(calls, [](const std::string& call) { return !call.starts_with("atcon") && !call.starts_with("cellcli"); });
-        return calls;
+    // What the last command asked on the modem's consoles, in one text.
+    std::string asked() {
+        std::string all;
+        for (const std::string& call : unit.calls())
+            if (call.starts_with("atcon") || call.starts_with("cellcli"))
+                all += (all.empty() ? "" : " then ") + call;
+        return all;
     }
 };
 
-TEST(FieldText, IsSplitInPlace) {
-    for (auto [text, maximum, expected] : {
-            std::tuple{std::string("3-1-0-60-1-19850"), 6, Lines{"3", "1", "0", "60", "1", "19850"}},
-            {"1-2-3-4-5", 4, {"1", "2", "3", "4"}}, {"1-2-3-4-", 5, {"1", "2", "3", "4"}}, {"1--3", 4, {"1", "", "3"}},
-            {"1-\r", 4, {"1", ""}}, {"1\r2-3", 4, {"1"}}, {"", 4, {}}}) {
-        char* tokens[8] = {};
-        const int count = split_by_char('-', text.data(), tokens, maximum);
-        EXPECT_EQ(Lines(tokens, tokens + count), expected);
-    }
-}
-
-TEST(FieldText, TurnsIntoNumbersAndBack) {
+TEST(Number, IsWrittenInAnyRadix) {
     char text[33];
     EXPECT_STREQ(int_to_text(INT_MIN, text, 10), "-2147483648");
     EXPECT_EQ(int_to_text(INT_MIN, text, 2), "1" + std::string(31, '0'));
@@ -72,33 +63,24 @@ TEST(FieldText, TurnsIntoNumbersAndBack) {
     EXPECT_EQ(int_to_text(1, text, 37), nullptr);
     const std::unique_ptr<char, decltype(&free)> own(int_to_text(35, nullptr, 16), free);
     EXPECT_STREQ(own.get(), "23");
-    EXPECT_EQ(mfgp_textToInt(" -62_3"), -62);
-    EXPECT_EQ(mfgp_textToInt("99999999999999999999"), INT_MAX);
-    EXPECT_EQ(mfgp_textToInt("-2147483649"), INT_MIN);
 }
 
 TEST_F(Modem, IsKnownFromItsProfile) {
-    const std::string name = "[get_module_name():%] ", quectel = "[is_support_quectel_module():%] ";
-    const struct {
-        const Command& command;
-        std::string option, value;  // the others are absent
-        std::string said;
-        Lines asked;
-    } rows[] = {
-        {kGetFtm, "module_name", "EG18-EA\nmore", name + "result=EG18-EA,len=7\n", {"atcon -c 'AT+QRFTESTMODE?'"}},
-        {kGetFtm, "module_name", std::string(40, 'x'), name + "result=" + std::string(29, 'x') + ",len=29\n", {}},
-        {kGetImei, "module_name", "", name + "result=,len=0\n", {"atcon -c AT+CGSN"}},
-        {kGetFtm, "", "", name + "can't read module name from profile\n", {}},
-        {kVersion, "is_quectel_module", "yesterday", quectel + "result=yesterday\n,len=10\n", {"atcon -c ATI"}},
-        {kVersion, "is_quectel_module", "Yes", quectel + "result=Yes\n,len=4\n", {}},
-        {kVersion, "", "", "[is_support_fibocom_module():%] can't read is_support_fibocom_module from profile\n", {}},
-        {kVersion, "is_fibocom_module", "yes", quectel + "can't read is_support_quectel_module from profile\n", {"cellcli -c ATI"}},
-    };
-    for (const auto& row : rows) {
-        unit.fault("uci", "case \"$*\" in 'get mobile.modem." + row.option + " -c /etc/profile.d') echo '" + row.value + "' ;; esac; exit");
-        ask(row.command, "");
-        expectSaid(row.command, row.said);
-        EXPECT_EQ(asked(), row.asked);
+    const std::string name = "[get_module_name():%] ", quectel = "[is_support_quectel_module():%] ", none = "";
+    for (const auto& [command, option, value, said, console] : {
+            // The other options are absent.
+            std::tuple{kGetFtm, "module_name", std::string("EG18-EA\nmore"), name + "result=EG18-EA,len=7\n", "atcon -c 'AT+QRFTESTMODE?'"},
+            {kGetFtm, "module_name", std::string(40, 'x'), name + "result=" + std::string(29, 'x') + ",len=29\n", ""},
+            {kGetImei, "module_name", none, name + "result=,len=0\n", "atcon -c AT+CGSN"},
+            {kGetFtm, "", none, name + "can't read module name from profile\n", ""},
+            {kVersion, "is_quectel_module", "yesterday", quectel + "result=yesterday\n,len=10\n", "atcon -c ATI"},
+            {kVersion, "is_quectel_module", "Yes", quectel + "result=Yes\n,len=4\n", ""},
+            {kVersion, "", none, "[is_support_fibocom_module():%] can't read is_support_fibocom_module from profile\n", ""},
+            {kVersion, "is_fibocom_module", "yes", quectel + "can't read is_support_quectel_module from profile\n", "cellcli -c ATI"}}) {
+        unit.fault("uci", std::string("case \"$*\" in 'get mobile.modem.") + option + " -c /etc/profile.d') echo '" + value + "' ;; esac; exit");
+        ask(command, "");
+        expectSaid(command, said);
+        EXPECT_EQ(asked(), console);
     }
 }
 
@@ -107,37 +89,30 @@ TEST_F(Modem, IsAskedForALevelInItsOwnWords) {
     const std::string first = " | awk 'NR==1{split($0,a,\"[ _]\");print a[2]}'", second = " | awk 'NR==1{split($0,a,\"[,_]\");print a[2]}'";
     const std::string lte = R"(atcon -c 'at+qrftestex="LTE","rx",)", nr = R"(atcon -c 'at+qrftestex="NR5G","rx",)";
     const std::string setUp = "cellcli -c AT+SPMAXRF=3,2,23,1,", ask4g = "cellcli -c 'AT+LTERXLEVELDBM?'", ask3g = "cellcli -c 'AT+WCDMARXLEVELDBM?'";
-    const struct {
-        std::string module, argument;
-        std::string setUp, line;  // as the console sees them; the line also in the log
-        std::string cut, level;
-    } rows[] = {
-        {"RG520N-EU", "2-78--+70-2-99999999999", "", nr + "78,0,-70,2,2147483647'", cut, "-74"},
-        {"RG520N-EU", "1-3-0-60-0-19850", "", lte + "3,0,-60,0,19850'", cut, "999"},
-        {"RG520N-EU", "1-3-0-60-1-19850", "", lte + "3,0,-60,1,19850'", cut, "-61"},
-        {"EG18-EA", "2-3-0-55.5", "", "atcon -c AT+QRXFTM=1,2,3,0,4,55.5", cut, "-61"},
-        {"EG18-EA", "2-9-1-60.3-5", "", "atcon -c AT+QRXFTM=1,2,9,1,4,60.3", cut, "-123456"},
-        {"EG18-EA", "2-1-0-1234567\r", "", "atcon -c AT+QRXFTM=1,2,1,0,4,1.23457e+06", cut, "-58"},
-        {"EG060K-EA", "78-1-2-3-70", "", R"(atcon -c 'AT+QRFTEST="rx",78,1,2,3,-70')", cut, "-74"},
-        {"FG621", "3-1-0-2-1", setUp + "2,0", ask4g, first, "-61"},
-        {"FG621", "3-1-7-2-1", setUp + "2,0", ask4g, second, "-66"},
-        {"FG621", "3-1-0-1-1", setUp + "1,0", ask3g, first, "-61"},
-        {"FG621", "3-1-1-3-1", setUp + "3,0", ask3g, second, "-66"},
-        {"FG621", "3-1-0-2-0", setUp + "2,0", "", "", "999"},
-    };
     expectRows(kSetAntenna, {{"3-1-0-2-1", kFails, "param is wrong\n", kKind, "FG621"}});  // not in its test mode
     unit.write("/modem/ftm", "1");
     unit.write("/modem/levels", "1 -58 -63\n3 -61 -66\n78 -74 -79\n9 -12345678 0\n");
     expectRows(kGetAntenna, {{kArgument, padded("999", 8), "mfgp2_cmd_getantennaTest pRplyBuf is: 999, len is 3\n"}});
-    for (const auto& row : rows) {
-        expectRows(kSetAntenna, {{row.argument, "", "mfgp2_cmd_setantennaTest at cmd:" + row.line + row.cut + "\n", kKind, row.module}});
-        Lines expected = {row.setUp, row.line};
-        std::erase(expected, "");
-        EXPECT_EQ(asked(), expected);
-        if (row.module == "RG520N-EU" && row.argument[0] == '1')
-            expectSaid(kSetAntenna, "mfgp2_cmd_setantennaTest TECH=1,band=3,chain_index=0,expected_rxagc_dbm=60,rx_enable=");
-        EXPECT_EQ(station.command(113, kArgument).payload, padded(row.level, 8));
+    for (const auto& [module, argument, before, line, end, level] : {
+            // The line as the console sees it and as it is logged, where the cut stands behind it.
+            std::tuple{"RG520N-EU", "2-78--+70-2-99999999999", std::string(), nr + "78,0,-70,2,2147483647'", cut, "-74"},
+            {"RG520N-EU", "1-3-0-60-0-19850", "", lte + "3,0,-60,0,19850'", cut, "999"},
+            {"RG520N-EU", "1-3-0-60-1-19850", "", lte + "3,0,-60,1,19850'", cut, "-61"},
+            {"EG18-EA", "2-3-0-55.5", "", "atcon -c AT+QRXFTM=1,2,3,0,4,55.5", cut, "-61"},
+            {"EG18-EA", "2-9-1-60.3-5", "", "atcon -c AT+QRXFTM=1,2,9,1,4,60.3", cut, "-123456"},
+            {"EG18-EA", "2-1-0-1234567\r", "", "atcon -c AT+QRXFTM=1,2,1,0,4,1.23457e+06", cut, "-58"},
+            {"EG18-EA", "2-1-0-\r", "", "atcon -c AT+QRXFTM=1,2,1,0,4,0", cut, "-58"},
+            {"EG060K-EA", "78-1-2-3-70", "", R"(atcon -c 'AT+QRFTEST="rx",78,1,2,3,-70')", cut, "-74"},
+            {"FG621", "3-1-0-2-1", setUp + "2,0 then ", ask4g, first, "-61"},
+            {"FG621", "3-1-7-2-1", setUp + "2,0 then ", ask4g, second, "-66"},
+            {"FG621", "3-1-0-1-1", setUp + "1,0 then ", ask3g, first, "-61"},
+            {"FG621", "3-1-1-3-1", setUp + "3,0 then ", ask3g, second, "-66"},
+            {"FG621", "3-1-0-2-0", setUp + "2,0", "", "", "999"}}) {
+        expectRows(kSetAntenna, {{argument, "", "mfgp2_cmd_setantennaTest at cmd:" + line + end + "\n", kKind, module}});
+        EXPECT_EQ(asked(), before + line);
+        EXPECT_EQ(station.command(113, kArgument).payload, padded(level, 8));
     }
+    expectRows(kSetAntenna, {{"1-3-0-60-1-5", "", "mfgp2_cmd_setantennaTest TECH=1,band=3,chain_index=0,expected_rxagc_dbm=60,rx_enable=1,channel=5\n", kKind, "RG520N-EU"}});
     unit.fault("atcon", "printf '\\n+QRXFTM:-12345678\\n'; exit");
     expectRows(kSetAntenna, {{"2-3-0-55.5", "", "", kKind, "EG18-EA"}});
     EXPECT_EQ(station.command(113).payload, "-1234567");
@@ -166,24 +141,19 @@ TEST(Console, ThatSaysNothingCostsThreeSeconds) {
 }
 
 TEST_F(Modem, IsPutIntoItsTestModeAndTellsIt) {
-    const struct {
-        std::string module, value;
-        std::string set, get;  // as the console sees them; none to get: this module cannot be asked
-        std::string answer;
-    } rows[] = {
-        {"EG18-EA", "1", "atcon -c AT+QRFTESTMODE=1", "atcon -c 'AT+QRFTESTMODE?'", "1\n"},
-        {"EG060K-EA", "1", R"(atcon -c 'AT+QRFTEST="mode",1')", R"(atcon -c 'AT+QRFTEST="mode"')", "1\n"},
-        {"RG520N-EU", "0", "atcon -c AT+QFTMMODE=0", "atcon -c 'AT+QFTMMODE?'", "0\n"},
-        {"RG520N-EU", "-1x", "atcon -c AT+QFTMMODE=-1", "atcon -c 'AT+QFTMMODE?'", "-1\n"},
-        {"RG520N-EU", "9999999999", "atcon -c AT+QFTMMODE=2147483647", "atcon -c 'AT+QFTMMODE?'", "21474836"},
-        {"FG621", "1", "cellcli -c at+sfun=5", "", ""},
-        {"FG621", "0", "", "", ""},  // an empty line is run all the same
-    };
-    for (const auto& row : rows) {
-        expectRows(kSetFtm, {{row.value, "", "mfgp2_cmd_setFtmState at cmd:" + row.set + "\n", kKind, row.module, {row.set}}});
-        EXPECT_EQ(asked(), row.set.empty() ? Lines{} : Lines{row.set});
-        EXPECT_EQ(ask(kGetFtm, kArgument), row.get.empty() ? kFails : padded(row.answer, 8));
-        EXPECT_EQ(asked(), row.get.empty() ? Lines{} : Lines{row.get});
+    for (const auto& [module, value, set, get, answer] : {
+            // The lines as the console sees them; none to get: this module cannot be asked.
+            std::tuple{"EG18-EA", "1", std::string("atcon -c AT+QRFTESTMODE=1"), "atcon -c 'AT+QRFTESTMODE?'", "1\n"},
+            {"EG060K-EA", "1", R"(atcon -c 'AT+QRFTEST="mode",1')", R"(atcon -c 'AT+QRFTEST="mode"')", "1\n"},
+            {"RG520N-EU", "0", "atcon -c AT+QFTMMODE=0", "atcon -c 'AT+QFTMMODE?'", "0\n"},
+            {"RG520N-EU", "-1x", "atcon -c AT+QFTMMODE=-1", "atcon -c 'AT+QFTMMODE?'", "-1\n"},
+            {"RG520N-EU", "9999999999", "atcon -c AT+QFTMMODE=2147483647", "atcon -c 'AT+QFTMMODE?'", "21474836"},
+            {"FG621", "1", "cellcli -c at+sfun=5", "", ""},
+            {"FG621", "0", "", "", ""}}) {  // an empty line is run all the same
+        expectRows(kSetFtm, {{value, "", "mfgp2_cmd_setFtmState at cmd:" + set + "\n", kKind, module, {set}}});
+        EXPECT_EQ(asked(), set);
+        EXPECT_EQ(ask(kGetFtm, kArgument), *get == 0 ? kFails : padded(answer, 8));
+        EXPECT_EQ(asked(), get);
     }
     unit.fault("atcon", "exit 1");
     expectRows(kSetFtm, {{"1", "", "", kKind, "EG18-EA", {"atcon -c AT+QRFTESTMODE=1"}}});  // that fails has been run
@@ -194,30 +164,24 @@ TEST_F(Modem, IsPutIntoItsTestModeAndTellsIt) {
 TEST_F(Modem, RefusesBeforeAnythingRuns) {
     const std::string noName = "we get device name fail,we don't know send which cmd for ", noFields = "fail to get RX Antenna test parameter for ";
     const std::string unknown = "we get device name fail,we don't know the parameters for setting Antenna\n";
-    const struct {
-        std::string module;
-        const Command& command;
-        std::string argument, said;
-    } rows[] = {
-        {"none", kSetAntenna, "1-3-0-60-1-1", noName + "FTM\n"},
-        {"none", kSetFtm, "1", noName + "FTM\n"},
-        {"none", kGetFtm, "", noName + "FTM\n"},
-        {"none", kGetImei, "", noName + "sim IMEI\n"},
-        {"none", kVersion, "", "other module,we are not sure cmd,do not process\n"},
-        {"EM05", kSetAntenna, "1-3-0-60-1-1", unknown},
-        {"EM05", kSetFtm, "1", "Wrong device, no need to set FTM state\n"},
-        {"EM05", kGetFtm, "", "Wrong device, no need to get FTM state\n"},
-        {"FG621", kGetFtm, "", "Wrong device, no need to get FTM state\n"},
-        {"EG18-EA", kSetAntenna, "1-2-3", noFields + "EG18-EA \n"},
-        {"EG060K-EA", kSetAntenna, "1-2-3-4\r5", noFields + "EG060k-EA \n"},
-        {"FG621", kSetAntenna, "1-2-3-4-", noFields + "FG621 \n"},
-        {"RG520N-EU", kSetAntenna, "", noFields + "RG520N-EU \n"},
-        {"RG520N-EU", kSetAntenna, "3-3-0-60-1-1", unknown},
-        {"RG520N-EU", kExtAntenna, ";id", "ext_antenna switch status is:;id\n"},
-        {"RG520N-EU", kExtAntenna, "\n", ""},
-    };
-    for (const auto& row : rows) {
-        expectRows(row.command, {{row.argument, kFails, row.said, kKind, row.module}});
+    for (const auto& [module, command, argument, said] : {
+            std::tuple{"none", kSetAntenna, "1-3-0-60-1-1", noName + "FTM\n"},
+            {"none", kSetFtm, "1", noName + "FTM\n"},
+            {"none", kGetFtm, "", noName + "FTM\n"},
+            {"none", kGetImei, "", noName + "sim IMEI\n"},
+            {"none", kVersion, "", "other module,we are not sure cmd,do not process\n"},
+            {"EM05", kSetAntenna, "1-3-0-60-1-1", unknown},
+            {"EM05", kSetFtm, "1", "Wrong device, no need to set FTM state\n"},
+            {"EM05", kGetFtm, "", "Wrong device, no need to get FTM state\n"},
+            {"FG621", kGetFtm, "", "Wrong device, no need to get FTM state\n"},
+            {"EG18-EA", kSetAntenna, "1-2-3", noFields + "EG18-EA \n"},
+            {"EG060K-EA", kSetAntenna, "1-2-3-4\r5", noFields + "EG060k-EA \n"},
+            {"FG621", kSetAntenna, "1-2-3-4-", noFields + "FG621 \n"},
+            {"RG520N-EU", kSetAntenna, "", noFields + "RG520N-EU \n"},
+            {"RG520N-EU", kSetAntenna, "3-3-0-60-1-1", unknown},
+            {"RG520N-EU", kExtAntenna, ";id", "ext_antenna switch status is:;id\n"},
+            {"RG520N-EU", kExtAntenna, "\n", ""}}) {
+        expectRows(command, {{argument, kFails, said, kKind, module}});
         for (const std::string& call : unit.calls())
             EXPECT_TRUE(call.starts_with("uci get ") || call.starts_with("fwinfo ")) << call;
     }
@@ -248,34 +212,28 @@ TEST_F(Modem, CardReadingsCountOneByteLessAndWrap) {
 
 TEST_F(Modem, ImeiIsWrittenOnceToFlashAndModem) {
     const std::string digits = "123456789012345", odd = "aZ9%+,-./:=@^_";
-    const auto toModem = [](const std::string& imei) { return "atcon -c 'AT+EGMR=1,7,\"" + imei + "\"'"; };
-    const struct {
-        std::string module, argument, imei;
-        Lines asked;
-    } rows[] = {
-        {"RG520N-EU", digits + "678", digits, {toModem(digits), "atcon -c AT+QPRTPARA=1"}},
-        {"EM05", "", "", {toModem(""), "atcon -c AT+QPRTPARA=1"}},
-        {"FG621", odd, odd, {"cellcli -c 'AT+GTCSNUM=1,7,\"" + odd + "\"'", "cellcli -c AT+GTBACKUPDUT"}},
-    };
     for (const char* bad : {"1;id", "1 2", "`id`", "$IFS", "1\"2", "1'2", "1\\2", "\n"})
         expectRows(kSetImei, {{bad, kFails}});
-    for (const auto& row : rows) {
+    for (const auto& [module, argument, imei, console] : {
+            std::tuple{"RG520N-EU", digits + "678", digits, "atcon -c 'AT+EGMR=1,7,\"" + digits + "\"' then atcon -c AT+QPRTPARA=1"},
+            {"EM05", "", "", "atcon -c 'AT+EGMR=1,7,\"\"' then atcon -c AT+QPRTPARA=1"},
+            {"FG621", odd, odd, "cellcli -c 'AT+GTCSNUM=1,7,\"" + odd + "\"' then cellcli -c AT+GTBACKUPDUT"}}) {
         unit.stop();
         unit.start();
         fs::create_directories(unit.path("/tmp/imei-tmp"));
-        EXPECT_EQ(ask(kSetImei, row.argument), kFails) << "the file cannot be written";
+        EXPECT_EQ(ask(kSetImei, argument), kFails) << "the file cannot be written";
         EXPECT_EQ(unit.calls(), Lines{});
         unit.remove("/tmp/imei-tmp");
         unit.write(kKind, "none");
-        EXPECT_EQ(ask(kSetImei, row.argument), kFails);
-        EXPECT_EQ(asked(), Lines{});
-        unit.write(kKind, row.module);
-        EXPECT_EQ(ask(kSetImei, row.argument), "");
-        expectSaid(kSetImei, "new imei is:" + row.imei + "\r\n");
-        EXPECT_EQ(shellLines(trace).at(0), "echo " + row.imei + "  > /tmp/imei-tmp");
-        EXPECT_EQ(asked(), row.asked);
-        EXPECT_EQ(unit.read("/flash/default-imei"), row.imei + "\n");
-        expectRows(kSetImei, {{row.argument, kFails}});
+        EXPECT_EQ(ask(kSetImei, argument), kFails);
+        EXPECT_EQ(asked(), "");
+        unit.write(kKind, module);
+        EXPECT_EQ(ask(kSetImei, argument), "");
+        expectSaid(kSetImei, "new imei is:" + imei + "\r\n");
+        EXPECT_EQ(shellLines(trace).at(0), "echo " + imei + "  > /tmp/imei-tmp");
+        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(unit.read("/flash/default-imei"), imei + "\n");
+        expectRows(kSetImei, {{argument, kFails}});
     }
 }
 
@@ -304,7 +262,7 @@ TEST_F(Modem, TellsItsVersionAndImei) {
     unit.write(kKind, "FG621");
     expectRows(kVersion, {{"", padded(longText.substr(0, 64), 65), "", version, longText}});
     expectRows(kSimImei, {{longText, padded("", 16)}});
-    EXPECT_EQ(asked(), Lines{"atcon -c AT+CGSN"});
+    EXPECT_EQ(asked(), "atcon -c AT+CGSN");
 }
 
 // The logger in the unit, seen from outside of it; 0 when there is none.

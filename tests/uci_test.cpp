@@ -33,16 +33,11 @@ class Uci : public testing::Test {
         std::ofstream(folder + file, std::ios::binary) << text;
     }
 
-    static UciContext open() {
-        UciContext context(uci_alloc_context());
-        uci_set_confdir(context.get(), "/etc/config");
-        uci_set_savedir(context.get(), (folder + "/saved").c_str());
-        return context;
-    }
-
     // The value at the path; "-" when the look-up is incomplete, "list" for a list, else the error.
     static std::string look(std::string path) {
-        const UciContext context = open();
+        const UciContext context(uci_alloc_context());
+        uci_set_confdir(context.get(), "/etc/config");
+        uci_set_savedir(context.get(), (folder + "/saved").c_str());
         uci_ptr found = {};
         if (uci_lookup_ptr(context.get(), &found, path.data(), true) != UCI_OK) {
             char* text = nullptr;
@@ -84,14 +79,6 @@ TEST_F(Uci, ReadsTheFileForm) {
     EXPECT_EQ(look("pkg.n.a") + look("pkg.n.b"), "new-") << "changes that are not committed";
 }
 
-TEST_F(Uci, LoadsAPackageOnce) {
-    put("config t n\n");
-    const UciContext context = open();
-    uci_package* package = nullptr;
-    ASSERT_EQ(uci_load(context.get(), "pkg", &package), UCI_OK);
-    EXPECT_EQ(uci_load(context.get(), "pkg", &package), UCI_ERR_DUPLICATE);
-}
-
 TEST_F(Uci, WithoutASectionEverySectionMustCarryTheOption) {
     const std::string two = "config t 'a'\n option o '1'\nconfig t\n option o 'onwards and on'\n";
     const std::string none = "uci: get o option failed.\n";
@@ -107,6 +94,9 @@ TEST_F(Uci, WithoutASectionEverySectionMustCarryTheOption) {
         EXPECT_STREQ(out, value);
         EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with(trace));
     }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(uci_get_option("absent", "a", "o", nullptr, 0), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "absent: Entry not found\n");
 }
 
 }  // namespace
