@@ -66,9 +66,6 @@ TEST_F(Codec, CipherRefusesWhatDoesNotFitAndFillsAPartialBlock) {
     const auto run = [&](const uint8_t* from, uint32_t length, uint8_t* to, uint32_t capacity) {
         return mfgp_desEcb(from, length, to, capacity, key, CipherDirection::Decrypt);
     };
-    EXPECT_EQ(run(nullptr, 8, out, 32), 0U);
-    EXPECT_EQ(run(in, 8, nullptr, 32), 0U);
-    EXPECT_EQ(mfgp_desEcb(in, 8, out, 32, nullptr, CipherDirection::Encrypt), 0U);
     EXPECT_EQ(run(in, 0, out, 4), 0U);
     EXPECT_EQ(run(in, 25, out, 32), 0U);
     EXPECT_EQ(run(in, 0xFFFFFFFFU, out, 32), 0U);
