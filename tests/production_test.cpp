@@ -59,8 +59,8 @@ TEST_F(Production, CoexistenceIsJudgedByTheFirstCharacterOfItsLog) {
 
 TEST_F(Production, ButtonsAndCalibrationModeAreAskedOfTheSystem) {
     const std::string good = "WLAN TEST Success!!!\n", bad = "WLAN TEST Fail!!!\n", file = "/wlan/is_cal";
-    const std::string yes("BUTTON OK", 10), no("BUTTON NOT OK", 14), late = std::string(1024, 'x') + "true";
-    expectRows(kCalStatus, {{kArgument, padded("", 8), good, file, late.substr(4)}, {"", kFails, bad, file, late}});
+    const std::string yes("BUTTON OK", 10), no("BUTTON NOT OK", 14), late = std::string(1021, 'x') + "true";
+    expectRows(kCalStatus, {{kArgument, padded("", 8), good, file, late.substr(1)}, {"", kFails, bad, file, late}});
     expectRows(kButton, {
         {"wifi", kFails, bad, "/tmp/button_wifi_check"},
         {"wifi_button", yes, "detect button:wifi_button\n", file, "it is untrueish"},
