@@ -246,7 +246,7 @@ end
 
 function mfgp.dissector(bytes, pinfo, root)
     local is_reply = pinfo.src_port == PORT
-    if pinfo.dst_port == PORT and is_reply then
+    if is_reply == (pinfo.dst_port == PORT) then -- another port, or two units
         is_reply = bytes:len() > 2 and bytes(2, 1):uint() == 2
     end
     pinfo.cols.protocol = "MFGP"
