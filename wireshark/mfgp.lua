@@ -88,8 +88,8 @@ local SPECIAL = {
 }
 
 local ENCRYPTED = {
-    [70] = "get hardware-version",
-    [71] = "get firmware-version",
+    [70] = "encrypted hardware-version",
+    [71] = "encrypted firmware-version",
     [72] = "get model-name",
     [73] = "reset",
 }
