@@ -1,10 +1,10 @@
 // What a unit can fail at: one table of commands, what each answers under every fault, and what it
 // may have changed.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <map>
 #include <memory>
 #include <set>
@@ -83,7 +83,7 @@ const Row kRows[] = {
     {116, "", -10356, "get lte soft version failed", "atcon", kFails, "11.22.33.44", "", ""},
     {116, "", -10356, "get lte soft version failed", "cellcli", kFails, "11.22.33.44", "", "", "FG621"},
     {92, "", -10341, "QLog failed to start!", "QLog", "", "", "", "+F++"},
-    {94, "1", -10343, "ExtAntenna failed to change!", "reload_config", kFails, "", "", "+F++"},
+    {94, "1", -10343, "ExtAntenna failed to change!", "reload_config", kFails, "", "", "FF++"},
     {94, "1", -10343, "ExtAntenna failed to change!", "uci", "", "", "", ""},
     {50, "WIFI", -10331, "get SSID failed", "/sbin/is_cal", kFails, kFails, "", "FF++"},
     {86, "", -10331, "get SSID failed", "/sbin/is_cal", kFails, kFails, "", "FF++"},
@@ -93,13 +93,14 @@ const Row kRows[] = {
     {89, R"({"gear":255})", -10300, "recheck all gears fanspeed failed!", "/etc/init.d/fan_control", "", "", "", "+F++"},
     {128, R"({"band":"0","antmode":1})", -10300, "Set Smart Antenna Error", "", "", "", "", "+F++"},
     {69, "", -10334, "get enable flags failed", "", "", "", "", "++++"},
+    {87, "", -10340, "get bluetooth enable failed", "", "", "", "", "++++"},
     {80, "", -10349, "enable test mode failed", "mfgp_hook_enable_testmode", "", "", "", "+F++"},
-    {79, "3", -10338, "generate Groupinfo failed", "/bin/generate_group", kFails, kWorks, "", "+FFF"},
+    {79, "3", -10338, "generate Groupinfo failed", "/bin/generate_group", kFails, kWorks, "", "FFFF"},
     // Each field once: a tool that fails to write has run, and the permission is used up.
     {17, "", -10308, "erase calibration data failed", "mfgp_hook_erase_radio", "", "", "radio", "++++"},
     {54, "ID", -10315, "set device ID failed", "flashkv", "", "", "device-id", "+FFF"},
     {76, "00000000", -1, "get product id failed", "flashkv", "", "", "pin", "+FFF"},
-    {75, kMac, -10303, "set mac failed", "flashkv", "", "", "default-mac", "+FFF"},
+    {75, kMac, -10303, "set mac failed", "flashkv", "", "", "default-mac", "FFFF"},
     {75, kMac, -10303, "set mac failed", "mfgp_hook_setmac", "", "", "default-mac", ""},
     {75, kMac, -10303, "set mac failed", "/lib/essid/essid.sh", "", "", "default-mac", ""},
     {90, kImei, -10350, "set imei failed", "flashkv", "", "", "default-imei", "FFFF"},
@@ -111,19 +112,19 @@ const Row kRows[] = {
     {82, "M60", -10327, "set model name failed", "flashkv", kFails, "", kInfo, "FFFF"},
     {77, kGroup, -10336, "set group failed", "flashkv", kFails, "", kInfo, "FFFF"},
     {77, kGroup, -10336, "set group failed", "/bin/check_group", kFails, "", kInfo, ""},
-    {73, "", -10300, "soft reset fail", "flashkv", kFails, "", "user-config", "+F+F"},
+    {73, "", -10300, "soft reset fail", "flashkv", kFails, "", "user-config", "FF+F"},
 };
 // clang-format on
 
 
 class Faults : public testing::Test {
   protected:
-    // Starts a unit with room for 64 KiB in its /tmp. False when this machine cannot.
+    // Starts a unit with room for a mebibyte in its /tmp. False when this machine cannot.
     bool start() {
         unit.reset();
         kernel.reset();
         try {
-            kernel = std::make_unique<Kernel>([this] { unit.emplace(std::vector<StateFile>{{"/flash/user-config", "kept"}}, std::vector<string>{"--tmp-size", "65536"}); });
+            kernel = std::make_unique<Kernel>([this] { unit.emplace(std::vector<StateFile>{{"/flash/user-config", "kept"}}, std::vector<string>{"--tmp-size", "1048576"}); });
         } catch (const UnitImpossible&) {
             return false;
         }
@@ -240,7 +241,7 @@ TEST_F(Faults, OfTheSystem) {
     } columns[] = {
         {"no pipe", [&] { unit->allowPipes(false); }, [&] { unit->allowPipes(true); }},
         {"no process", [&] { kernel->answer(unit->daemon(), Kernel::kForks, -EAGAIN, 1000); }, [&] { kernel->answer(unit->daemon(), Kernel::kForks, 0, 0); }},
-        {"/tmp full", [&] { inUnit("yes | head -c 65536 >/tmp/filler"); }, [&] { inUnit("rm /tmp/filler"); }},
+        {"/tmp full", [&] { inUnit("yes | head -c 1048576 >/tmp/filler"); }, [&] { inUnit("rm /tmp/filler"); }},
         {"/tmp read-only", [&] { inUnit("mount -o remount,ro tmpfs /tmp"); }, [&] { inUnit("mount -o remount,rw tmpfs /tmp"); }},
     };
     for (size_t i = 0; i < std::size(columns); i++) {
@@ -250,6 +251,76 @@ TEST_F(Faults, OfTheSystem) {
             if (!row.denied.empty())
                 expect(row, row.denied[i] == 'F' ? kFails : kWorks, true, i == 3, columns[i].arise, columns[i].lift);
     }
+}
+
+const Row& rowOf(uint8_t subType) {
+    return *std::ranges::find(kRows, subType, &Row::subType);
+}
+
+TEST_F(Faults, OfADump) {
+    ASSERT_TRUE(start());
+    const string whole = unit->read("/flash/product-info");
+    const string empty = "[ $1 = -w ] || { : >$2; exit ", cut = "[ $1 = -w ] || { head -c 50 /flash/product-info >$2; exit ";
+    const struct {
+        string tool;
+        string seen;
+        string after;
+    } rows[] = {
+        {empty + "1; }", kFails, whole},
+        {cut + "1; }", kFails, whole},
+        {cut + "$(kill -9 $$); }", kFails, whole},
+        {"exit 0", kFails, whole},
+        // A dump that the tool calls whole is nothing else than one of a partition with less in it:
+        // all of it is kept.
+        {empty + "0; }", "", "oem_id:OEM\n"},
+        {cut + "0; }", "", whole.substr(0, 50) + "\noem_id:OEM\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.tool);
+        ASSERT_TRUE(start());
+        unit->write("/flash/product-info", whole);
+        inUnit("echo left:1 >/tmp/oemid-tmp");
+        unit->fault("flashkv", row.tool);
+        EXPECT_EQ(see(rowOf(60)), row.seen);
+        EXPECT_EQ(unit->read("/flash/product-info"), row.after);
+    }
+}
+
+TEST_F(Faults, OfTheConfiguration) {
+    ASSERT_TRUE(start());
+    for (const auto& [file, subType] : {std::pair("wifi", 69), {"protocol", 69}, {"bluetooth", 69}, {"bluetooth", 87}, {"wifi", 135}}) {
+        const string path = string("/etc/config/") + file, good = unit->read(path);
+        string lists = good;
+        for (size_t at = 0; (at = lists.find("option", at)) != string::npos;)
+            lists.replace(at, 6, "list");
+        for (const string& bad : {string(), good + "config 'open\n", lists})
+            expect(rowOf(static_cast<uint8_t>(subType)), kFails, false, true,
+                   [&] { bad.empty() ? unit->remove(path) : unit->write(path, bad); },
+                   [&] { unit->write(path, good); });
+    }
+}
+
+TEST_F(Faults, OfAControllerThatLoops) {
+    const string module = "/usr/lib/lua/luci/controller/admin/administration.lua";
+    ASSERT_TRUE(start());
+    const string good = unit->read(module);
+    const time_t before = time(nullptr);
+    expect(rowOf(55), kWorks, false, true,
+           [&] { unit->write(module, "local start = os.time() while os.time() - start < 6 do end " + good); },
+           [&] { unit->write(module, good); });
+    EXPECT_GE(time(nullptr) - before, 5);
+}
+
+TEST_F(Faults, OfASignalInAWait) {
+    ASSERT_TRUE(start());
+    for (const auto kind : {Kernel::kSelects, Kernel::kWaits})
+        for (const uint8_t subType : std::initializer_list<uint8_t>{53, 94, 60})
+            expect(rowOf(subType), kWorks, true, true,
+                   [&] { kernel->answer(unit->daemon(), kind, -EINTR, 3); },
+                   [&] {
+                       EXPECT_EQ(station->ask({.type = 4}).info(), 0);
+                       EXPECT_EQ(kernel->left(), 0);
+                   });
 }
 
 }  // namespace
