@@ -1,6 +1,6 @@
 // Text that is made to run more than the command it is part of, wherever a text from the wire, from
-// a factory field or from the configuration comes near a shell line: the tools that run are those of
-// the command, and what would be run besides, which makes the file /c, is not.
+// a factory field or from the configuration comes near a shell line: the tools that run are those
+// of the command, and what would be run besides, which makes the file /c, is not.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -14,8 +14,10 @@ namespace {
 using std::string;
 using Lines = std::vector<string>;
 
-const char* const kTexts[] = {"`>/c`",   "$(>/c)",    ";>/c;", "|>/c", "&>/c&", "\n>/c\n",
-                              "';>/c;'", "\";>/c;\"", ">/c",   "a b",  "%s%n"};
+// A row is a line.
+// clang-format off
+
+const char* const kTexts[] = {"`>/c`", "$(>/c)", ";>/c;", "|>/c", "&>/c&", "\n>/c\n", "';>/c;'", "\";>/c;\"", ">/c", "a b", "%s%n"};
 
 bool never(const string&) { return false; }
 bool always(const string&) { return true; }
@@ -36,7 +38,6 @@ string groupOf(const string& gid) {
 
 const string kAsked = "uci get mobile.modem.module_name -c /etc/profile.d";
 
-// clang-format off
 const struct {
     uint8_t subType;
     string argument;  // {}: the text
@@ -65,8 +66,6 @@ const struct {
     {131, "{\"band\":0}{}", never, "", 0, {"uci get interfaces.radio_2g.name -c /etc/profile.d/", "wifistats ath0 10"}},
     {82, "{}", ofControls, errorLine(-10327, "set model name failed"), 1, {"flashkv -r /tmp/model-tmp -p product-info", "flashkv -w /tmp/model-tmp -p product-info"}},
 };
-// clang-format on
-
 class ShellLine : public testing::Test {
   protected:
     // What has run since the last time, in any order, and in the background too.
@@ -116,7 +115,6 @@ TEST_F(ShellLine, RunsNoTextFromTheWire) {
     }
 }
 
-// clang-format off
 const std::pair<uint8_t, Lines> kReaders[] = {
     {10, {"fwinfo PRODUCT_ID"}}, {53, {"fwinfo DEV_ID"}}, {55, {"fwinfo MAC"}}, {56, {"fwinfo FW_ID"}},
     {57, {"fwinfo HW_ID"}}, {58, {"fwinfo MODEL", "fwinfo HARDVERSION"}}, {59, {"fwinfo OEM_ID"}},
@@ -131,8 +129,6 @@ const std::pair<uint8_t, Lines> kReaders[] = {
     {131, {"uci get interfaces.radio_2g.name -c /etc/profile.d/"}},
     {75, {"flashkv -w /tmp/mac-tmp -p default-mac", "fwinfo MODEL", "essid.sh {} 300000", "mfgp_hook_setmac 7B:22:62:30:00:00"}},
 };
-// clang-format on
-
 TEST_F(ShellLine, RunsNoTextOfAFieldOrTheConfiguration) {
     for (const string text : kTexts) {
         SCOPED_TRACE(text);
