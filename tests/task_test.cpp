@@ -14,6 +14,7 @@
 #include "core/produce_mode.h"
 #include "core/receive.h"
 #include "core/service_context.h"
+#include "tests/support/unit.h"
 
 namespace {
 
@@ -100,7 +101,10 @@ TEST(Task, EndsAtOnceWhenThePortIsTaken) {
     address.sin_port = htons(1040);
     ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     script = {};
-    EXPECT_EQ(runTask(), "[Error][errCode: -10103][errMsg: failed to bind socket]|[errno: 62]\n");
+    char report[96];
+    snprintf(report, sizeof report, "%s%x]\n", errorLine(-10103, "failed to bind socket").c_str(),
+             EADDRINUSE);
+    EXPECT_EQ(runTask(), report);
     close(holder);
 }
 

@@ -76,8 +76,8 @@ Unit::~Unit() {
 }
 
 void Unit::start() {
-    std::vector<std::string> words = {MFGP_SIM,   "up",  "--state", root_.string(),
-                                      "--daemon", MFGPD, "--net",   "shared"};
+    std::vector<std::string> words = {MFGP_SIM, "up",    "--state", root_.string(), "--daemon",
+                                      MFGPD,    "--net", "shared",  "--runner",     MFGP_RUNNER};
     words.insert(words.end(), arguments_.begin(), arguments_.end());
     const int out = startSimulator(words, &simulator_);
     const std::string line = readLine(out, 20000);
