@@ -15,7 +15,7 @@ set(CMAKE_SKIP_RPATH ON)  # the emulator knows where the libraries are
 set(CMAKE_C_FLAGS_INIT "-mips16 -minterlink-mips16 -isystem ${sysroot}/usr/include/${triple}")
 set(CMAKE_CXX_FLAGS_INIT ${CMAKE_C_FLAGS_INIT})
 
-set(CMAKE_FIND_ROOT_PATH ${sysroot})
+list(APPEND CMAKE_FIND_ROOT_PATH ${sysroot})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
