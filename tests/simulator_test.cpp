@@ -85,13 +85,14 @@ TEST(Simulator, StateIsKeptUntilItIsReset) {
 
 TEST(Simulator, EndsCleanlyOnASignal) {
     constexpr char kScript[] =
-        "bash -c 'coproc env --default-signal $0 up --daemon $1 --state $2; p=$COPROC_PID;"
+        "bash -c 'coproc env --default-signal $0 up --daemon $1 --state $2 --runner \"$4\"; "
+        "p=$COPROC_PID;"
         " read -r line <&${COPROC[0]}; kill -$3 $p; wait $p; echo $?; ! kill -0 ${line##* } 2>&-' ";
     Unit unit;
     unit.stop();
     const std::string words = MFGP_SIM " " MFGPD " " + unit.path("/").string() + " ";
     for (const char* name : {"TERM", "INT", "HUP"})
-        EXPECT_EQ(run(kScript + words + name), "0 0\n") << name;
+        EXPECT_EQ(run(kScript + words + name + " '" MFGP_RUNNER "'"), "0 0\n") << name;
 }
 
 }  // namespace
