@@ -72,7 +72,8 @@ TEST(Simulator, StateIsKeptUntilItIsReset) {
     expect("calls", "", "0 fwinfo FW_ID\n");
     unit.stop();
     expect("exec", "-- true", "1 mfgp-sim: no unit is running on /tmp/");
-    expect("up", "--profile service", "1 mfgp-sim: a unit of the profile FG621 is kept in /tmp/");
+    expect("up", "--daemon " MFGPD " --profile service",
+           "1 mfgp-sim: a unit of the profile FG621 is kept in /tmp/");
     expect("reset", "--profile nothing", "2 mfgp-sim: there is no profile nothing");
     unit.start();
     EXPECT_EQ(unit.read("/fw/FW_ID") + unit.read("/modem/kind"), "editedFG621\n");
