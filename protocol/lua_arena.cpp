@@ -18,55 +18,39 @@ bool holds(const LuaArena* arena, const void* block) {
            sizeof arena->bytes;
 }
 
-// Cuts off the next bytes; null when there are too few.
-void* cut(LuaArena* arena, size_t size) {
-    if (size > sizeof arena->bytes - arena->used)
-        return nullptr;
-    void* const block = arena->bytes + arena->used;
-    arena->used += roundUp(size);
-    return block;
-}
-
-// A block from malloc. From the first one on Lua collects its garbage as usual.
-void* overflow(LuaArena* arena, size_t size) {
+// The next bytes of the array, or a block from malloc. From the first such on Lua collects its
+// garbage as usual.
+void* take(LuaArena* arena, size_t size) {
+    if (size <= sizeof arena->bytes - arena->used) {
+        void* const block = arena->bytes + arena->used;
+        arena->used += roundUp(size);
+        return block;
+    }
     if (arena->lua != nullptr)
         lua_gc(arena->lua, LUA_GCRESTART, 0);  // sets a number, touches no memory
     arena->lua = nullptr;
     return malloc(size);
 }
 
-// A block that grows may stay where it is when it is the last one.
-void* grow(LuaArena* arena, void* block, size_t oldSize, size_t newSize) {
-    const bool isLast =
-        static_cast<unsigned char*>(block) + roundUp(oldSize) == arena->bytes + arena->used;
-    if (isLast && cut(arena, roundUp(newSize) - roundUp(oldSize)) != nullptr)
-        return block;
-    void* moved = cut(arena, newSize);
-    if (moved == nullptr)
-        moved = overflow(arena, newSize);
-    if (moved != nullptr)
-        memcpy(moved, block, oldSize);
-    return moved;
-}
-
 // Lua's allocator function (lua_Alloc).
 void* allocate(void* place, void* block, size_t oldSize, size_t newSize) {
     auto* const arena = static_cast<LuaArena*>(place);
-    if (block == nullptr) {
-        if (newSize == 0)
-            return nullptr;
-        void* const fresh = cut(arena, newSize);
-        return fresh != nullptr ? fresh : overflow(arena, newSize);
+    const bool ours = block != nullptr && holds(arena, block);
+    if (newSize == 0) {
+        if (!ours)
+            free(block);
+        return nullptr;
     }
-    if (holds(arena, block)) {
-        if (newSize == 0)
-            return nullptr;
-        return newSize <= oldSize ? block : grow(arena, block, oldSize, newSize);
-    }
-    if (newSize != 0)
+    if (block == nullptr)
+        return take(arena, newSize);
+    if (!ours)
         return realloc(block, newSize);
-    free(block);
-    return nullptr;
+    if (newSize <= oldSize)
+        return block;
+    void* const moved = take(arena, newSize);
+    if (moved != nullptr)
+        memcpy(moved, block, oldSize);
+    return moved;
 }
 
 int panic(lua_State* lua) {

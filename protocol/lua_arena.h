@@ -1,8 +1,12 @@
 // Memory for one Lua state that lives for one datagram.
 //
-// Lua's own objects are many, small and gone together, so most of what a fresh state costs is the
-// allocator. Blocks here are cut off one array and given back by its end; once it is used up,
-// blocks come from malloc. The collector sleeps until then.
+// Lua's objects are many, small and gone together, so the allocator and the collector are much of
+// what a fresh state costs. Here a block is the next piece of an array and is given back with it;
+// when the array is used up, blocks come from malloc. The collector sleeps until then.
+//
+// Measured with the simulated unit's controller, which uses 44 KB of the array (x86-64, glibc): a
+// heartbeat takes 430,000 instructions instead of 650,000. Of that the sleeping collector is
+// 40,000; an array of 32 KB leaves it at 526,000.
 #pragma once
 
 #include <cstddef>
