@@ -6,14 +6,15 @@
 #include <cstddef>
 #include <cstdint>
 
-// The record of the configuration check, which goes over the wire as it is stored.
+// The record of the configuration check, which goes over the wire as it is stored, but for the
+// flags.
 struct DutConfig {
     char fwVer[64];
     char hwVer[16];
     char hostname[32];
     char country[64];
     char specialID[64];    // two letters, or two raw bytes of a special ID that no region has
-    uint32_t enableFlags;  // little-endian, as every unit is
+    uint32_t enableFlags;  // little-endian on the wire
 };
 static_assert(offsetof(DutConfig, hwVer) == 64 && offsetof(DutConfig, hostname) == 80 &&
                   offsetof(DutConfig, country) == 112 && offsetof(DutConfig, specialID) == 176 &&

@@ -72,5 +72,6 @@ int mfgp_cmd_getConfigCheck(ServiceContext* ctx) {
         static_cast<int>(sizeof config), config.fwVer, config.hwVer, config.specialID,
         config.country, config.hostname, static_cast<int>(config.enableFlags));
     memcpy(reply.payload, &config, sizeof config);
+    mfgp_storeLittleEndian(reply.payload + offsetof(DutConfig, enableFlags), config.enableFlags);
     return mfgp_replyOk(reply, sizeof config);
 }

@@ -120,6 +120,6 @@ int mfgp_cmd_getEnableFlags(ServiceContext* ctx) {
         return mfgp_replyFail(reply, -10334, "get enable flags failed");
     }
     MFGP_TRACE("enableFlags = %d.\n", static_cast<int>(flags));
-    memcpy(reply.payload, &flags, sizeof flags);
+    mfgp_storeLittleEndian(reply.payload, flags);
     return mfgp_replyOk(reply, sizeof flags);
 }

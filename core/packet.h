@@ -101,6 +101,12 @@ inline void mfgp_setPayloadLength(uint8_t* header, uint32_t length) {
     header[7] = static_cast<uint8_t>(length);
 }
 
+// Stores a number with its lowest byte first: the order of the numbers within payloads.
+inline void mfgp_storeLittleEndian(uint8_t* to, uint32_t number) {
+    for (int i = 0; i < 4; i++)
+        to[i] = static_cast<uint8_t>(number >> (8 * i));
+}
+
 // Two bytes as they are, without a byte order.
 inline const uint8_t* mfgp_packetId(const uint8_t* header) {
     return header + 8;

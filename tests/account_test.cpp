@@ -1,14 +1,8 @@
 // The account check through the real Lua: what the web controller may answer, and which key the
 // station then needs.
-<<<<<<< HEAD
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include "tests/support/unit.h"
-#include "tests/support/wire.h"
-=======
 #include "tests/support/commands.h"
->>>>>>> main
 
 namespace {
 
