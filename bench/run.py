@@ -196,6 +196,12 @@ def table(result):
               f"{count['instructions_arena']:,.0f} of the arena floor, "
               f"{count['instructions_naive']:,.0f} of the naive one. "
               f"Resident after {life['requests']:,} requests: {life['resident_kb']:,} KB."]
+    if "codec" in result:
+        lines += ["", "The codec alone: " + "; ".join(
+            f"{row['name']} bytes {row['real_time'] / 1000:,.1f} us" for row in result["codec"]) + "."]
+    where = result["machine"]
+    lines += ["", f"{result['rounds']} rounds on {where['cores']} cores of {where['processor']}, "
+              f"Linux {where['kernel']}, load at the start {where['load']:.1f}."]
     return "\n".join(lines) + "\n"
 
 
