@@ -112,4 +112,26 @@ TEST(Batch, ServesTwoUnitsFromOneStation) try {
     GTEST_SKIP() << "this machine gives a unit no network of its own";
 }
 
+TEST(Batch, ManualAndCompletionAreInStep) {
+    const std::string page = shell("cat " MFGP_SOURCE_DIR "/docs/man/mfgp-station.1").output;
+    for (const char* table : {"commands", "options", "exit-codes"}) {
+        const std::string rows = shell(std::string("$station -o mdoc list ") + table).output;
+        EXPECT_NE(
+            page.find(std::string(".\\\" table: ") + table + "\n" + rows + ".\\\" end of table"),
+            std::string::npos)
+            << "scripts/manual writes the tables anew: " << table;
+    }
+    const auto complete = [](const std::string& words) {
+        return shell("bash -c '. " MFGP_SOURCE_DIR
+                     "/station/mfgp-station.bash; COMP_WORDS=(" MFGP_STATION " " +
+                     words +
+                     "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _mfgp_station; "
+                     "echo \"${COMPREPLY[@]}\"'")
+            .output;
+    };
+    EXPECT_EQ(complete("--host get get ma"), "mac\n");
+    EXPECT_EQ(complete("-o json calibrate zig"), "zigbee zigbee-host\n");
+    EXPECT_EQ(complete("get mac --ti"), "--timeout --time\n");
+}
+
 }  // namespace
