@@ -112,6 +112,23 @@ TEST(Batch, ServesTwoUnitsFromOneStation) try {
     GTEST_SKIP() << "this machine gives a unit no network of its own";
 }
 
+TEST(Batch, ExamplesRun) {
+    Unit unit;
+    const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
+    const Result line = shell(examples + "$station -y run production-line.txt");
+    EXPECT_EQ(line.exitCode, 0) << line.output;
+    EXPECT_NE(line.output.find("get antenna-level                       -61\n"), std::string::npos);
+    const std::string check =
+        examples + "MFGP_STATION=" MFGP_STATION " ./check-limits --host 127.0.0.1";
+    const Result passed = shell(check);
+    EXPECT_EQ(passed.exitCode, 0) << passed.output;
+    unit.write("/fans/speeds", "3 3600 900\n");
+    const Result failed = shell(check);
+    EXPECT_EQ(failed.exitCode, 1) << failed.output;
+    EXPECT_NE(failed.output.find("FAIL  all fans between"), std::string::npos) << failed.output;
+    EXPECT_EQ(count(failed.output, "FAIL"), 2U) << failed.output;
+}
+
 TEST(Batch, ManualAndCompletionAreInStep) {
     const std::string page = shell("cat " MFGP_SOURCE_DIR "/docs/man/mfgp-station.1").output;
     for (const char* table : {"commands", "options", "exit-codes"}) {
