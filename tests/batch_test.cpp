@@ -52,8 +52,8 @@ TEST(Batch, CarriesOutALineAtATime) {
     };
     for (const auto& row : rows) {
         unit.write("/lines", row.lines);
-        const Result result = shell("file=" + unit.path("/lines").string() +
-                                    "; cat $file | $station -o json " + row.options);
+        const ShellResult result = shell("file=" + unit.path("/lines").string() +
+                                         "; cat $file | $station -o json " + row.options);
         EXPECT_EQ(result.exitCode, row.exitCode) << row.lines << "\n" << result.output;
         EXPECT_EQ(outcomes(result.output), row.outcomes) << row.lines << "\n" << result.output;
         EXPECT_NE(result.output.find(row.message), std::string::npos) << result.output;
@@ -65,7 +65,7 @@ TEST(Batch, CarriesOutALineAtATime) {
 
 TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
     Unit unit;
-    const Result result = shell(
+    const ShellResult result = shell(
         "{ echo get mac; sleep 1; echo release; sleep 0.5; } | $station --heartbeat 0.1 run -");
     EXPECT_EQ(result.exitCode, 0) << result.output;
     const std::string trace = unit.trace();
@@ -78,7 +78,7 @@ TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
 TEST(Batch, EndsOnASignal) {
     Unit unit;
     const std::string interrupt = " | timeout --preserve-status -s INT 0.5 $station -o json ";
-    Result result = shell("{ echo get mac; sleep 1; }" + interrupt + "run -");
+    ShellResult result = shell("{ echo get mac; sleep 1; }" + interrupt + "run -");
     EXPECT_EQ(result.exitCode, 128 + SIGINT);
     EXPECT_EQ(outcomes(result.output), "PASS ");
     kill(unit.daemon(), SIGSTOP);
@@ -104,8 +104,8 @@ TEST(Batch, ServesTwoUnitsFromOneStation) try {
     const Relay relay(other, 1050);
     const std::string lines = "{ echo get mac; sleep 0.5; echo get mac; } | $station -q ";
     const std::string file = one.path("/other").string();
-    const Result result = shell(lines + "--port 1050 run - >" + file + " & " + lines +
-                                "--bind 127.0.0.1 run -; wait");
+    const ShellResult result = shell(lines + "--port 1050 run - >" + file + " & " + lines +
+                                     "--bind 127.0.0.1 run -; wait");
     EXPECT_EQ(result.output, "02-1A-2B-13-7B-00\n02-1A-2B-13-7B-00\n");
     EXPECT_EQ(one.read("/other"), "02-00-00-00-00-02\n02-00-00-00-00-02\n");
 } catch (const UnitImpossible&) {
@@ -115,15 +115,15 @@ TEST(Batch, ServesTwoUnitsFromOneStation) try {
 TEST(Batch, ExamplesRun) {
     Unit unit;
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
-    const Result line = shell(examples + "$station -y run production-line.txt");
+    const ShellResult line = shell(examples + "$station -y run production-line.txt");
     EXPECT_EQ(line.exitCode, 0) << line.output;
     EXPECT_NE(line.output.find("get antenna-level                       -61\n"), std::string::npos);
     const std::string check =
         examples + "MFGP_STATION=" MFGP_STATION " ./check-limits --host 127.0.0.1";
-    const Result passed = shell(check);
+    const ShellResult passed = shell(check);
     EXPECT_EQ(passed.exitCode, 0) << passed.output;
     unit.write("/fans/speeds", "3 3600 900\n");
-    const Result failed = shell(check);
+    const ShellResult failed = shell(check);
     EXPECT_EQ(failed.exitCode, 1) << failed.output;
     EXPECT_NE(failed.output.find("FAIL  all fans between"), std::string::npos) << failed.output;
     EXPECT_EQ(count(failed.output, "FAIL"), 2U) << failed.output;

@@ -59,7 +59,7 @@ void pass(int station, int unit, int drops) {
 
 }  // namespace
 
-Result shell(const std::string& line) {
+ShellResult shell(const std::string& line) {
     const std::string prepared = "station='" MFGP_STATION " --host 127.0.0.1'; ";
     FILE* const pipe = popen((prepared + "{ " + line + "\n} 2>&1 </dev/null").c_str(), "r");
     std::string output;
@@ -70,9 +70,9 @@ Result shell(const std::string& line) {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
 }
 
-void expectRows(std::initializer_list<Row> rows) {
-    for (const Row& row : rows) {
-        const Result result = shell("$station " + row.words);
+void expectRows(std::initializer_list<StationRow> rows) {
+    for (const StationRow& row : rows) {
+        const ShellResult result = shell("$station " + row.words);
         EXPECT_EQ(result.exitCode, row.exitCode) << row.words << "\n" << result.output;
         EXPECT_NE(result.output.find(row.output), std::string::npos) << row.words << "\n"
                                                                      << result.output;

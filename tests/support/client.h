@@ -8,22 +8,22 @@
 
 #include "tests/support/unit.h"
 
-struct Result {
+struct ShellResult {
     int exitCode;
     std::string output;  // both streams
 };
 
 // Runs a shell line; $station stands for the program and the address of the test's units.
-Result shell(const std::string& line);
+ShellResult shell(const std::string& line);
 
-struct Row {
+struct StationRow {
     std::string words;
     int exitCode;
     std::string output;  // stands in it
 };
 
 // Runs the station with the words of each row, put into a shell line as they are.
-void expectRows(std::initializer_list<Row> rows);
+void expectRows(std::initializer_list<StationRow> rows);
 
 // A way to a unit by another port, which also leads into the network of a unit with --net own.
 class Relay {
