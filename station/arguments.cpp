@@ -1,20 +1,14 @@
 #include "station/arguments.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
-#include <cstring>
 
 #include "commands/region_table.h"
-#include "core/file.h"
+#include "station/account.h"
 #include "station/values.h"
 
 namespace station {
 namespace {
-
-void putText(const std::string& text, Request* request) {
-    request->payload.assign(text.begin(), text.end());
-}
 
 bool isControl(char character) {
     const auto byte = static_cast<unsigned char>(character);
@@ -40,19 +34,6 @@ std::string withoutSeparators(const std::string& text) {
     return digits;
 }
 
-// Reads a file's text without the line ends behind it. Returns what is wrong, or an empty text.
-std::string readFile(const std::string& name, std::string* text) {
-    const File file(fopen(name.c_str(), "rb"));
-    text->clear();
-    for (int byte = 0; file && (byte = getc(file.get())) != EOF;)
-        text->push_back(static_cast<char>(byte));
-    if (!file || ferror(file.get()) != 0)
-        return "cannot read '" + name + "': " + strerror(errno);
-    while (!text->empty() && (text->back() == '\n' || text->back() == '\r'))
-        text->pop_back();
-    return "";
-}
-
 std::string checkGroup(const std::string& text) {
     constexpr size_t kLongest = 1024;
     if (text.size() > kLongest)
@@ -69,8 +50,6 @@ std::string checkGroup(const std::string& text) {
 
 std::string macAddress(const Words& words, Request* request) {
     constexpr size_t kDigits = 12;
-    if (words.size() != 1)
-        return "takes one MAC";
     const std::string digits = withoutSeparators(words[0]);
     if (digits.size() != kDigits || !parseHex(digits, &request->payload).empty())
         return "MAC '" + words[0] +
@@ -80,8 +59,6 @@ std::string macAddress(const Words& words, Request* request) {
 
 std::string pin(const Words& words, Request* request) {
     constexpr size_t kLength = 8;
-    if (words.size() != 1)
-        return "takes one PIN";
     if (words[0].size() != kLength)
         return "PIN '" + words[0] + "' has " + std::to_string(words[0].size()) +
                " characters, not 8";
@@ -93,8 +70,6 @@ std::string pin(const Words& words, Request* request) {
 
 std::string identityText(const Words& words, Request* request) {
     constexpr size_t kLongest = 64;
-    if (words.size() != 1)
-        return "takes one TEXT (quote it when it holds spaces)";
     const std::string& text = words[0];
     if (text.empty())
         return "TEXT is empty";
@@ -107,8 +82,6 @@ std::string identityText(const Words& words, Request* request) {
 }
 
 std::string region(const Words& words, Request* request) {
-    if (words.size() != 1)
-        return "takes one REGION";
     std::string known;
     for (const Region& row : kRegions) {
         if (row.letters == nullptr)
@@ -123,8 +96,6 @@ std::string region(const Words& words, Request* request) {
 }
 
 std::string groupObject(const Words& words, Request* request) {
-    if (words.size() != 1)
-        return "takes one JSON text (in quotes) or FILE";
     std::string text = words[0];
     if (text.empty() || text[0] != '{') {
         std::string unreadable = readFile(text.substr(text.starts_with('@') ? 1 : 0), &text);
@@ -137,8 +108,6 @@ std::string groupObject(const Words& words, Request* request) {
 
 std::string unitCount(const Words& words, Request* request) {
     unsigned count = 0;
-    if (words.size() != 1)
-        return "takes one COUNT";
     if (!parseNumber(words[0], INT_MAX, &count) || count == 0)
         return "COUNT '" + words[0] + "' is not a number above 0";
     putText(std::to_string(count), request);

@@ -1,13 +1,28 @@
 // Argument builders of the commands that take arguments. Each turns the words behind the command's
-// name into the request's payload and returns what is wrong with them, or an empty text.
+// name into the request's payload and returns what is wrong with them, or an empty text. There are
+// as many words as the command's row names.
 #pragma once
 
+#include <algorithm>
 #include <string>
 
 #include "station/message.h"
 #include "station/options.h"
 
 namespace station {
+
+template <size_t kSize>
+struct Literal {
+    consteval Literal(const char (&literal)[kSize]) { std::copy_n(literal, kSize, text); }
+    char text[kSize] = {};
+};
+
+// No words: the payload is the same text every time.
+template <Literal kLiteral>
+std::string fixedText(const Words&, Request* request) {
+    request->payload.assign(std::begin(kLiteral.text), std::end(kLiteral.text) - 1);
+    return "";
+}
 
 // MAC, with colons, dashes or nothing between the bytes: six bytes.
 std::string macAddress(const Words& words, Request* request);
@@ -27,5 +42,33 @@ std::string groupObject(const Words& words, Request* request);
 
 // COUNT: a number of units above 0, as decimal text.
 std::string unitCount(const Words& words, Request* request);
+
+// VALUE: a whole number, the module's test mode.
+std::string ftmValue(const Words& words, Request* request);
+
+// MODULE NAME=VALUE...: the fields of the module's antenna test, each once and in any order. One
+// TEXT alone is sent as it is.
+std::string antennaFields(const Words& words, Request* request);
+
+// IMEI: what the unit takes, at most 15 characters and none that its shell could act on.
+std::string imeiText(const Words& words, Request* request);
+
+// CHARACTER: one letter or digit.
+std::string antennaCharacter(const Words& words, Request* request);
+
+// NAME of a button.
+std::string button(const Words& words, Request* request);
+
+// GEAR.
+std::string gear(const Words& words, Request* request);
+
+// The values of --gear and --time.
+std::string fanSetting(const Words& words, Request* request);
+
+// The values of --band, 0 or 1, and --mode.
+std::string smartAntenna(const Words& words, Request* request);
+
+// The values of --band, 0, 1, 4 or 6, and --nss.
+std::string rssiSpread(const Words& words, Request* request);
 
 }  // namespace station

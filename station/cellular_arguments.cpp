@@ -1,4 +1,4 @@
-#include "station/cellular_arguments.h"
+#include "station/arguments.h"
 
 #include <algorithm>
 #include <charconv>
@@ -25,10 +25,6 @@ bool isDecimalNumber(const std::string& text) {
     return consistsOf(text, std::string(kDigits) + '.') &&
            text.find_first_of(kDigits) != std::string::npos &&
            std::count(text.begin(), text.end(), '.') <= 1;
-}
-
-void putText(const std::string& text, Request* request) {
-    request->payload.assign(text.begin(), text.end());
 }
 
 // The fields of a module's antenna test in their order on the wire. Those without a name of their
@@ -98,8 +94,6 @@ std::string namedFields(const AntennaForm& form, const Words& words, Request* re
 }  // namespace
 
 std::string ftmValue(const Words& words, Request* request) {
-    if (words.size() != 1)
-        return "takes one VALUE";
     if (!isWholeNumber(words[0]))
         return "VALUE '" + words[0] + "' is not a whole number";
     putText(words[0], request);
@@ -122,8 +116,6 @@ std::string antennaFields(const Words& words, Request* request) {
 
 std::string imeiText(const Words& words, Request* request) {
     constexpr size_t kLongest = 15;
-    if (words.size() != 1)
-        return "takes one IMEI";
     if (words[0].size() > kLongest)
         return "IMEI '" + words[0] + "' is longer than 15 characters";
     if (!consistsOf(words[0], std::string(kLettersAndDigits) + "%+,-./:=@^_"))
@@ -135,8 +127,6 @@ std::string imeiText(const Words& words, Request* request) {
 }
 
 std::string antennaCharacter(const Words& words, Request* request) {
-    if (words.size() != 1)
-        return "takes one CHARACTER";
     if (words[0].size() != 1 || !consistsOf(words[0], kLettersAndDigits))
         return "CHARACTER '" + words[0] + "' is not one letter or digit";
     putText(words[0], request);

@@ -1,12 +1,13 @@
-// The commands of the protocol, one row each. Dispatch, help, list and sheet all read the rows.
+// The commands of the protocol, one row each. Dispatch, help, list, completion, manual
+// and sheet all read the rows.
 #pragma once
 
 #include <span>
 #include <string>
 
+#include "station/json_values.h"
 #include "station/message.h"
 #include "station/options.h"
-#include "station/values.h"
 
 namespace station {
 
@@ -14,9 +15,14 @@ namespace station {
 // row's when it is called. Returns what is wrong with the words, or an empty text.
 using ArgumentBuilder = std::string (*)(const Words& words, Request* request);
 
+// What a command does to the unit, mildest first.
 enum class Access : uint8_t {
     Read,   // may be sent again when the answer is lost
+    Poll,   // is sent until there is an answer
+    Test,   // takes long: sent once, for the unit would run it twice
     Write,  // is sent once: a second one could do harm, or be refused for what the first has done
+    Flash,  // the same, and changes a partition
+    Erase,  // the same, and empties a partition
 };
 
 enum class Gate : uint8_t {
@@ -38,10 +44,21 @@ struct Command {
     Sheet sheet;            // only for reads without arguments
     const char* arguments;  // as help shows them, empty when there are none
     ArgumentBuilder build;
-    Decoder decode;  // null: the reply carries no value
+    const Form* form;  // null: the reply carries no value
     const char* help;
+    const char* readBack = nullptr;  // the command that tells what became of one without an answer
     double unitSeconds = 0;  // what the unit may wait for its tools, given to it above --timeout
 };
+
+inline bool isRepeatable(const Command& command) {
+    return command.access <= Access::Poll;
+}
+
+// "read", "poll", ...
+const char* accessName(Access access);
+
+// What the request does, also when it was given as a raw packet.
+Access accessOf(const Request& request);
 
 std::span<const Command> commands();
 

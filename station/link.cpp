@@ -2,22 +2,21 @@
 
 #include <netdb.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <ctime>
 
+#include "station/explain.h"
+#include "station/interrupt.h"
+
 namespace station {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr size_t kReceiveSize = 65536;  // no UDP datagram is longer
 
@@ -38,17 +37,17 @@ bool isPassing(int error) {
     return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
 }
 
-std::string resolve(const Options& options, sockaddr_in* address) {
+std::string resolve(const std::string& host, unsigned port, sockaddr_in* address) {
     addrinfo hints = {};
     hints.ai_family = AF_INET;
     hints.ai_socktype = SOCK_DGRAM;
     addrinfo* found = nullptr;
-    const int result = getaddrinfo(options.host.c_str(), nullptr, &hints, &found);
+    const int result = getaddrinfo(host.c_str(), nullptr, &hints, &found);
     if (result != 0)
-        return "cannot find host " + options.host + ": " + gai_strerror(result);
+        return "cannot find host " + host + ": " + gai_strerror(result);
     memcpy(address, found->ai_addr, sizeof *address);
     freeaddrinfo(found);
-    address->sin_port = htons(options.port);
+    address->sin_port = htons(static_cast<uint16_t>(port));
     return "";
 }
 
@@ -57,16 +56,20 @@ std::string systemError(const std::string& what) {
 }
 
 // Several stations on one host may share the port, each connected to a unit of its own.
-std::string bindLocal(int fd, uint16_t port) {
-    if (port == 0)
-        return "";
+std::string bindLocal(int fd, const Options& options) {
     const int yes = 1;
     sockaddr_in local = {};
     local.sin_family = AF_INET;
-    local.sin_port = htons(port);
+    if (!options.bindAddress.empty()) {
+        std::string unresolved = resolve(options.bindAddress, 0, &local);
+        if (!unresolved.empty())
+            return unresolved;
+    }
+    local.sin_port = htons(static_cast<uint16_t>(options.localPort));
     if (setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) != 0 ||
         bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0)
-        return systemError("cannot use local port " + std::to_string(port));
+        return systemError("cannot send from " + options.bindAddress + " port " +
+                           std::to_string(options.localPort));
     return "";
 }
 
@@ -96,19 +99,12 @@ int sendDatagram(int fd, const Bytes& datagram) {
     return error;
 }
 
-// Milliseconds until then, rounded up so that the wait does not spin at its end.
-int millisecondsUntil(Clock::time_point end) {
-    const double left = std::chrono::duration<double, std::milli>(end - Clock::now()).count();
-    return static_cast<int>(std::min(std::ceil(std::max(left, 0.0)), double{INT_MAX}));
-}
-
 // Receives one datagram into *datagram if there is one in time. Returns 0 or an errno: EAGAIN when
 // there is none.
 int receiveDatagram(int fd, int milliseconds, Bytes* datagram) {
-    pollfd wait = {fd, POLLIN, 0};
-    const int ready = poll(&wait, 1, milliseconds);
-    if (ready <= 0)
-        return ready == 0 ? EAGAIN : errno;
+    const int error = waitReadable(fd, milliseconds);
+    if (error != 0)
+        return error;
     datagram->resize(kReceiveSize);
     const ssize_t length = recv(fd, datagram->data(), datagram->size(), MSG_DONTWAIT);
     if (length < 0)
@@ -117,35 +113,59 @@ int receiveDatagram(int fd, int milliseconds, Bytes* datagram) {
     return 0;
 }
 
-// Returns false when there is no use in waiting on.
-bool noteError(int error, Answer* answer) {
+void noteError(int error, Answer* answer) {
     if (isPassing(error))
-        return true;
+        return;
     answer->error = error;
-    if (isNetworkReport(error))
-        return true;
-    answer->delivery = Delivery::Fault;
-    return false;
+    if (!isNetworkReport(error))
+        answer->delivery = Delivery::Fault;
 }
 
-void awaitReply(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
-                Answer* answer) {
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                        std::chrono::duration<double>(answer->spent.seconds));
+// Takes a datagram for the answer if it is one.
+void judge(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
+           const Bytes& datagram, Answer* answer) {
+    answer->reply = openReply(datagram.data(), datagram.size(), link.key);
+    const bool fits = answers(answer->reply, type, sentIds);
+    if (fits)
+        answer->delivery = Delivery::Answered;
+    traceDatagram(link.verbosity, fits ? "received" : "ignored what answers no request of now",
+                  datagram, link.key);
+}
+
+void awaitReply(const Link& link, uint8_t type, double seconds,
+                const std::vector<uint16_t>& sentIds, Answer* answer) {
+    const auto end = std::min(secondsFromNow(seconds), link.deadline);
     Bytes datagram;
-    for (int left = 0; (left = millisecondsUntil(end)) > 0;) {
+    for (int left = 0;
+         answer->delivery == Delivery::NoAnswer && (left = millisecondsUntil(end)) > 0;) {
         const int error = receiveDatagram(link.fd, left, &datagram);
-        if (error != 0) {
-            if (!noteError(error, answer))
-                return;
-            continue;
-        }
-        answer->reply = openReply(datagram.data(), datagram.size(), link.key);
-        if (answers(answer->reply, type, sentIds)) {
-            answer->delivery = Delivery::Answered;
-            return;
-        }
+        if (interruptSignal() != 0)
+            answer->delivery = Delivery::Interrupted;
+        else if (error != 0)
+            noteError(error, answer);
+        else
+            judge(link, type, sentIds, datagram, answer);
     }
+}
+
+// Connected, the socket hears its unit alone. Returns 0 or an errno.
+int connectTo(Link* link) {
+    const auto* const address = reinterpret_cast<const sockaddr*>(&link->address);
+    if (!link->connected && connect(link->fd, address, sizeof link->address) != 0)
+        return errno;
+    link->connected = true;
+    return 0;
+}
+
+// Sends one try. Without a way to the unit a patient one waits all the same, for there may be one
+// the next time.
+void sendTry(Link* link, const Bytes& datagram, const Patience& patience, Answer* answer) {
+    traceDatagram(link->verbosity, "sent to " + link->unit, datagram, link->key);
+    answer->error = connectTo(link);
+    if (answer->error == 0)
+        answer->error = sendDatagram(link->fd, datagram);
+    if (answer->error != 0 && !(patience.whateverTheNetwork && isNetworkReport(answer->error)))
+        answer->delivery = Delivery::Fault;
 }
 
 }  // namespace
@@ -155,43 +175,51 @@ Link::~Link() {
         close(fd);
 }
 
-std::string openLink(const Options& options, Link* link) {
+void prepareLink(const Options& options, Link* link) {
     link->unit = options.host + ":" + std::to_string(options.port);
-    link->key = keyOf(options.user, options.password);
-    link->nextId = firstPacketId();
-    sockaddr_in address = {};
-    std::string unresolved = resolve(options, &address);
+    link->key = keyOf(options.user.value_or(""), options.password.value_or(""));
+    link->nextId = static_cast<uint16_t>(options.packetId.value_or(firstPacketId()));
+    link->verbosity = options.verbosity;
+}
+
+std::string openLink(const Options& options, Link* link) {
+    std::string unresolved = resolve(options.host, options.port, &link->address);
     if (!unresolved.empty())
         return unresolved;
     link->fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (link->fd < 0)
         return systemError("cannot open a socket");
-    std::string unbound = bindLocal(link->fd, options.localPort);
-    if (!unbound.empty())
-        return unbound;
-    if (connect(link->fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-        return systemError("cannot reach " + link->unit);
-    return "";
+    return bindLocal(link->fd, options);
 }
 
 Answer ask(Link* link, const Request& request, const Patience& patience) {
-    Answer answer = {Delivery::NoAnswer, {}, {0, patience.seconds}, 0};
+    Answer answer;
     std::vector<uint16_t> sentIds;
+    const auto start = Clock::now();
     drain(link->fd);
-    while (answer.delivery == Delivery::NoAnswer && answer.spent.tries < patience.tries) {
-        answer.spent.tries++;
-        answer.error = 0;  // what was said of an earlier try may no longer hold
+    while (answer.delivery == Delivery::NoAnswer && answer.tries < patience.tries &&
+           Clock::now() < link->deadline) {
+        answer.tries++;
         sentIds.push_back(link->nextId++);
-        const Bytes datagram = buildRequest(request, sentIds.back(), link->key);
-        const int error = sendDatagram(link->fd, datagram);
-        if (error != 0) {
-            answer.error = error;
-            answer.delivery = Delivery::Fault;
-            return answer;
-        }
-        awaitReply(*link, request.type, sentIds, &answer);
+        sendTry(link, buildRequest(request, sentIds.back(), link->key), patience, &answer);
+        awaitReply(*link, request.type, patience.seconds, sentIds, &answer);
     }
+    answer.seconds = secondsSince(start);
     return answer;
+}
+
+double secondsSince(Clock::time_point then) {
+    return std::chrono::duration<double>(Clock::now() - then).count();
+}
+
+int millisecondsUntil(Clock::time_point end) {
+    const double left = std::chrono::duration<double, std::milli>(end - Clock::now()).count();
+    return static_cast<int>(std::min(std::ceil(std::max(left, 0.0)), double{INT_MAX}));
+}
+
+Clock::time_point secondsFromNow(double seconds) {
+    return Clock::now() +
+           std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }
 
 }  // namespace station

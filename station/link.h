@@ -1,6 +1,9 @@
 // The UDP socket to one unit: sends a request and waits for its reply.
 #pragma once
 
+#include <netinet/in.h>
+
+#include <chrono>
 #include <string>
 
 #include "station/message.h"
@@ -8,12 +11,18 @@
 
 namespace station {
 
+using Clock = std::chrono::steady_clock;
+
 // Owns the socket.
 struct Link {
     int fd = -1;
+    sockaddr_in address = {};
+    bool connected = false;
     std::string unit;  // host and port, for messages
     Key key = {};
     uint16_t nextId = 0;
+    unsigned verbosity = 0;
+    Clock::time_point deadline = Clock::time_point::max();  // nothing is waited for beyond it
 
     Link() = default;
     ~Link();
@@ -23,23 +32,37 @@ struct Link {
 
 struct Patience {
     unsigned tries;
-    double seconds;  // for each try
+    double seconds;                   // for each try
+    bool whateverTheNetwork = false;  // also when there is no way to the unit yet
 };
 
-enum class Delivery { Answered, NoAnswer, Fault };
+enum class Delivery { Answered, NoAnswer, Fault, Interrupted };
 
 struct Answer {
-    Delivery delivery;
-    Reply reply;     // when answered
-    Patience spent;  // tries made, seconds given to each
-    int error;       // errno of a fault; without an answer what the network said, or 0
+    Delivery delivery = Delivery::NoAnswer;
+    Reply reply = {};  // when answered
+    unsigned tries = 0;
+    double seconds = 0;  // from the first try until now
+    int error = 0;       // errno of a fault; without an answer what the network said, or 0
 };
 
-// Opens the socket and connects it to the unit. Returns what went wrong, or an empty text.
+// Prepares the link but for its socket.
+void prepareLink(const Options& options, Link* link);
+
+// Finds the unit's address and opens the socket. Returns what went wrong, or an empty text.
 std::string openLink(const Options& options, Link* link);
 
 // Sends the request, each try under a packet id of its own, until a reply to one of the tries is
-// there. Other datagrams are ignored.
+// there, the deadline is over or a signal comes. Other datagrams are ignored.
 Answer ask(Link* link, const Request& request, const Patience& patience);
+
+// Seconds from then until now.
+double secondsSince(Clock::time_point then);
+
+// Milliseconds until then, rounded up so that a wait does not spin at its end.
+int millisecondsUntil(Clock::time_point end);
+
+// The time so many seconds from now; none of a deadline.
+Clock::time_point secondsFromNow(double seconds);
 
 }  // namespace station

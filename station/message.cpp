@@ -64,18 +64,6 @@ bool lengthHolds(const uint8_t* datagram, size_t length) {
            announced % kCipherBlock == 0;
 }
 
-// The packet in plain text with its digest zeroed, as both sides digest it.
-Bytes decipher(const uint8_t* datagram, size_t length, const Key& key) {
-    Bytes plain(length + kCipherBlock);
-    memcpy(plain.data(), datagram, kHeaderSize);
-    memset(mfgp_digest(plain.data()), 0, kDigestSize);
-    mfgp_desEcb(mfgp_payload(datagram), static_cast<uint32_t>(length - kHeaderSize),
-                mfgp_payload(plain.data()), static_cast<uint32_t>(plain.size() - kHeaderSize),
-                key.bytes, CipherDirection::Decrypt);
-    plain.resize(length);
-    return plain;
-}
-
 void readHeader(const uint8_t* datagram, Reply* reply) {
     reply->hasId = true;
     reply->type = mfgp_type(datagram);
@@ -115,6 +103,17 @@ Bytes buildRequest(const Request& request, uint16_t packetId, const Key& key) {
     return packet;
 }
 
+Bytes plainPacket(const uint8_t* datagram, size_t length, const Key& key) {
+    Bytes plain(length + kCipherBlock);
+    memcpy(plain.data(), datagram, kHeaderSize);
+    memset(mfgp_digest(plain.data()), 0, kDigestSize);
+    mfgp_desEcb(mfgp_payload(datagram), static_cast<uint32_t>(length - kHeaderSize),
+                mfgp_payload(plain.data()), static_cast<uint32_t>(plain.size() - kHeaderSize),
+                key.bytes, CipherDirection::Decrypt);
+    plain.resize(length);
+    return plain;
+}
+
 Reply openReply(const uint8_t* datagram, size_t length, const Key& key) {
     Reply reply = {};
     reply.reading = Reading::Malformed;
@@ -132,7 +131,7 @@ Reply openReply(const uint8_t* datagram, size_t length, const Key& key) {
     if (!lengthHolds(datagram, length))
         return reply;
 
-    const Bytes plain = decipher(datagram, length, key);
+    const Bytes plain = plainPacket(datagram, length, key);
     if (!mfgp_md5Matches(mfgp_digest(datagram), plain.data(), plain.size())) {
         reply.reading = Reading::WrongDigest;
         return reply;

@@ -23,6 +23,11 @@ struct Request {
     Bytes payload;    // of an encrypted command the inner one
 };
 
+// Makes the text the request's payload.
+inline void putText(const std::string& text, Request* request) {
+    request->payload.assign(text.begin(), text.end());
+}
+
 enum class Reading {
     Whole,
     Empty,        // the unit does not know the packet type
@@ -49,6 +54,10 @@ size_t payloadLimit(uint8_t type);
 
 // The datagram of a request. The payload must be within payloadLimit.
 Bytes buildRequest(const Request& request, uint16_t packetId, const Key& key);
+
+// The packet of a datagram in plain text with its digest zeroed, as both sides digest it. The
+// datagram has a whole header.
+Bytes plainPacket(const uint8_t* datagram, size_t length, const Key& key);
 
 // Reads any datagram, however broken.
 Reply openReply(const uint8_t* datagram, size_t length, const Key& key);

@@ -2,47 +2,66 @@
 
 #include <getopt.h>
 
-#include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <iterator>
 
 namespace station {
 namespace {
 
-constexpr double kMaxTimeout = 3600;
+constexpr double kMaxSeconds = 86400;
 constexpr unsigned kMaxRetries = 100;
 constexpr unsigned kMaxPort = 65535;
 
 // Takes the argument of one option. Returns what is wrong with it, or an empty text.
 using Setter = std::string (*)(const std::string& argument, Options* options);
 
+enum class Place : uint8_t { CommandLine, AlsoInBatch };
+
 struct Option {
     const char* name;
-    char letter;           // 0: long only
+    char letter;  // 0: long only
+    Place place;
     const char* argument;  // null: none
     Setter set;            // null: one of single commands, which check its argument
     const char* help;
 };
 
-std::string setHost(const std::string& argument, Options* options) {
-    options->host = argument;
-    return argument.empty() ? "no name" : "";
+template <auto kMember>
+std::string setText(const std::string& argument, Options* options) {
+    options->*kMember = argument;
+    return argument.empty() ? "is empty" : "";
 }
 
-std::string setPort(const std::string& argument, Options* options) {
-    unsigned port = 0;
-    if (!parseNumber(argument, kMaxPort, &port) || port == 0)
-        return "'" + argument + "' is not a port (1 to 65535)";
-    options->port = static_cast<uint16_t>(port);
+template <auto kMember>
+std::string setFlag(const std::string&, Options* options) {
+    options->*kMember = true;
     return "";
 }
 
-std::string setLocalPort(const std::string& argument, Options* options) {
-    unsigned port = 0;
-    if (!parseNumber(argument, kMaxPort, &port))
-        return "'" + argument + "' is not a port (1 to 65535, or 0 for any)";
-    options->localPort = static_cast<uint16_t>(port);
+template <auto kMember, unsigned kLeast, unsigned kMost>
+std::string setNumber(const std::string& argument, Options* options) {
+    unsigned number = 0;
+    if (!parseNumber(argument, kMost, &number) || number < kLeast)
+        return "'" + argument + "' is not a number from " + std::to_string(kLeast) + " to " +
+               std::to_string(kMost);
+    options->*kMember = number;
+    return "";
+}
+
+enum class Zero : uint8_t { Allowed, Refused };
+
+template <auto kMember, Zero kZero>
+std::string setSeconds(const std::string& argument, Options* options) {
+    const char* const end = argument.data() + argument.size();
+    double seconds = -1;
+    const auto [place, error] = std::from_chars(argument.data(), end, seconds);
+    // The comparison is false for "nan" as well.
+    const bool inRange = seconds >= 0 && seconds <= kMaxSeconds;
+    if (error != std::errc() || place != end || !inRange ||
+        (kZero == Zero::Refused && seconds <= 0))
+        return "'" + argument + "' is not a time in seconds (" +
+               (kZero == Zero::Refused ? "above 0" : "from 0") + ", at most 86400)";
+    options->*kMember = seconds;
     return "";
 }
 
@@ -53,52 +72,75 @@ std::string setUser(const std::string& argument, Options* options) {
 
 std::string setPassword(const std::string& argument, Options* options) {
     options->password = argument;
+    options->passwordTyped = true;
     return "";
 }
 
-std::string setTimeout(const std::string& argument, Options* options) {
-    const char* const end = argument.data() + argument.size();
-    const auto [place, error] = std::from_chars(argument.data(), end, options->timeout);
-    // The comparison is false for "nan" as well.
-    if (error != std::errc() || place != end ||
-        !(options->timeout > 0 && options->timeout <= kMaxTimeout))
-        return "'" + argument + "' is not a time in seconds (above 0, at most 3600)";
+std::string setFormat(const std::string& argument, Options* options) {
+    static constexpr const char* kNames[] = {"text", "json", "mdoc"};  // as in Format
+    for (size_t i = 0; i < std::size(kNames); i++)
+        if (argument == kNames[i]) {
+            options->format = static_cast<Format>(i);
+            return "";
+        }
+    return "'" + argument + "' is none of text, json and mdoc";
+}
+
+std::string raiseVerbosity(const std::string&, Options* options) {
+    options->verbosity++;
     return "";
 }
 
-std::string setRetries(const std::string& argument, Options* options) {
-    if (!parseNumber(argument, kMaxRetries, &options->retries))
-        return "'" + argument + "' is not a number from 0 to 100";
-    return "";
-}
-
-std::string setHelp(const std::string&, Options* options) {
-    options->help = true;
-    return "";
-}
-
-std::string setVersion(const std::string&, Options* options) {
-    options->version = true;
-    return "";
-}
+constexpr Place kOutside = Place::CommandLine;
+constexpr Place kAnywhere = Place::AlsoInBatch;
 
 constexpr Option kOptions[] = {
-    {"host", 0, "HOST", setHost, "address or name of the unit (192.168.1.1)"},
-    {"port", 0, "PORT", setPort, "its UDP port (1040)"},
-    {"user", 0, "NAME", setUser, "user name of its web account (MFGP_USER, else the default)"},
-    {"password", 0, "TEXT", setPassword, "password (MFGP_PASSWORD, else the default)"},
-    {"timeout", 0, "SECONDS", setTimeout, "wait for each reply, fractions allowed (3)"},
-    {"retries", 0, "N", setRetries, "how often an unanswered read is sent again (2)"},
-    {"local-port", 0, "PORT", setLocalPort,
+    {"host", 0, kOutside, "HOST", setText<&Options::host>,
+     "address or name of the unit (192.168.1.1)"},
+    {"port", 0, kOutside, "PORT", setNumber<&Options::port, 1, kMaxPort>, "its UDP port (1040)"},
+    {"bind", 0, kOutside, "ADDRESS", setText<&Options::bindAddress>,
+     "send from this address of the station (any)"},
+    {"local-port", 0, kOutside, "PORT", setNumber<&Options::localPort, 0, kMaxPort>,
      "send from this port, so that calls in a row are one station (1041; 0: any)"},
-    {"gear", 0, "N", nullptr, "fan set: gear of the fans, 0 to 255"},
-    {"time", 0, "SECONDS", nullptr, "fan set: how long they run so"},
-    {"band", 0, "BAND", nullptr, "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},
-    {"mode", 0, "MODE", nullptr, "smart-antenna: antenna mode, 0 off"},
-    {"nss", 0, "N", nullptr, "rssi-spread: how many readings to take"},
-    {"yes", 0, nullptr, nullptr, "reset: the configuration is to be erased indeed"},
-    {"help", 'h', nullptr, setHelp, "show this help"},
-    {"version", 0, nullptr, setVersion, "show the version"},
+    {"user", 0, kOutside, "NAME", setUser, "user name of the unit's web account"},
+    {"password", 0, kOutside, "TEXT", setPassword,
+     "its password; other users of this machine can read it here"},
+    {"account-file", 0, kOutside, "FILE", setText<&Options::accountFile>,
+     "file with the user name in its first line and the password in its second"},
+    {"timeout", 0, kAnywhere, "SECONDS", setSeconds<&Options::timeout, Zero::Refused>,
+     "wait for each reply, fractions allowed (3)"},
+    {"retries", 0, kAnywhere, "N", setNumber<&Options::retries, 0, kMaxRetries>,
+     "how often an unanswered read is sent again (2)"},
+    {"deadline", 0, kOutside, "SECONDS", setSeconds<&Options::deadline, Zero::Allowed>,
+     "end the whole call after this time (wait: 60, all others: none)"},
+    {"output", 'o', kOutside, "FORMAT", setFormat,
+     "text, json (one object a line) or, of list, mdoc (text)"},
+    {"quiet", 'q', kOutside, nullptr, setFlag<&Options::quiet>,
+     "print values alone, and no warnings"},
+    {"output-file", 0, kOutside, "FILE", setText<&Options::outputFile>,
+     "write the results to this file instead of standard output"},
+    {"keep-going", 'k', kOutside, nullptr, setFlag<&Options::keepGoing>,
+     "run: go on behind a command that has not passed"},
+    {"release", 0, kOutside, nullptr, setFlag<&Options::release>,
+     "run: release the unit at the end, whatever the end"},
+    {"heartbeat", 0, kOutside, "SECONDS", setSeconds<&Options::heartbeat, Zero::Allowed>,
+     "run: time between heartbeats while it waits for a line (20; 0: none)"},
+    {"yes", 'y', kAnywhere, nullptr, setFlag<&Options::yes>,
+     "do not ask before reset, erase radio and, in run, writes to flash"},
+    {"dry-run", 'n', kOutside, nullptr, setFlag<&Options::dryRun>,
+     "print the datagram in hex and send nothing"},
+    {"packet-id", 0, kOutside, "N", setNumber<&Options::packetId, 0, 0xFFFF>,
+     "id of the first packet (any)"},
+    {"verbose", 'v', kOutside, nullptr, raiseVerbosity,
+     "tell what is done; twice: header fields as well; three times: plain and wire bytes as well"},
+    {"gear", 0, kAnywhere, "N", nullptr, "fan set: gear of the fans, 0 to 255"},
+    {"time", 0, kAnywhere, "SECONDS", nullptr, "fan set: how long they run so"},
+    {"band", 0, kAnywhere, "BAND", nullptr,
+     "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},
+    {"mode", 0, kAnywhere, "MODE", nullptr, "smart-antenna: antenna mode, 0 off"},
+    {"nss", 0, kAnywhere, "N", nullptr, "rssi-spread: how many readings to take"},
+    {"help", 'h', kOutside, nullptr, setFlag<&Options::help>, "show this help"},
+    {"version", 0, kOutside, nullptr, setFlag<&Options::version>, "show the version"},
 };
 constexpr size_t kOptionCount = std::size(kOptions);
 
@@ -112,6 +154,16 @@ std::vector<option> parserTable() {
                          kFirstKey + static_cast<int>(i)});
     table.push_back({});
     return table;
+}
+
+// The dash hands over the words in their order, whatever POSIXLY_CORRECT says; the first colon
+// tells a missing argument from an unknown option.
+std::string parserLetters() {
+    std::string letters = "-:";
+    for (const Option& row : kOptions)
+        if (row.letter != 0)
+            letters.append(1, row.letter).append(row.argument != nullptr ? ":" : "");
+    return letters;
 }
 
 const Option* optionOf(int key) {
@@ -129,12 +181,7 @@ std::string typedOption(char** argv) {
     return typed.substr(0, typed.find('='));
 }
 
-std::string environmentText(const char* name) {
-    const char* const text = getenv(name);
-    return text != nullptr ? text : "";
-}
-
-std::string parseOne(int key, char** argv, Options* options) {
+std::string parseOne(int key, char** argv, Place place, Options* options) {
     if (key == 1) {
         options->words.emplace_back(optarg);
         return "";
@@ -145,28 +192,26 @@ std::string parseOne(int key, char** argv, Options* options) {
     if (row == nullptr)
         return (optopt >= kFirstKey ? "needless argument of " : "unknown or ambiguous option ") +
                typedOption(argv);
+    const std::string name = std::string("--") + row->name;
+    if (place == Place::AlsoInBatch && row->place == Place::CommandLine)
+        return name + " belongs on the command line of run";
+    const std::string argument = optarg != nullptr ? optarg : "";
     if (row->set == nullptr) {
-        options->named.push_back({row->name, {}});
-        if (optarg != nullptr)
-            options->named.back().value = optarg;
+        options->named.push_back({row->name, argument});
         return "";
     }
-    const std::string wrong = row->set(optarg != nullptr ? optarg : "", options);
-    return wrong.empty() ? "" : std::string("--") + row->name + ": " + wrong;
+    const std::string wrong = row->set(argument, options);
+    return wrong.empty() ? "" : name + ": " + wrong;
 }
 
-}  // namespace
-
-std::string parseOptions(int argc, char** argv, Options* options) {
-    options->user = environmentText("MFGP_USER");
-    options->password = environmentText("MFGP_PASSWORD");
+std::string parse(int argc, char** argv, Place place, Options* options) {
     const std::vector<option> table = parserTable();
+    const std::string letters = parserLetters();
     optind = 0;  // start anew, also when called a second time
     opterr = 0;
-    // The dash hands over the words in their order, whatever POSIXLY_CORRECT says; the colon tells
-    // a missing argument from an unknown option.
-    for (int key = 0; (key = getopt_long(argc, argv, "-:h", table.data(), nullptr)) != -1;) {
-        std::string wrong = parseOne(key, argv, options);
+    for (int key = 0; (key = getopt_long(argc, argv, letters.c_str(), table.data(), nullptr)) != -1;
+         optarg = nullptr) {
+        std::string wrong = parseOne(key, argv, place, options);
         if (!wrong.empty())
             return wrong;
     }
@@ -174,18 +219,31 @@ std::string parseOptions(int argc, char** argv, Options* options) {
     return "";
 }
 
-std::string optionsHelp() {
-    constexpr size_t kColumn = 24;
-    std::string text;
+}  // namespace
+
+std::string parseOptions(int argc, char** argv, Options* options) {
+    return parse(argc, argv, Place::CommandLine, options);
+}
+
+std::string parseLine(Words line, Options* options) {
+    options->words.clear();
+    options->named.clear();
+    std::string program = "run";
+    std::vector<char*> argv = {program.data()};
+    for (std::string& word : line)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    return parse(static_cast<int>(argv.size() - 1), argv.data(), Place::AlsoInBatch, options);
+}
+
+std::vector<OptionHelp> optionsHelp() {
+    std::vector<OptionHelp> all;
     for (const Option& row : kOptions) {
-        std::string line = row.letter != 0 ? std::string("  -") + row.letter + ", --" : "  --";
-        line += row.name;
-        if (row.argument != nullptr)
-            line += std::string(" ") + row.argument;
-        line.resize(std::max(line.size() + 1, kColumn), ' ');
-        text += line + row.help + '\n';
+        const std::string letter = row.letter != 0 ? std::string("-") + row.letter + ", " : "";
+        all.push_back(
+            {letter + "--" + row.name, row.argument != nullptr ? row.argument : "", row.help});
     }
-    return text;
+    return all;
 }
 
 bool parseNumber(const std::string& text, unsigned limit, unsigned* number) {

@@ -3,13 +3,28 @@
 #include <cstdio>
 #include <cstring>
 
+#include "station/interrupt.h"
+
 namespace station {
 namespace {
 
-std::string inNumbers(const Patience& spent) {
+constexpr Exit kExits[] = {
+    {kExitDone, "PASS", "done"},
+    {kExitFailed, "FAIL", "the unit failed or refused"},
+    {kExitUsage, "ERROR",
+     "usage: the command line or a line of a batch is wrong, nothing was sent"},
+    {kExitNoAnswer, "TIMEOUT", "no answer in time"},
+    {kExitOtherStation, "ERROR", "the unit is bound to another station"},
+    {kExitAccount, "ERROR", "wrong account or digest"},
+    {kExitNotUnderstood, "ERROR", "not understood, by the unit or in its reply"},
+    {kExitLocalFault, "ERROR", "a fault of this machine: network, file or memory"},
+    {kExitInterrupted, "ABORTED", "interrupted by signal N"},
+};
+
+std::string inNumbers(const Answer& answer) {
     char text[64];
-    snprintf(text, sizeof text, "within %g s (%u %s)", spent.seconds, spent.tries,
-             spent.tries == 1 ? "try" : "tries");
+    snprintf(text, sizeof text, "within %.1f s (%u %s)", answer.seconds, answer.tries,
+             answer.tries == 1 ? "try" : "tries");
     return text;
 }
 
@@ -18,38 +33,59 @@ bool isSilent(const Request& request) {
     return request.type == kTypeCancelTest;
 }
 
-Outcome withoutAnswer(const Request& request, const Answer& answer, const std::string& unit) {
-    if (answer.error == 0 && isSilent(request))
-        return {kExitDone, ""};
-    std::string text = "no answer from " + unit + " " + inNumbers(answer.spent);
-    if (answer.error != 0)
-        text += std::string(": ") + strerror(answer.error);
-    return {kExitNoAnswer, text};
+// A request that went out unanswered may have been obeyed.
+std::string readBackOffer(const Command& command) {
+    if (isRepeatable(command))
+        return "";
+    std::string text = "; it was sent once and may have been done all the same";
+    if (command.readBack != nullptr)
+        text += std::string(": `") + command.readBack + "` tells";
+    return text;
 }
 
-Outcome refusal(const Command& command, const Request& request, uint8_t info) {
-    const std::string number = " (info " + std::to_string(info) + ")";
-    switch (info) {
-        case kInfoFailed:
-            return {kExitFailed,
-                    (command.gate == Gate::ProduceMode ? "failed or refused outside produce mode"
-                                                       : "failed") +
-                        number};
-        case kInfoUnknownSubType:
-            return {kExitNotUnderstood,
-                    "the unit does not know sub-type " + std::to_string(request.subType) + number};
-        case kInfoWrongVersion:
-            return {kExitNotUnderstood, "the unit does not know this protocol version" + number};
-        case kInfoOtherPeer:
-            return {kExitOtherStation, "the unit is bound to another station" + number +
-                                           "; the binding lapses after 60 s of silence or with "
-                                           "`cancel` from that station"};
-        case kInfoDecodeFailed:
-            return {kExitAccount,
-                    "the unit refused the digest: wrong user name or password" + number};
-        default:
-            return {kExitFailed, "the unit answered with an unknown code" + number};
-    }
+Outcome withoutAnswer(const Command& command, const Request& request, const Answer& answer,
+                      const std::string& unit) {
+    if (answer.error == 0 && answer.tries > 0 && isSilent(request))
+        return {kExitDone, ""};
+    std::string text = "no answer from " + unit + " " + inNumbers(answer);
+    if (answer.error != 0)
+        text += std::string(": ") + strerror(answer.error);
+    return {kExitNoAnswer,
+            text + (answer.tries > 0 && answer.error == 0 ? readBackOffer(command) : "")};
+}
+
+struct Info {
+    uint8_t code;
+    int exit;
+    const char* meaning;
+};
+
+constexpr Info kInfos[] = {
+    {kInfoSuccess, kExitDone, "done"},
+    {kInfoFailed, kExitFailed, "failed"},
+    {kInfoUnknownSubType, kExitNotUnderstood, "the unit does not know the sub-type"},
+    {kInfoWrongVersion, kExitNotUnderstood, "the unit does not know this protocol version"},
+    {kInfoOtherPeer, kExitOtherStation, "the unit is bound to another station"},
+    {kInfoDecodeFailed, kExitAccount, "the unit refused the digest: wrong user name or password"},
+};
+constexpr Info kUnknownInfo = {0xFF, kExitFailed, "unknown code"};
+
+const Info& infoOf(uint8_t code) {
+    for (const Info& row : kInfos)
+        if (row.code == code)
+            return row;
+    return kUnknownInfo;
+}
+
+Outcome refusal(const Command& command, uint8_t code) {
+    const Info& info = infoOf(code);
+    std::string text = info.meaning;
+    if (code == kInfoFailed && command.gate == Gate::ProduceMode)
+        text += " or refused outside produce mode";
+    text += " (info " + std::to_string(code) + ")";
+    if (code == kInfoOtherPeer)
+        text += "; the binding lapses after 60 s of silence or with `release` from that station";
+    return {info.exit, text};
 }
 
 // These two refuse the packet whatever its account, so they are believed without a digest.
@@ -63,12 +99,12 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
             return {kExitNotUnderstood, "the unit does not know packet type " +
                                             std::to_string(request.type) + " (empty answer)"};
         case Reading::ShortForm:
-            return refusal(command, request, kInfoWrongVersion);
+            return refusal(command, kInfoWrongVersion);
         case Reading::Malformed:
             return {kExitNotUnderstood, "malformed reply"};
         case Reading::WrongDigest:
             if (refusesPacket(reply))
-                return refusal(command, request, reply.info);
+                return refusal(command, reply.info);
             // A request without payload is digested over its header alone. So the unit obeys it
             // under any account, and a wrong one shows only in the payload that comes back.
             return {kExitAccount,
@@ -78,11 +114,26 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
             break;
     }
     if (reply.info != kInfoSuccess)
-        return refusal(command, request, reply.info);
-    return {kExitDone, command.decode != nullptr ? command.decode(reply) : ""};
+        return refusal(command, reply.info);
+    if (command.form != nullptr && reply.payload.size() < command.form->leastBytes)
+        return {kExitNotUnderstood,
+                "the reply is too short: " + std::to_string(reply.payload.size()) + " bytes"};
+    return {kExitDone, ""};
 }
 
 }  // namespace
+
+std::span<const Exit> exits() {
+    return kExits;
+}
+
+const char* outcomeWord(int code) {
+    const Exit* found = kExits;
+    for (const Exit& row : kExits)
+        if (row.code <= code)
+            found = &row;
+    return found->word;
+}
 
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
                   const std::string& unit) {
@@ -90,11 +141,22 @@ Outcome outcomeOf(const Command& command, const Request& request, const Answer& 
         case Delivery::Answered:
             return ofReply(command, request, answer.reply);
         case Delivery::NoAnswer:
-            return withoutAnswer(request, answer, unit);
+            return withoutAnswer(command, request, answer, unit);
+        case Delivery::Interrupted:
+            return interrupted(readBackOffer(command));
         case Delivery::Fault:
             break;
     }
     return {kExitLocalFault, "cannot talk to " + unit + ": " + strerror(answer.error)};
+}
+
+Outcome interrupted(const std::string& what) {
+    const int signal = interruptSignal();
+    return {kExitInterrupted + signal, "interrupted by signal " + std::to_string(signal) + what};
+}
+
+const char* infoMeaning(uint8_t info) {
+    return infoOf(info).meaning;
 }
 
 }  // namespace station

@@ -1,6 +1,7 @@
-// What came of a command: its value or the reason why there is none, and the exit code.
+// What came of a command, and the one table of exit codes and outcome words.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "station/commands.h"
@@ -18,15 +19,34 @@ enum ExitCode : int {
     kExitAccount = 5,       // wrong account or digest
     kExitNotUnderstood = 6,
     kExitLocalFault = 7,
+    kExitInterrupted = 128,  // and the number of the signal
 };
 
+struct Exit {
+    int code;
+    const char* word;  // PASS, FAIL, ERROR, TIMEOUT or ABORTED
+    const char* meaning;
+};
+
+// The rows in the order of their codes.
+std::span<const Exit> exits();
+
+// The word of an exit code.
+const char* outcomeWord(int code);
+
 struct Outcome {
-    ExitCode code;
-    std::string text;  // when done the value, empty if the command has none; else what went wrong
+    int code;             // an ExitCode
+    std::string message;  // what went wrong, empty when done
 };
 
 // `unit` is what messages call the unit.
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
                   const std::string& unit);
+
+// The outcome of what a signal has ended.
+Outcome interrupted(const std::string& what);
+
+// What an info code in a reply says.
+const char* infoMeaning(uint8_t info);
 
 }  // namespace station

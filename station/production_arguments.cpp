@@ -1,40 +1,53 @@
-#include "station/production_arguments.h"
+#include "station/arguments.h"
 
 #include <strings.h>
 
 namespace station {
 namespace {
 
+// What a number may be.
+struct Range {
+    const char* name;
+    unsigned most;
+    unsigned known;  // one bit for each number that is allowed, 0: all are
+};
+
 constexpr unsigned kMaxByte = 255;
-constexpr unsigned kMaxSeconds = 86400;
+constexpr unsigned kChainBands = 0b11;        // 0 and 1
+constexpr unsigned kRadioBands = 0b01010011;  // 0, 1, 4 and 6
 
-void putText(const std::string& text, Request* request) {
-    request->payload.assign(text.begin(), text.end());
+std::string readNumber(const Range& range, const std::string& text, unsigned* value) {
+    const bool isInRange = parseNumber(text, range.most, value);
+    if (isInRange && (range.known == 0 || (range.known >> *value & 1) != 0))
+        return "";
+    const std::string given = std::string(range.name) + " '" + text + "' is ";
+    if (range.known == 0)
+        return given + "not a number from 0 to " + std::to_string(range.most);
+    std::string known;
+    for (unsigned one = 0; one <= range.most; one++)
+        if ((range.known >> one & 1) != 0)
+            known.append(" ").append(std::to_string(one));
+    return given + "none of" + known;
 }
 
-std::string readNumber(const char* name, const std::string& text, unsigned limit, unsigned* value) {
-    if (parseNumber(text, limit, value))
-        return "";
-    return std::string(name) + " '" + text + "' is not a number from 0 to " + std::to_string(limit);
-}
-
-// Reads a band that is one of the known ones.
-std::string readBand(const std::string& text, std::initializer_list<unsigned> known,
-                     unsigned* band) {
-    if (parseNumber(text, kMaxByte, band) &&
-        std::find(known.begin(), known.end(), *band) != known.end())
-        return "";
-    std::string bands;
-    for (const unsigned one : known)
-        bands.append(" ").append(std::to_string(one));
-    return "--band '" + text + "' is none of" + bands;
+// Puts two numbers into a text with a place for each.
+std::string twoNumbers(const Words& words, const Range& first, const Range& second,
+                       std::string text, Request* request) {
+    const Range ranges[] = {first, second};
+    for (size_t i = 0; i < std::size(ranges); i++) {
+        unsigned number = 0;
+        std::string wrong = readNumber(ranges[i], words[i], &number);
+        if (!wrong.empty())
+            return wrong;
+        text.replace(text.find('%'), 1, std::to_string(number));
+    }
+    putText(text, request);
+    return "";
 }
 
 }  // namespace
 
 std::string button(const Words& words, Request* request) {
-    if (words.size() != 1)
-        return "takes one NAME";
     for (const char* known : {"wifi", "reset", "wps"}) {
         if (strcasecmp(words[0].c_str(), known) != 0)
             continue;
@@ -45,51 +58,25 @@ std::string button(const Words& words, Request* request) {
 }
 
 std::string gear(const Words& words, Request* request) {
-    if (words.size() != 1)
-        return "takes one GEAR";
     unsigned number = 0;
-    std::string wrong = readNumber("GEAR", words[0], kMaxByte, &number);
+    std::string wrong = readNumber({"GEAR", kMaxByte, 0}, words[0], &number);
     putText(std::to_string(number), request);
     return wrong;
 }
 
 std::string fanSetting(const Words& words, Request* request) {
-    if (words.size() != 2)
-        return "takes --gear and --time alone";
-    unsigned number = 0;
-    unsigned seconds = 0;
-    std::string wrong = readNumber("--gear", words[0], kMaxByte, &number);
-    if (wrong.empty())
-        wrong = readNumber("--time", words[1], kMaxSeconds, &seconds);
-    putText(
-        "{\"gear\":\"" + std::to_string(number) + "\",\"time\":" + std::to_string(seconds) + "}",
-        request);
-    return wrong;
+    return twoNumbers(words, {"--gear", kMaxByte, 0}, {"--time", 86400, 0},
+                      R"({"gear":"%","time":%})", request);
 }
 
 std::string smartAntenna(const Words& words, Request* request) {
-    if (words.size() != 2)
-        return "takes --band and --mode alone";
-    unsigned band = 0;
-    unsigned mode = 0;
-    std::string wrong = readBand(words[0], {0, 1}, &band);
-    if (wrong.empty())
-        wrong = readNumber("--mode", words[1], kMaxByte, &mode);
-    putText("{\"band\":\"" + std::to_string(band) + "\",\"antmode\":" + std::to_string(mode) + "}",
-            request);
-    return wrong;
+    return twoNumbers(words, {"--band", 7, kChainBands}, {"--mode", kMaxByte, 0},
+                      R"({"band":"%","antmode":%})", request);
 }
 
 std::string rssiSpread(const Words& words, Request* request) {
-    if (words.size() != 2)
-        return "takes --band and --nss alone";
-    unsigned band = 0;
-    unsigned nss = 0;
-    std::string wrong = readBand(words[0], {0, 1, 4, 6}, &band);
-    if (wrong.empty())
-        wrong = readNumber("--nss", words[1], kMaxByte, &nss);
-    putText("{\"band\":" + std::to_string(band) + ",\"nss\":" + std::to_string(nss) + "}", request);
-    return wrong;
+    return twoNumbers(words, {"--band", 7, kRadioBands}, {"--nss", kMaxByte, 0},
+                      R"({"band":%,"nss":%})", request);
 }
 
 }  // namespace station

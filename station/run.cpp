@@ -1,11 +1,12 @@
 #include "station/run.h"
 
 #include <algorithm>
-#include <cstdio>
 
-#include "station/commands.h"
-#include "station/link.h"
-#include "station/outcome.h"
+#include "station/account.h"
+#include "station/batch.h"
+#include "station/diagnostics.h"
+#include "station/explain.h"
+#include "station/listing.h"
 
 namespace station {
 namespace {
@@ -13,183 +14,154 @@ namespace {
 // What the client does by itself.
 struct LocalCommand {
     const char* name;
-    ExitCode (*run)(const Options& options);
+    const char* arguments;
+    size_t least;  // number of arguments
+    size_t most;
+    int (*run)(const Options& options, Output* output);
     const char* help;
 };
 
-ExitCode list(const Options& options);
-ExitCode sheet(const Options& options);
-ExitCode help(const Options& options);
+int list(const Options& options, Output* output);
+int decode(const Options& options, Output* output);
+int help(const Options& options, Output* output);
 
+constexpr size_t kAny = 1000;
 constexpr LocalCommand kLocalCommands[] = {
-    {"list", list, "all commands with packet type and sub-type"},
-    {"sheet", sheet, "read all there is to know of a unit as a table"},
-    {"help", help, "show this help"},
+    {"run", "FILE|-", 1, 1, runBatch, "carry out a command a line on one socket"},
+    {"sheet", "", 0, 0, readSheet, "read all there is to know of a unit as a table"},
+    {"decode", "HEX...", 1, kAny, decode, "explain a captured datagram, given the account"},
+    {"list", "[commands|options|exit-codes]", 0, 1, list, "the tables of this program"},
+    {"help", "", 0, 0, help, "show this help"},
 };
 
-ExitCode complain(ExitCode code, const std::string& text) {
-    fflush(stdout);  // what was printed before comes first where both go to one place
-    fprintf(stderr, "mfgp-station: %s\n", text.c_str());
+int complain(int code, const std::string& text) {
+    say(text);
     return code;
 }
 
-ExitCode complainOfUsage(const std::string& text) {
+int complainOfUsage(const std::string& text) {
     return complain(kExitUsage, text + " (see mfgp-station help)");
 }
 
-std::string usageOf(const Command& command) {
-    const std::string name = command.name;
-    return command.arguments[0] == '\0' ? name : name + " " + command.arguments;
-}
-
-// The width of the column that holds the commands with their arguments.
-int usageWidth() {
-    size_t width = 0;
-    for (const Command& command : commands())
-        width = std::max(width, usageOf(command).size());
-    return static_cast<int>(width);
-}
-
-ExitCode list(const Options&) {
-    printf("%-*s  TYPE  SUB-TYPE  ACCESS\n", usageWidth(), "COMMAND");
-    for (const Command& command : commands()) {
-        const bool hasType = command.type != kTypeFromWords;
-        const bool hasSubType = command.type == kTypeSpecial || command.type == kTypeEncrypted;
-        printf("%-*s  %4s  %8s  %s\n", usageWidth(), usageOf(command).c_str(),
-               hasType ? std::to_string(command.type).c_str() : "-",
-               hasSubType ? std::to_string(command.subType).c_str() : "-",
-               command.access == Access::Read ? "read" : "write");
-    }
+Listing allCommands() {
+    std::vector<Entry> local;
     for (const LocalCommand& command : kLocalCommands)
-        printf("%-*s  %4s  %8s  -\n", usageWidth(), command.name, "-", "-");
+        local.push_back({command.name, command.arguments, {}, command.help});
+    return listCommands(local);
+}
+
+int list(const Options& options, Output* output) {
+    const std::string what = options.words.size() > 1 ? options.words[1] : "commands";
+    if (what == "commands")
+        print(allCommands(), *output);
+    else if (what == "options")
+        print(listOptions(), *output);
+    else if (what == "exit-codes")
+        print(listExits(), *output);
+    else
+        return complainOfUsage("list: '" + what + "' is none of commands, options and exit-codes");
     return kExitDone;
 }
 
-ExitCode help(const Options&) {
-    printf("usage: mfgp-station [options] COMMAND [ARGUMENTS]\n\noptions:\n%s\ncommands:\n",
-           optionsHelp().c_str());
-    for (const Command& command : commands())
-        printf("  %-*s  %s\n", usageWidth(), usageOf(command).c_str(), command.help);
-    for (const LocalCommand& command : kLocalCommands)
-        printf("  %-*s  %s\n", usageWidth(), command.name, command.help);
+int help(const Options&, Output* output) {
+    fprintf(output->file, "usage: mfgp-station [options] COMMAND [ARGUMENTS]\n\noptions:\n");
+    printHelp(listOptions(), *output);
+    fprintf(output->file, "\ncommands:\n");
+    printHelp(allCommands(), *output);
+    fprintf(output->file, "\nexit codes:\n");
+    printHelp(listExits(), *output);
     return kExitDone;
 }
 
-// A cancel is obeyed in silence, so that only the time for a refusal is given to it.
-Patience patienceFor(const Command& command, const Request& request, const Options& options) {
-    constexpr double kRefusalSeconds = 1;
-    if (request.type == kTypeCancelTest)
-        return {1, std::min(options.timeout, kRefusalSeconds)};
-    return {command.access == Access::Read ? 1 + options.retries : 1,
-            options.timeout + command.unitSeconds};
+int finish(const Result& result, Output* output) {
+    print(result, Layout::Single, output);
+    return result.outcome.code;
 }
 
-void printRow(const Command& command, const Outcome& outcome) {
-    const bool done = outcome.code == kExitDone;
-    const char* const text = outcome.text.empty() ? "(empty)" : outcome.text.c_str();
-    printf("%-*s  %s%s\n", usageWidth(), command.name, done ? "" : "! ", text);
-    fflush(stdout);
+int codeOf(Reading reading) {
+    if (reading == Reading::WrongDigest)
+        return kExitAccount;
+    return reading == Reading::Malformed ? kExitNotUnderstood : kExitDone;
 }
 
-// Rows that all end alike (a unit that is off, another account) are told by their own code.
-ExitCode codeOfSheet(const std::vector<ExitCode>& codes) {
-    const bool alike = std::equal(codes.begin() + 1, codes.end(), codes.begin());
-    return alike ? codes.front() : kExitFailed;
-}
-
-ExitCode sheet(const Options& options) {
-    Link link;
-    const std::string wrong = openLink(options, &link);
+int decode(const Options& options, Output* output) {
+    Bytes datagram;
+    std::string digits;
+    for (size_t i = 1; i < options.words.size(); i++)
+        digits += options.words[i];
+    const std::string wrong = parseHex(digits, &datagram);
     if (!wrong.empty())
-        return complain(kExitLocalFault, "sheet: " + wrong);
-    std::vector<ExitCode> codes;
-    bool silent = false;
-    for (const Command& command : commands()) {
-        if (command.sheet == Sheet::No)
-            continue;
-        const Request request = {command.type, command.subType, {}};
-        Patience patience = patienceFor(command, request, options);
-        if (silent)
-            patience = {1, options.timeout};  // else a unit that is off takes a minute and more
-        const Answer answer = ask(&link, request, patience);
-        silent = answer.delivery == Delivery::NoAnswer;
-        const Outcome outcome = outcomeOf(command, request, answer, link.unit);
-        printRow(command, outcome);
-        codes.push_back(outcome.code);
-    }
-    return codeOfSheet(codes);
+        return complainOfUsage("decode: " + wrong);
+    const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
+    Result result = unsent(options.words, "", kExitDone);
+    result.value.reset(explainDatagram(datagram, key));
+    result.text = fieldLines(result.value.get());
+    const Reading reading = openReply(datagram.data(), datagram.size(), key).reading;
+    result.outcome = {codeOf(reading), readingText(reading)};
+    return finish(result, output);
 }
 
-ExitCode perform(const Command& command, const Request& request, const Options& options) {
-    const std::string prefix = std::string(command.name) + ": ";
-    Link link;
-    const std::string wrong = openLink(options, &link);
+int perform(const Options& options, Output* output) {
+    Session session = {options, output};
+    Order order = {};
+    std::string wrong = makeOrder(options, &order);
+    startSession(&session);
+    LineReader terminal;
+    if (wrong.empty() && needsConfirmation(order, false))
+        wrong = confirm(&session, &terminal, order.command->name);
     if (!wrong.empty())
-        return complain(kExitLocalFault, prefix + wrong);
-    const Answer answer = ask(&link, request, patienceFor(command, request, options));
-    const Outcome outcome = outcomeOf(command, request, answer, link.unit);
-    if (outcome.code == kExitDone) {
-        const bool valued = command.decode != nullptr && answer.delivery == Delivery::Answered;
-        printf("%s\n", valued ? outcome.text.c_str() : "OK");
-        return kExitDone;
-    }
-    // Who sends a packet of his own sees what came back, whatever the unit thought of it.
-    const bool readable =
-        answer.delivery == Delivery::Answered && answer.reply.reading == Reading::Whole;
-    if (command.type == kTypeFromWords && readable)
-        printf("%s\n", command.decode(answer.reply).c_str());
-    return complain(outcome.code, prefix + outcome.text);
+        return finish(unsent(options.words, wrong), output);
+    const int opened = openSession(&session);
+    if (opened != kExitDone)
+        return opened;
+    return finish(execute(&session, order), output);
 }
 
-std::string joined(const Words& words) {
-    std::string text;
-    for (const std::string& word : words)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
-}
-
-ExitCode dispatch(const Options& options) {
+int dispatch(const Options& options, Output* output) {
     if (options.words.empty())
         return complainOfUsage("no command");
-    for (const LocalCommand& local : kLocalCommands) {
-        if (options.words[0] != local.name)
-            continue;
-        return options.words.size() == 1 && options.named.empty()
-                   ? local.run(options)
-                   : complainOfUsage(std::string(local.name) + ": takes no arguments");
+    const auto local = std::find_if(
+        std::begin(kLocalCommands), std::end(kLocalCommands),
+        [&options](const LocalCommand& command) { return options.words[0] == command.name; });
+    const bool isLocal = local != std::end(kLocalCommands);
+    if (options.format == Format::Mdoc && (!isLocal || local->run != list))
+        return complainOfUsage("--output mdoc is for list");
+    if (!isLocal)
+        return perform(options, output);
+    const size_t count = options.words.size() - 1;
+    if (count < local->least || count > local->most || !options.named.empty()) {
+        const std::string takes = local->arguments[0] != '\0' ? local->arguments : "no arguments";
+        return complainOfUsage(std::string(local->name) + ": takes " + takes);
     }
-    Words rest;
-    const Command* const command = findCommand(options.words, &rest);
-    if (command == nullptr)
-        return complainOfUsage("unknown command '" + joined(options.words) + "'");
-    Request request;
-    const std::string wrong = buildCommand(*command, rest, options.named, &request);
-    if (!wrong.empty())
-        return complainOfUsage(std::string(command->name) + ": " + wrong);
-    return perform(*command, request, options);
+    return local->run(options, output);
 }
 
-ExitCode runOptions(int argc, char** argv) {
-    Options options;
-    const std::string wrong = parseOptions(argc, argv, &options);
-    if (!wrong.empty())
-        return complainOfUsage(wrong);
+int runOptions(const Options& options, Output* output) {
     if (options.help)
-        return help(options);
+        return help(options, output);
     if (options.version) {
-        printf("mfgp-station %s\n", MFGP_STATION_VERSION);
+        fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
         return kExitDone;
     }
-    return dispatch(options);
+    return dispatch(options, output);
 }
 
 }  // namespace
 
 int run(int argc, char** argv) {
-    const ExitCode code = runOptions(argc, argv);
-    if (fflush(stdout) != 0 || ferror(stdout) != 0)
-        return complain(kExitLocalFault, "cannot write to standard output");
-    return code;
+    Options options;
+    std::string wrong = parseOptions(argc, argv, &options);
+    if (wrong.empty())
+        wrong = loadAccount(&options);
+    if (!wrong.empty())
+        return complainOfUsage(wrong);
+    Output output;
+    wrong = openOutput(options, &output);
+    if (!wrong.empty())
+        return complain(kExitLocalFault, wrong);
+    output.nameWidth = usageWidth(allCommands());
+    const int code = runOptions(options, &output);
+    return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");
 }
 
 }  // namespace station

@@ -12,10 +12,6 @@ bool isPrintable(uint8_t byte) {
     return byte >= 0x20 && byte < 0x7F;
 }
 
-std::string hexOf(uint8_t byte) {
-    return {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-}
-
 // Returns -1 for what is no hex digit.
 int hexValue(char digit) {
     if (digit >= '0' && digit <= '9')
@@ -28,13 +24,8 @@ int hexValue(char digit) {
 }
 
 std::string textOf(std::span<const uint8_t> bytes) {
-    std::string text;
-    for (const uint8_t byte : bytes) {
-        if (byte == 0)
-            break;
-        text += isPrintable(byte) ? std::string(1, static_cast<char>(byte)) : "\\x" + hexOf(byte);
-    }
-    return text;
+    const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return printable(all.substr(0, all.find('\0')));
 }
 
 std::string flagsOf(std::span<const uint8_t> bytes) {
@@ -80,14 +71,11 @@ std::string decodeLine(const Reply& reply) {
 }
 
 std::string decodeRaw(const Reply& reply) {
-    std::string hex;
     std::string text;
-    for (const uint8_t byte : reply.payload) {
-        hex += hexOf(byte);
+    for (const uint8_t byte : reply.payload)
         text += isPrintable(byte) ? static_cast<char>(byte) : '.';
-    }
     return "info: " + std::to_string(reply.info) +
-           "\nlength: " + std::to_string(reply.payload.size()) + "\nhex: " + hex +
+           "\nlength: " + std::to_string(reply.payload.size()) + "\nhex: " + hexOf(reply.payload) +
            "\ntext: " + text;
 }
 
@@ -114,6 +102,22 @@ std::string decodeConfigCheck(const Reply& reply) {
         text += std::string(text.empty() ? "" : "\n") + field.name + ": " +
                 field.show({reply.payload.data() + field.offset, field.size});
     return text;
+}
+
+std::string printable(std::string_view bytes) {
+    std::string text;
+    for (const char character : bytes) {
+        const auto byte = static_cast<uint8_t>(character);
+        text += isPrintable(byte) ? std::string(1, character) : "\\x" + hexOf({&byte, 1});
+    }
+    return text;
+}
+
+std::string hexOf(std::span<const uint8_t> bytes) {
+    std::string hex;
+    for (const uint8_t byte : bytes)
+        hex.append(1, kHexDigits[byte >> 4]).append(1, kHexDigits[byte & 15]);
+    return hex;
 }
 
 std::string parseHex(const std::string& digits, Bytes* bytes) {

@@ -1,7 +1,9 @@
 // Reply payloads as text. A decoder gives one value without a line end.
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "station/message.h"
 
@@ -30,6 +32,12 @@ std::string decodeFanSpeeds(const Reply& reply);
 
 // The configuration record, a line for each field.
 std::string decodeConfigCheck(const Reply& reply);
+
+// The bytes as text with \xNN for all but printable ASCII, zero bytes included.
+std::string printable(std::string_view bytes);
+
+// Two digits for each byte.
+std::string hexOf(std::span<const uint8_t> bytes);
 
 // Turns hex digits into bytes. Returns what is wrong with them, or an empty text.
 std::string parseHex(const std::string& digits, Bytes* bytes);

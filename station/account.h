@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "station/options.h"
+
+namespace station {
+
+// Fills in the account: what no option gives comes from the account file if one is named, else from
+// MFGP_USER and MFGP_PASSWORD. Warns of a password that others can read. Returns what is wrong, or
+// an empty text.
+std::string loadAccount(Options* options);
+
+// Reads a file's text without the line ends behind it. Returns what is wrong, or an empty text.
+std::string readFile(const std::string& name, std::string* text);
+
+}  // namespace station

@@ -1,0 +1,194 @@
+#include "station/batch.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "station/diagnostics.h"
+#include "station/interrupt.h"
+
+namespace station {
+namespace {
+
+struct Series {
+    Session* session;
+    bool keepGoing;
+    size_t total = 0;  // 0: not known
+    size_t number = 0;
+    int last = kExitDone;  // code of the last command
+    int code = kExitDone;  // of the first command that has not passed; a signal's goes before it
+    Clock::time_point start = Clock::now();
+};
+
+void showCount(const Series& series, const char* name) {
+    std::string text = std::to_string(series.number);
+    if (series.total > 0)
+        text += '/' + std::to_string(series.total);
+    text += "  " + std::to_string(std::lround(secondsSince(series.start))) + " s  ";
+    showProgress(text + name);
+}
+
+// Prints the result. Returns true when the series goes on.
+bool take(Series* series, const Result& result) {
+    const int code = series->last = result.outcome.code;
+    print(result, Layout::Row, series->session->output);
+    if (series->code == kExitDone || code > kExitInterrupted)
+        series->code = code;
+    const bool over = code > kExitInterrupted || Clock::now() >= series->session->link.deadline ||
+                      !isWritten(*series->session->output);
+    return !over && (code == kExitDone || series->keepGoing);
+}
+
+bool carryOut(Series* series, const Order& order) {
+    series->number++;
+    showCount(*series, order.command->name);
+    return take(series, execute(series->session, order));
+}
+
+// Makes an order of a line; without a command there is nothing in it. Returns what is wrong with
+// it, or an empty text.
+std::string orderOf(const Options& options, const std::string& line, Words* words, Order* order) {
+    std::string wrong = splitWords(line, words);
+    if (!wrong.empty() || words->empty())
+        return wrong;
+    Options own = options;
+    wrong = parseLine(*words, &own);
+    return wrong.empty() ? makeOrder(own, order) : wrong;
+}
+
+int refuse(const Series& series, const std::string& message) {
+    const Session& session = *series.session;
+    const Result result = unsent(session.options.words, message);
+    print(result, Layout::Single, session.output);
+    return result.outcome.code;
+}
+
+// Reads all lines into orders. Returns what is wrong with the first that is, or an empty text.
+std::string readOrders(const Series& series, LineReader* lines, std::vector<Order>* orders,
+                       std::string* risky) {
+    std::string line;
+    LineEvent event = LineEvent::End;
+    for (int number = 1; (event = nextLine(lines, -1, &line)) == LineEvent::Line; number++) {
+        Words words;
+        Order order = {};
+        std::string wrong = orderOf(series.session->options, line, &words, &order);
+        const std::string place = "line " + std::to_string(number) + ": ";
+        if (!wrong.empty())
+            return place + wrong;
+        if (order.command == nullptr)
+            continue;
+        if (needsConfirmation(order, true))
+            *risky += (risky->empty() ? place : ", " + place) + order.command->name;
+        orders->push_back(order);
+    }
+    return event == LineEvent::Fault ? strerror(errno) : "";
+}
+
+int runFile(Series* series, LineReader* lines) {
+    std::vector<Order> orders;
+    std::string risky;
+    std::string wrong = readOrders(*series, lines, &orders, &risky);
+    LineReader terminal;
+    if (wrong.empty() && !risky.empty()) {
+        wrong = confirm(series->session, &terminal, risky);
+        wrong = wrong.empty() ? "" : risky + ": " + wrong;
+    }
+    if (!wrong.empty())
+        return refuse(*series, wrong);
+    const int started = openSession(series->session);
+    if (started != kExitDone)
+        return started;
+    series->total = orders.size();
+    for (const Order& order : orders)
+        if (!carryOut(series, order))
+            break;
+    return series->code;
+}
+
+bool runLine(Series* series, LineReader* lines, const std::string& line) {
+    Words words;
+    Order order = {};
+    std::string wrong = orderOf(series->session->options, line, &words, &order);
+    if (!wrong.empty())
+        return take(series, unsent(words, wrong));
+    if (order.command == nullptr)
+        return true;
+    if (needsConfirmation(order, true)) {
+        LineReader own;
+        LineReader* const terminal = lines->fd == own.fd ? lines : &own;
+        wrong = confirm(series->session, terminal, order.command->name);
+    }
+    return wrong.empty() ? carryOut(series, order) : take(series, unsent(words, wrong));
+}
+
+// The exit code of a stream that ends so; of all but its own end it tells.
+int codeOfEnd(const Series& series, LineEvent event) {
+    Outcome outcome = {series.code, ""};
+    if (event == LineEvent::TimedOut)
+        outcome = {kExitNoAnswer, "the deadline is over"};
+    else if (event == LineEvent::Interrupted)
+        outcome = interrupted("");
+    else if (event == LineEvent::Fault)
+        outcome = {kExitLocalFault, strerror(errno)};
+    if (!outcome.message.empty())
+        say("run: " + outcome.message);
+    const bool isFirst = series.code == kExitDone || event == LineEvent::Interrupted;
+    return isFirst ? outcome.code : series.code;
+}
+
+int runStream(Series* series, LineReader* lines) {
+    const int opened = openSession(series->session);
+    if (opened != kExitDone)
+        return opened;
+    std::string line;
+    LineEvent event = LineEvent::End;
+    while ((event = readLine(series->session, lines, &line)) == LineEvent::Line)
+        if (!runLine(series, lines, line))
+            return series->code;
+    return codeOfEnd(*series, event);
+}
+
+}  // namespace
+
+int runBatch(const Options& options, Output* output) {
+    Session session = {options, output};
+    Series series = {&session, options.keepGoing};
+    startSession(&session);
+    const std::string& name = options.words.at(1);
+    const File file(name == "-" ? nullptr : fopen(name.c_str(), "re"));
+    LineReader lines;
+    if (name != "-")
+        lines.fd = file ? fileno(file.get()) : -1;
+    struct stat status = {};
+    if (fstat(lines.fd, &status) != 0)
+        return refuse(series, "cannot read '" + name + "': " + strerror(errno));
+    const int code =
+        S_ISREG(status.st_mode) ? runFile(&series, &lines) : runStream(&series, &lines);
+    if (options.release)
+        release(&session);
+    return code;
+}
+
+int readSheet(const Options& options, Output* output) {
+    Session session = {options, output};
+    Series series = {&session, true};
+    startSession(&session);
+    std::vector<Order> orders;
+    for (const Command& command : commands())
+        if (command.sheet == Sheet::Yes)
+            orders.push_back(orderOf(command, options));
+    series.total = orders.size();
+    int code = openSession(&session);
+    for (size_t i = 0; code == kExitDone && i < orders.size(); i++) {
+        if (series.last == kExitNoAnswer)  // else a unit that is off takes a minute and more
+            orders[i].patience = {1, options.timeout};
+        if (!carryOut(&series, orders[i]))
+            break;
+    }
+    return code != kExitDone ? code : series.code;
+}
+
+}  // namespace station

@@ -1,0 +1,148 @@
+#include "station/explain.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "core/json_handle.h"
+#include "station/commands.h"
+#include "station/diagnostics.h"
+#include "station/outcome.h"
+
+namespace station {
+namespace {
+
+void addNumber(json_object* fields, const char* name, uint32_t value) {
+    json_object_object_add(fields, name, json_object_new_int64(value));
+}
+
+void addText(json_object* fields, const char* name, const std::string& text) {
+    json_object_object_add(fields, name, jsonString(text));
+}
+
+const char* typeName(uint8_t type) {
+    static constexpr const char* kNames[] = {
+        "unknown",         "set configuration", "get configuration",
+        "special command", "heartbeat",         "system initialisation",
+        "cancel test",     "encrypted command", "USB test"};
+    return kNames[type < std::size(kNames) ? type : 0];
+}
+
+// The commands that are sent so: several where the argument tells them apart.
+std::string commandNames(uint8_t type, uint8_t subType) {
+    std::string names;
+    for (const Command& command : commands())
+        if (command.type == type && command.subType == subType)
+            names += (names.empty() ? "" : ", ") + std::string(command.name);
+    return names.empty() ? "unknown" : names;
+}
+
+// The twelve bytes that outer and inner header have in common.
+void addHeader(json_object* fields, const uint8_t* header) {
+    const bool isReply = mfgp_code(header) == kReplyCode;
+    const uint8_t* const id = mfgp_packetId(header);
+    addText(fields, "direction", isReply ? "reply" : "request");
+    addNumber(fields, "version", mfgp_version(header));
+    addNumber(fields, "type", mfgp_type(header));
+    addText(fields, "type_name", typeName(mfgp_type(header)));
+    addNumber(fields, "code", mfgp_code(header));
+    addNumber(fields, "info", mfgp_info(header));
+    addText(fields, "meaning", isReply ? infoMeaning(mfgp_info(header)) : "none in a request");
+    addNumber(fields, "length", mfgp_payloadLength(header));
+    addText(fields, "packet_id", "0x" + hexOf({id, 2}));
+    addNumber(fields, "sub_type", mfgp_subType(header));
+    addNumber(fields, "reserved", header[kInnerHeaderSize - 1]);
+}
+
+void addPayload(json_object* fields, const Bytes& plain, const Reply& reply) {
+    const auto type = mfgp_type(plain.data());
+    if (type == kTypeEncrypted && plain.size() >= kHeaderSize + kInnerHeaderSize) {
+        json_object* const inner = json_object_new_object();
+        addHeader(inner, mfgp_payload(plain.data()));
+        json_object_object_add(fields, "inner", inner);
+    }
+    addText(fields, "command", commandNames(type, reply.subType));
+    addText(fields, "payload", hexOf(reply.payload));
+    addText(fields, "text", kText.text(reply));
+}
+
+std::string hexDump(const std::string& title, std::span<const uint8_t> bytes) {
+    constexpr size_t kColumns = 16;
+    std::string dump = title + ":";
+    for (size_t at = 0; at < bytes.size(); at += kColumns) {
+        const auto part = bytes.subspan(at, std::min(kColumns, bytes.size() - at));
+        char offset[24];
+        snprintf(offset, sizeof offset, "\n  %04zx ", at);
+        dump += offset;
+        for (const uint8_t byte : part)
+            dump.append(1, ' ').append(hexOf({&byte, 1}));
+    }
+    return dump;
+}
+
+}  // namespace
+
+const char* readingText(Reading reading) {
+    switch (reading) {
+        case Reading::Empty:
+            return "empty: the unit does not know the packet type";
+        case Reading::ShortForm:
+            return "short form: the unit does not know the version";
+        case Reading::Malformed:
+            return "malformed: version or a length cannot be right";
+        case Reading::WrongDigest:
+            return "wrong digest: another account, or damaged";
+        case Reading::Whole:
+            break;
+    }
+    return "whole";
+}
+
+json_object* explainDatagram(const Bytes& datagram, const Key& key) {
+    json_object* const fields = json_object_new_object();
+    const Reply reply = openReply(datagram.data(), datagram.size(), key);
+    addText(fields, "reading", readingText(reply.reading));
+    if (datagram.size() >= kInnerHeaderSize)
+        addHeader(fields, datagram.data());
+    if (datagram.size() >= kHeaderSize)
+        addText(fields, "digest", hexOf({mfgp_digest(datagram.data()), kDigestSize}));
+    if (reply.reading == Reading::Whole)
+        addPayload(fields, plainPacket(datagram.data(), datagram.size(), key), reply);
+    return fields;
+}
+
+std::string fieldLines(json_object* fields, const std::string& prefix) {
+    std::string lines;
+    json_object_object_foreach(fields, key, value) {
+        std::string name = prefix + key;
+        std::replace(name.begin(), name.end(), '_', ' ');
+        lines += lines.empty() ? "" : "\n";
+        lines += json_object_is_type(value, json_type_object) != 0
+                     ? fieldLines(value, name + " ")
+                     : name + ": " + json_object_get_string(value);
+    }
+    return lines;
+}
+
+void traceDatagram(unsigned verbosity, const std::string& what, const Bytes& datagram,
+                   const Key& key) {
+    constexpr unsigned kFields = 2;
+    constexpr unsigned kBytes = 3;
+    if (verbosity == 0)
+        return;
+    say(what + ": " + std::to_string(datagram.size()) + " bytes");
+    if (verbosity < kFields)
+        return;
+    const Json fields(explainDatagram(datagram, key));
+    if (verbosity < kBytes)
+        for (const char* secret : {"payload", "text"})
+            json_object_object_del(fields.get(), secret);
+    say(fieldLines(fields.get()));
+    if (verbosity < kBytes)
+        return;
+    if (datagram.size() > kHeaderSize)
+        say(hexDump("plain", plainPacket(datagram.data(), datagram.size(), key)));
+    say(hexDump("wire", datagram));
+}
+
+}  // namespace station

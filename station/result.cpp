@@ -1,0 +1,122 @@
+#include "station/result.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+
+#include "station/diagnostics.h"
+
+namespace station {
+namespace {
+
+// ISO 8601 in UTC, to the millisecond.
+std::string timeText(std::chrono::system_clock::time_point time) {
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
+    const time_t seconds = milliseconds / 1000;
+    tm parts = {};
+    gmtime_r(&seconds, &parts);
+    char text[64];
+    const size_t length = strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
+    snprintf(text + length, sizeof text - length, ".%03dZ", static_cast<int>(milliseconds % 1000));
+    return text;
+}
+
+json_object* stringOrNull(const std::string& text) {
+    return text.empty() ? nullptr : jsonString(text);
+}
+
+json_object* arrayOf(const Words& words) {
+    json_object* const array = json_object_new_array();
+    for (const std::string& word : words)
+        json_object_array_add(array, jsonString(word));
+    return array;
+}
+
+Json objectOf(const Result& result) {
+    Json object(json_object_new_object());
+    const auto add = [&object](const char* name, json_object* value) {
+        json_object_object_add(object.get(), name, value);
+    };
+    const bool informed = result.info.has_value();
+    add("schema", json_object_new_int(kSchema));
+    add("command", jsonString(result.command));
+    add("arguments", arrayOf(result.arguments));
+    add("unit", stringOrNull(result.unit));
+    add("outcome", jsonString(outcomeWord(result.outcome.code)));
+    add("exit", json_object_new_int(result.outcome.code));
+    add("message", stringOrNull(result.outcome.message));
+    add("info", informed ? json_object_new_int(*result.info) : nullptr);
+    add("meaning", informed ? jsonString(infoMeaning(*result.info)) : nullptr);
+    add("value", json_object_get(result.value.get()));
+    add("raw", result.raw ? jsonString(hexOf(*result.raw)) : nullptr);
+    add("start", jsonString(timeText(result.start)));
+    add("milliseconds", json_object_new_int64(std::lround(result.seconds * 1000)));
+    add("tries", json_object_new_int(static_cast<int>(result.tries)));
+    return object;
+}
+
+void printJson(const Result& result, const Output& output) {
+    const Json object = output.quiet ? Json(json_object_get(result.value.get())) : objectOf(result);
+    if (object)
+        fprintf(output.file, "%s\n", jsonLine(object.get()));
+}
+
+void printText(const Result& result, Layout layout, const Output& output) {
+    const bool done = result.outcome.code == kExitDone;
+    if (output.quiet || layout == Layout::Single) {
+        if (result.value)
+            fprintf(output.file, "%s\n", result.text.c_str());
+        else if (done && !output.quiet)
+            fprintf(output.file, "OK\n");
+        return;
+    }
+    std::string text = done ? result.text : "! " + result.outcome.message;
+    if (text.empty())
+        text = result.value ? "(empty)" : "OK";
+    Words name = {result.command};
+    name.insert(name.end(), result.arguments.begin(), result.arguments.end());
+    fprintf(output.file, "%-*s  %s\n", output.nameWidth, joined(name).c_str(), text.c_str());
+}
+
+}  // namespace
+
+std::string openOutput(const Options& options, Output* output) {
+    output->format = options.format;
+    output->quiet = options.quiet;
+    output->file = stdout;
+    if (options.outputFile.empty())
+        return "";
+    output->owned.reset(fopen(options.outputFile.c_str(), "we"));
+    output->file = output->owned.get();
+    return output->owned ? "" : "cannot write '" + options.outputFile + "': " + strerror(errno);
+}
+
+void print(const Result& result, Layout layout, Output* output) {
+    clearProgress();
+    if (output->format == Format::Json)
+        printJson(result, *output);
+    else
+        printText(result, layout, *output);
+    fflush(output->file);
+    if ((layout == Layout::Single || output->quiet) && result.outcome.code != kExitDone)
+        say((result.command.empty() ? "" : result.command + ": ") + result.outcome.message);
+}
+
+bool isWritten(const Output& output) {
+    return fflush(output.file) == 0 && ferror(output.file) == 0;
+}
+
+const char* jsonLine(json_object* object) {
+    return json_object_to_json_string_ext(object,
+                                          JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
+}
+
+std::string joined(const Words& words) {
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+}  // namespace station

@@ -1,0 +1,60 @@
+// The result of one command and the two ways to print it.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "core/file.h"
+#include "core/json_handle.h"
+#include "station/outcome.h"
+
+namespace station {
+
+inline constexpr int kSchema = 1;  // raised when a field changes its name or meaning
+
+struct Result {
+    std::string command;
+    Words arguments;
+    std::string unit;  // empty: none was asked
+    Outcome outcome = {kExitDone, ""};
+    std::optional<uint8_t> info;  // of a reply that has one
+    std::string text;             // the value as text
+    Json value;                   // null: there is none
+    std::optional<Bytes> raw;     // the reply's plain payload
+    std::chrono::system_clock::time_point start = std::chrono::system_clock::now();
+    double seconds = 0;
+    unsigned tries = 0;
+};
+
+enum class Layout : uint8_t {
+    Single,  // the value
+    Row,     // name and value in a table
+};
+
+// Where results go, and how.
+struct Output {
+    File owned;            // an --output-file
+    FILE* file = nullptr;  // that, or standard output
+    Format format = Format::Text;
+    bool quiet = false;
+    int nameWidth = 0;  // columns of a row's name
+};
+
+// Opens the place that the options name. Returns what went wrong, or an empty text.
+std::string openOutput(const Options& options, Output* output);
+
+// Prints the result as one JSON object or as text, at once. What a single command has to complain
+// of goes to standard error.
+void print(const Result& result, Layout layout, Output* output);
+
+// False when anything could not be written.
+bool isWritten(const Output& output);
+
+// The object on one line, valid as long as the object is left alone.
+const char* jsonLine(json_object* object);
+
+// Words with a blank between them.
+std::string joined(const Words& words);
+
+}  // namespace station

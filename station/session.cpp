@@ -1,0 +1,168 @@
+#include "station/session.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "station/diagnostics.h"
+#include "station/interrupt.h"
+
+namespace station {
+namespace {
+
+constexpr double kPollSeconds = 1;
+constexpr double kPollTotalSeconds = 60;
+
+Patience patienceFor(const Command& command, const Options& options) {
+    constexpr double kRefusalSeconds = 1;  // a cancel is obeyed in silence
+    const unsigned tries = 1 + options.retries;
+    if (command.type == kTypeCancelTest)
+        return {1, std::min(options.timeout, kRefusalSeconds)};
+    if (command.access == Access::Poll) {
+        const double seconds = std::min(options.timeout, kPollSeconds);
+        const double total = options.deadline > 0 ? options.deadline : kPollTotalSeconds;
+        return {static_cast<unsigned>(std::ceil(total / seconds)), seconds, true};
+    }
+    if (isRepeatable(command))
+        return {tries, options.timeout + command.unitSeconds};
+    // In the time of all tries together: nothing can be sent again.
+    return {1, options.timeout * tries + command.unitSeconds};
+}
+
+Result resultOf(const Order& order, const std::string& unit) {
+    Result result;
+    result.command = order.command->name;
+    result.arguments = order.arguments;
+    result.unit = unit;
+    return result;
+}
+
+Result showDatagram(Session* session, const Order& order) {
+    Link& link = session->link;
+    Result result = resultOf(order, link.unit);
+    result.text = hexOf(buildRequest(order.request, link.nextId++, link.key));
+    result.value.reset(jsonString(result.text));
+    return result;
+}
+
+void takeReply(const Command& command, const Reply& reply, Result* result) {
+    if (reply.hasId)
+        result->info = reply.info;
+    if (reply.reading == Reading::ShortForm)
+        result->info = kInfoWrongVersion;
+    if (reply.reading != Reading::Whole)
+        return;
+    result->raw = reply.payload;
+    // Who sends a packet of his own sees what came back, whatever the unit thought of it.
+    const bool isShown = result->outcome.code == kExitDone || command.type == kTypeFromWords;
+    if (command.form == nullptr || !isShown)
+        return;
+    result->text = command.form->text(reply);
+    result->value.reset(command.form->json(result->text));
+}
+
+}  // namespace
+
+std::string makeOrder(const Options& options, Order* order) {
+    Words rest;
+    const Command* const command = findCommand(options.words, &rest);
+    if (command == nullptr)
+        return "unknown command '" + joined(options.words) + "'";
+    *order = orderOf(*command, options);
+    order->arguments = rest;
+    for (const NamedValue& given : options.named)
+        order->arguments.push_back("--" + given.name + "=" + given.value);
+    return buildCommand(*command, rest, options.named, &order->request);
+}
+
+Order orderOf(const Command& command, const Options& options) {
+    return {&command,
+            {},
+            {command.type, command.subType, {}},
+            patienceFor(command, options),
+            options.yes};
+}
+
+void startSession(Session* session) {
+    prepareLink(session->options, &session->link);
+    if (session->options.deadline > 0)
+        session->link.deadline = secondsFromNow(session->options.deadline);
+    watchInterrupts();
+}
+
+int openSession(Session* session) {
+    if (session->options.dryRun)
+        return kExitDone;
+    const std::string wrong = openLink(session->options, &session->link);
+    if (wrong.empty())
+        return kExitDone;
+    print(unsent(session->options.words, wrong, kExitLocalFault), Layout::Single, session->output);
+    return kExitLocalFault;
+}
+
+Result execute(Session* session, const Order& order) {
+    if (session->options.dryRun)
+        return showDatagram(session, order);
+    Result result = resultOf(order, session->link.unit);
+    const Answer answer = ask(&session->link, order.request, order.patience);
+    if (answer.tries > 0)
+        session->bound = order.request.type != kTypeCancelTest;
+    result.outcome = outcomeOf(*order.command, order.request, answer, session->link.unit);
+    result.seconds = answer.seconds;
+    result.tries = answer.tries;
+    if (answer.delivery == Delivery::Answered)
+        takeReply(*order.command, answer.reply, &result);
+    return result;
+}
+
+void release(Session* session) {
+    session->link.deadline = Clock::time_point::max();
+    if (session->bound)
+        ask(&session->link, {kTypeCancelTest, 0, {}}, {1, 0});
+    session->bound = false;
+}
+
+Result unsent(const Words& words, const std::string& message, int code) {
+    Result result;
+    const Command* const command = findCommand(words, &result.arguments);
+    if (command == nullptr && !words.empty())
+        result.arguments.assign(words.begin() + 1, words.end());
+    result.command = command != nullptr ? command->name : words.empty() ? "" : words[0];
+    result.outcome = interruptSignal() != 0 ? interrupted("") : Outcome{code, message};
+    return result;
+}
+
+LineEvent readLine(Session* session, LineReader* reader, std::string* line) {
+    const auto never = Clock::time_point::max();
+    const auto deadline = session->link.deadline;
+    const bool beats = session->bound && session->options.heartbeat > 0;
+    while (true) {
+        const auto end =
+            std::min(deadline, beats ? secondsFromNow(session->options.heartbeat) : never);
+        const LineEvent event = nextLine(reader, end == never ? -1 : millisecondsUntil(end), line);
+        if (event != LineEvent::TimedOut || Clock::now() >= deadline)
+            return event;
+        if (beats)
+            ask(&session->link, {kTypeHeartbeat, 0, {}}, {1, kPollSeconds});
+    }
+}
+
+bool needsConfirmation(const Order& order, bool inBatch) {
+    return !order.confirmed && accessOf(order.request) >= (inBatch ? Access::Flash : Access::Erase);
+}
+
+std::string confirm(Session* session, LineReader* terminal, const std::string& what) {
+    if (session->options.dryRun)
+        return "";
+    if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0)
+        return "needs --yes: it changes the unit for good, and there is no terminal to ask on";
+    clearProgress();
+    fprintf(stderr, "%s changes the unit for good. Go on? [y/N] ", what.c_str());
+    std::string answer;
+    const bool agreed = readLine(session, terminal, &answer) == LineEvent::Line &&
+                        (answer == "y" || answer == "yes");
+    return agreed ? "" : "not confirmed";
+}
+
+}  // namespace station

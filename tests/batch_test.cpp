@@ -1,0 +1,160 @@
+// Many commands on one socket, as stations script them; what comes with the station is run as well.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <regex>
+
+#include "tests/support/client.h"
+#include "tests/support/unit.h"
+
+namespace {
+
+size_t count(const std::string& text, const std::string& word) {
+    size_t times = 0;
+    for (size_t at = 0; (at = text.find(word, at)) != std::string::npos; at++)
+        times++;
+    return times;
+}
+
+// The outcome words of JSON lines.
+std::string outcomes(const std::string& lines) {
+    static const std::regex kOutcome(R"re("outcome":"(\w+)")re");
+    std::string words;
+    for (std::sregex_iterator at(lines.begin(), lines.end(), kOutcome), end; at != end; ++at)
+        words += (*at)[1].str() + " ";
+    return words;
+}
+
+TEST(Batch, CarriesOutALineAtATime) {
+    Unit unit;
+    const std::string failing =
+        "get mac\n# a comment\n\nset pin \"12 4567\\8\"\nqlog stop\nget mac";
+    const struct {
+        std::string lines;
+        const char* options;
+        int exitCode;
+        const char* outcomes;
+        const char* message;
+    } rows[] = {
+        {failing, "--yes run -", 1, "PASS PASS FAIL ", "\"failed (info 3)\""},
+        {failing, "--yes -k run -", 1, "PASS FAIL FAIL PASS ", "failed"},
+        {"get mac\r\nset oem-id x\nget mac", "run -", 2, "PASS ERROR ", "needs --yes"},
+        {"raw 7 73", "run -", 2, "ERROR ", "needs --yes"},
+        {"get mac\nget 'mac", "run -", 2, "PASS ERROR ", "a quote is not closed"},
+        {"get mac --host 10.0.0.1", "run -", 2, "ERROR ", "--host belongs on the command line"},
+        {"init; init", "run -", 2, "ERROR ", "unknown command 'init; init'"},
+        {"set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\""},
+        {"config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n"},
+        {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
+        {"get mac", "run $file.none", 2, "ERROR ", "cannot read"},
+    };
+    for (const auto& row : rows) {
+        unit.write("/lines", row.lines);
+        const ShellResult result = shell("file=" + unit.path("/lines").string() +
+                                         "; cat $file | $station -o json " + row.options);
+        EXPECT_EQ(result.exitCode, row.exitCode) << row.lines << "\n" << result.output;
+        EXPECT_EQ(outcomes(result.output), row.outcomes) << row.lines << "\n" << result.output;
+        EXPECT_NE(result.output.find(row.message), std::string::npos) << result.output;
+    }
+    EXPECT_EQ(unit.read("/flash/pin"), "12 45678\n");
+    EXPECT_EQ(count(unit.trace(), "] setCfg: "), 0U);  // a file is checked before it is begun
+    EXPECT_EQ(shell("echo 'get mac\ninit' | $station -q run -").output, "02-1A-2B-13-7B-00\n");
+}
+
+TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
+    Unit unit;
+    const ShellResult result = shell(
+        "{ echo get mac; sleep 1; echo release; sleep 0.5; } | $station --heartbeat 0.1 run -");
+    EXPECT_EQ(result.exitCode, 0) << result.output;
+    const std::string trace = unit.trace();
+    const size_t end = trace.find("receive CANCEL TEST");
+    EXPECT_GE(count(trace.substr(0, end), "Recive heartbeat packet"), 2U);
+    EXPECT_EQ(count(trace.substr(end), "Recive heartbeat packet"), 0U);
+    EXPECT_EQ(shell("{ echo init; sleep 1; } | $station --deadline 0.4 run -").exitCode, 3);
+}
+
+TEST(Batch, EndsOnASignal) {
+    Unit unit;
+    const std::string interrupt = " | timeout --preserve-status -s INT 0.5 $station -o json ";
+    ShellResult result = shell("{ echo get mac; sleep 1; }" + interrupt + "run -");
+    EXPECT_EQ(result.exitCode, 128 + SIGINT);
+    EXPECT_EQ(outcomes(result.output), "PASS ");
+    kill(unit.daemon(), SIGSTOP);
+    result = shell("echo set oem-id x --yes" + interrupt + "--release run -");
+    EXPECT_EQ(result.exitCode, 128 + SIGINT);
+    EXPECT_EQ(outcomes(result.output), "ABORTED ");
+    EXPECT_NE(result.output.find("`get oem-id` tells"), std::string::npos) << result.output;
+    kill(unit.daemon(), SIGCONT);
+    expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
+}
+
+TEST(Batch, AsksOnATerminal) {
+    Unit unit;
+    const std::string erase = " | script -qec \"$station erase radio\" /dev/null";
+    EXPECT_NE(shell("echo n" + erase).output.find("not confirmed"), std::string::npos);
+    EXPECT_NE(shell("echo y" + erase).output.find("OK"), std::string::npos);
+    EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
+}
+
+TEST(Batch, ServesTwoUnitsFromOneStation) try {
+    Unit one;
+    Unit other({StateFile{"/fw/MAC", "02-00-00-00-00-02"}}, {"--net", "own"});
+    const Relay relay(other, 1050);
+    const std::string lines = "{ echo get mac; sleep 0.5; echo get mac; } | $station -q ";
+    const std::string file = one.path("/other").string();
+    const ShellResult result = shell(lines + "--port 1050 run - >" + file + " & " + lines +
+                                     "--bind 127.0.0.1 run -; wait");
+    EXPECT_EQ(result.output, "02-1A-2B-13-7B-00\n02-1A-2B-13-7B-00\n");
+    EXPECT_EQ(one.read("/other"), "02-00-00-00-00-02\n02-00-00-00-00-02\n");
+} catch (const UnitImpossible&) {
+    GTEST_SKIP() << "this machine gives a unit no network of its own";
+}
+
+// The station as one word, whatever runs it.
+std::string program(const Unit& unit) {
+    unit.write("/station", "#!/bin/sh\nexec " MFGP_STATION " \"$@\"\n");
+    const std::string file = unit.path("/station").string();
+    shell("chmod 755 " + file);
+    return file;
+}
+
+TEST(Batch, ExamplesRun) {
+    Unit unit;
+    const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
+    const ShellResult line = shell(examples + "$station -y run production-line.txt");
+    EXPECT_EQ(line.exitCode, 0) << line.output;
+    EXPECT_NE(line.output.find("get antenna-level                       -61\n"), std::string::npos);
+    const std::string check =
+        examples + "MFGP_STATION=" + program(unit) + " ./check-limits --host 127.0.0.1";
+    const ShellResult passed = shell(check);
+    EXPECT_EQ(passed.exitCode, 0) << passed.output;
+    unit.write("/fans/speeds", "3 3600 900\n");
+    const ShellResult failed = shell(check);
+    EXPECT_EQ(failed.exitCode, 1) << failed.output;
+    EXPECT_NE(failed.output.find("FAIL  all fans between"), std::string::npos) << failed.output;
+    EXPECT_EQ(count(failed.output, "FAIL"), 2U) << failed.output;
+}
+
+TEST(Batch, ManualAndCompletionAreInStep) {
+    const Unit unit;
+    const std::string station = program(unit);
+    const std::string page = shell("cat " MFGP_SOURCE_DIR "/docs/man/mfgp-station.1").output;
+    for (const char* table : {"commands", "options", "exit-codes"}) {
+        const std::string rows = shell(std::string("$station -o mdoc list ") + table).output;
+        EXPECT_NE(
+            page.find(std::string(".\\\" table: ") + table + "\n" + rows + ".\\\" end of table"),
+            std::string::npos)
+            << "scripts/manual writes the tables anew: " << table;
+    }
+    const auto complete = [&station](const std::string& words) {
+        return shell("bash -c '. " MFGP_SOURCE_DIR "/station/mfgp-station.bash; COMP_WORDS=(" +
+                     station + " " + words + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); " +
+                     "_mfgp_station; echo \"${COMPREPLY[@]}\"'")
+            .output;
+    };
+    EXPECT_EQ(complete("--host get get ma"), "mac\n");
+    EXPECT_EQ(complete("-o json calibrate zig"), "zigbee zigbee-host\n");
+    EXPECT_EQ(complete("get mac --ti"), "--timeout --time\n");
+}
+
+}  // namespace
