@@ -1,129 +1,91 @@
 // Both dispatchers: which sub-types are known, which are gated, and what a reply looks like that no
 // handler has filled.
-#include <gtest/gtest.h>
-
 #include <set>
 
-#include "tests/support/unit.h"
-#include "tests/support/wire.h"
+#include "tests/support/commands.h"
 
 namespace {
 
-constexpr char kRefused[] = "Lumo is not in produce mode!";
+const std::string kRefused = errorLine(-10300, "Lumo is not in produce mode!");
 const std::set<int> kGated = {10, 17, 18, 50, 54, 56, 57, 58, 59,  60,  65,  67, 75,
                               77, 78, 79, 80, 86, 87, 88, 89, 104, 105, 128, 135};
-const std::set<int> kKnown = {10,  17,  18,  50,  53,  54,  55,  56,  57,  58,  59,  60,  64,
-                              65,  66,  67,  68,  69,  70,  71,  75,  76,  77,  78,  79,  80,
-                              82,  86,  87,  88,  89,  90,  91,  92,  93,  94,  104, 105, 106,
-                              107, 108, 109, 110, 112, 113, 114, 115, 116, 128, 131, 135};
+const std::set<int> kAlways = {53, 55, 64,  66,  68,  69,  70,  71,  76,  82,  90,  91,  92,
+                               93, 94, 106, 107, 108, 109, 110, 112, 113, 114, 115, 116, 131};
 
-TEST(SpecialCommands, ExactlyTheGatedOnesAreRefusedOutsideProduceMode) {
-    Unit unit;
-    const Station station;
+class Dispatch : public Commands {};
+
+TEST_F(Dispatch, GatesExactlyTheseOutsideProduceMode) {
     for (const char* mode : {"normal", "tes", "Test", ""}) {
         unit.setMode(mode);
         for (int subType = 0; subType < 256; subType++) {
-            SCOPED_TRACE(subType);
-            if (kKnown.count(subType) != 0 && kGated.count(subType) == 0)
+            if (kAlways.count(subType) != 0)
                 continue;
             unit.errors();
-            const Answer answer = station.ask({.subType = static_cast<uint8_t>(subType)});
             const bool refused = kGated.count(subType) != 0;
-            EXPECT_EQ(answer.info(), refused ? 3 : 5);
-            EXPECT_EQ(answer.length(), 0U);
-            EXPECT_EQ(unit.errors().find(errorLine(-10300, kRefused)) != std::string::npos,
-                      refused);
+            const Answer answer = station.ask({.subType = static_cast<uint8_t>(subType)});
+            EXPECT_EQ(answer.info(), refused ? 3 : 5) << subType;
+            EXPECT_EQ(answer.length(), 0U) << subType;
+            EXPECT_EQ(unit.errors().find(kRefused) != std::string::npos, refused) << subType;
         }
     }
-    EXPECT_EQ(unit.calls(), std::vector<std::string>{}) << "a refusal ran a tool";
-}
-
-TEST(SpecialCommands, ServesTheGatedOnesInProduceMode) {
-    Unit unit;
-    const Station station;
+    EXPECT_EQ(unit.calls(), Lines{}) << "a refusal ran a tool";
+    for (const int subType : kAlways)
+        EXPECT_NE(station.command(static_cast<uint8_t>(subType)).info(), 5) << subType;
     for (const char* mode : {"test", "testing", "test1"}) {
         unit.setMode(mode);
-        EXPECT_EQ(station.command(10).info(), 0) << mode;
+        for (const int subType : kGated)
+            EXPECT_NE(station.command(static_cast<uint8_t>(subType)).info(), 5) << subType;
     }
-    for (const int subType : kKnown)
-        EXPECT_NE(station.command(static_cast<uint8_t>(subType)).info(), 5) << subType;
     EXPECT_EQ(unit.errors().find(kRefused), std::string::npos);
 }
 
-TEST(SpecialCommands, AModeThatCannotBeReadIsNotProduceMode) {
-    Unit unit;
-    const Station station;
-    const struct {
-        const char* file;
-        const char* said;
-    } rows[] = {
-        {"config settings 'settings'\n\toption other '1'\n", "lookup ptr: Entry not found\n"},
-        {"config settings 'settings'\n\tlist mode 'test'\n", "lookup ptr: Entry not found\n"},
-        {"config settings\n\toption mode 'test'\n", "lookup ptr: Entry not found\n"},
-        {"config settings 'settings\n", "lookup ptr: Parse error"},
-        {nullptr, "lookup ptr: Entry not found\n"},
-    };
-    for (const auto& row : rows) {
-        if (row.file != nullptr)
-            unit.write("/etc/config/wanDetect", row.file);
-        else
-            unit.remove("/etc/config/wanDetect");
+TEST_F(Dispatch, AModeThatCannotBeReadIsNotProduceMode) {
+    const std::string notFound = "lookup ptr: Entry not found\n";
+    for (const auto& [file, said] :
+         {std::pair{"config settings 'settings'\n\toption other '1'\n", notFound},
+          {"config settings 'settings'\n\tlist mode 'test'\n", notFound},
+          {"config settings\n\toption mode 'test'\n", notFound},
+          {"config settings 'settings\n", "lookup ptr: Parse error"},
+          {"", notFound}}) {
+        unit.remove("/etc/config/wanDetect");
+        if (*file != 0)
+            unit.write("/etc/config/wanDetect", file);
         unit.errors();
         EXPECT_EQ(station.command(10).info(), 3);
         const std::string errors = unit.errors();
-        EXPECT_NE(errors.find(row.said), std::string::npos) << errors;
+        EXPECT_NE(errors.find(said), std::string::npos) << errors;
         EXPECT_NE(errors.find(errorLine(-1, "Get mode fail!")), std::string::npos) << errors;
-        EXPECT_EQ(station.command(53).info(), 0);
     }
 }
 
-TEST(SpecialCommands, LogsTheRequestAsTheLineKnowsIt) {
-    Unit unit;
-    const Station station;
-    station.command(200, "an argument");
-    const std::string trace = unit.trace();
-    EXPECT_NE(trace.find("] #spCmd: an argument\n"), std::string::npos) << trace;
-    EXPECT_NE(trace.find("] #spCmd:0xc8\n"), std::string::npos);
-    EXPECT_NE(trace.find("] #flags:0x7f0ff\n"), std::string::npos);
-    station.command(200, std::string(300, 'x'));
-    EXPECT_NE(unit.trace().find("] #spCmd: " + std::string(255, 'x') + "\n"), std::string::npos);
-}
-
-TEST(SpecialCommands, AnUnknownOneComesBackAsItWas) {
-    Unit unit;
-    const Station station;
-    const Answer answer = station.ask({.subType = 9, .payload = "whatever"});
+TEST_F(Dispatch, AnUnknownOneIsLoggedAndComesBackAsItWas) {
+    const Answer answer = station.ask({.subType = 200, .payload = std::string(304, 'x')});
     EXPECT_EQ(answer.header.substr(0, 4), std::string("\2\3\0\5", 4));
-    EXPECT_EQ(answer.payload, "whatever");
-    EXPECT_EQ(unit.errors(), "");
+    EXPECT_EQ(answer.payload, std::string(304, 'x'));
+    trace = withoutLines(unit.trace());
+    const std::string text = "[mfgp_cmd_spCmd():%] #spCmd: " + std::string(255, 'x') + "\n";
+    EXPECT_NE(trace.find(text + "[mfgp_cmd_spCmd():%] #spCmd:0xc8\n"), std::string::npos) << trace;
+    EXPECT_NE(trace.find("[mfgp_cmd_spCmd():%] #flags:0x7f0ff\n"), std::string::npos);
 }
 
-TEST(EncryptedCommands, RefuseAndAnswerUnknownOnesInBothHeaders) {
-    Unit unit;
-    const Station station;
+TEST_F(Dispatch, EncryptedOnesAreAnsweredInBothHeaders) {
     unit.setMode("normal");
     for (int subType = 0; subType < 256; subType++) {
         if (subType >= 70 && subType <= 72)
             continue;
-        SCOPED_TRACE(subType);
         const Answer answer = station.encrypted(static_cast<uint8_t>(subType), "argument");
         const char info = subType == 73 ? '\3' : '\5';
-        EXPECT_EQ(answer.header.substr(0, 4), std::string("\2\7\2") + info);
-        EXPECT_EQ(answer.length(), 16U) << "12 bytes of inner header, padded";
-        const std::string inner = {
-            2, 7, 2, info, 0, 0, 0, 0, '\xA5', '\x5A', static_cast<char>(subType), 0, 0, 0, 0, 0};
-        EXPECT_EQ(answer.payload, inner) << "nothing of the request comes back behind it";
+        const std::string start = std::string("\2\7\2") + info;
+        EXPECT_EQ(answer.header.substr(0, 4), start) << subType;
+        EXPECT_EQ(
+            answer.payload,
+            padded(start + std::string("\0\0\0\0\xA5\x5A", 6) + static_cast<char>(subType), 16))
+            << "nothing of the request comes back behind it";
     }
-    EXPECT_NE(unit.errors().find(errorLine(-10300, kRefused)), std::string::npos);
+    EXPECT_NE(unit.errors().find(kRefused), std::string::npos);
     EXPECT_NE(unit.trace().find("] packet len:12, packet buf:argument\n"), std::string::npos);
-}
-
-TEST(EncryptedCommands, APayloadTooShortForAHeaderReadsAsZero) {
-    Unit unit;
-    const Station station;
-    const Answer answer = station.ask({.type = 7, .payload = "\2\7"});
-    EXPECT_EQ(answer.info(), 5);
-    EXPECT_EQ(answer.payload, std::string("\2\7\2\5", 4) + std::string(12, '\0'));
+    // A payload too short for a header reads as zero.
+    EXPECT_EQ(station.ask({.type = 7, .payload = "\2\7"}).payload, padded("\2\7\2\5", 16));
 }
 
 }  // namespace

@@ -1,131 +1,102 @@
 // What the daemon relies on in <uci.h>, whichever library was linked: the real one or the simulated
-// unit's stand-in.
+// unit's stand-in; and the daemon's own look-up where no command needs it yet.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <uci.h>
 
 #include <filesystem>
 #include <fstream>
+
+#include "commands/config_lookup.h"
+#include "core/uci_handle.h"
+
+static std::string folder;
+
+// The linker puts this in front of the library's own, so that no unit is needed.
+extern "C" int __real_uci_set_confdir(uci_context* context, const char* dir);
+extern "C" int __wrap_uci_set_confdir(uci_context* context, const char* dir) {
+    EXPECT_STREQ(dir, "/etc/config");
+    return __real_uci_set_confdir(context, folder.c_str());
+}
 
 namespace {
 
 class Uci : public testing::Test {
   protected:
     void SetUp() override {
-        ASSERT_NE(mkdtemp(folder), nullptr);
-        std::filesystem::create_directory(saved());
-        context = uci_alloc_context();
-        ASSERT_NE(context, nullptr);
-        uci_set_confdir(context, folder);
-        uci_set_savedir(context, saved().c_str());
+        char name[] = "/tmp/mfgp-uci-XXXXXX";
+        folder = mkdtemp(name);
+        std::filesystem::create_directory(folder + "/saved");
     }
-    void TearDown() override {
-        uci_free_context(context);
-        std::filesystem::remove_all(folder);
-    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
 
-    std::string saved() const { return std::string(folder) + "/saved"; }
-    void put(const std::string& text) const {
-        std::ofstream(std::string(folder) + "/pkg", std::ios::binary) << text;
+    static void put(const std::string& text, const std::string& file = "/pkg") {
+        std::ofstream(folder + file, std::ios::binary) << text;
     }
 
     // The value at the path; "-" when the look-up is incomplete, "list" for a list, else the error.
-    std::string look(std::string path) {
+    static std::string look(std::string path) {
+        const UciContext context(uci_alloc_context());
+        uci_set_confdir(context.get(), "/etc/config");
+        uci_set_savedir(context.get(), (folder + "/saved").c_str());
         uci_ptr found = {};
-        if (uci_lookup_ptr(context, &found, path.data(), true) != UCI_OK) {
+        if (uci_lookup_ptr(context.get(), &found, path.data(), true) != UCI_OK) {
             char* text = nullptr;
-            uci_get_errorstr(context, &text, "look");
+            uci_get_errorstr(context.get(), &text, "look");
             const std::string error = text;
             free(text);
-            return error;
+            return error.substr(0, error.find(" ("));
         }
         if ((found.flags & uci_ptr::UCI_LOOKUP_COMPLETE) == 0 || found.o == nullptr)
             return "-";
         return found.o->type == UCI_TYPE_STRING ? found.o->v.string : "list";
     }
-
-    std::string lookOnce(const std::string& file, const std::string& path) {
-        put(file);
-        const std::string value = look(path);
-        uci_package* package = nullptr;
-        if (uci_load(context, "pkg", &package) == UCI_ERR_DUPLICATE) {
-            uci_ptr found = {};
-            std::string name = "pkg";
-            uci_lookup_ptr(context, &found, name.data(), false);
-            package = found.p;
-        }
-        if (package != nullptr)
-            uci_unload(context, package);
-        return value;
-    }
-
-    char folder[32] = "/tmp/mfgp-uci-XXXXXX";
-    uci_context* context = nullptr;
 };
 
 TEST_F(Uci, ReadsTheFileForm) {
-    const std::string named = "config settings 'settings'\n\toption mode 'test'\n";
-    const struct {
-        const char* what;
-        std::string file;
-        const char* path;
-        const char* value;
-    } rows[] = {
-        {"named", named, "pkg.settings.mode", "test"},
-        {"no such option", named, "pkg.settings.other", "-"},
-        {"no such section", named, "pkg.other.mode", "-"},
-        {"anonymous by index", "config s\n option a 1\nconfig s\n option a 2\n", "pkg.@s[1].a",
-         "2"},
-        {"anonymous from the end", "config s\n option a 1\nconfig s\n option a 2\n", "pkg.@s[-2].a",
-         "1"},
-        {"not by its type's name", "config s\n option a 1\n", "pkg.s.a", "-"},
-        {"bare, comments, blanks", "# c\n\n\tconfig t n # c\n  option a bare#x\n", "pkg.n.a",
-         "bare"},
-        {"double quotes", "config t n\n option a \"b \\\" c\"\n", "pkg.n.a", "b \" c"},
-        {"package line", "package pkg\nconfig t n\n option a v\n", "pkg.n.a", "v"},
-        {"repeated option", "config t n\n option a 1\n option a 2\n", "pkg.n.a", "2"},
-        {"merged section", "config t n\n option a 1\nconfig t n\n option b 2\n", "pkg.n.a", "1"},
-        {"a list", "config t n\n list a 1\n list a 2\n", "pkg.n.a", "list"},
-        {"type with dash", "config t-x 'n'\n option a 'v'\n", "pkg.n.a", "v"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(lookOnce(row.file, row.path), row.value) << row.what;
-}
-
-TEST_F(Uci, TellsABrokenFileFromAMissingOne) {
+    const std::string two = "config s\n option a 1\nconfig s\n option a 2\n";
+    const std::string broken = "look: Parse error";
     EXPECT_EQ(look("pkg.a.b"), "look: Entry not found");
-    for (const char* broken :
-         {"config t 'n\n", "option a b\n", "config t n\n option a-b c\n", "nonsense\n"})
-        EXPECT_EQ(lookOnce(broken, "pkg.n.a").rfind("look: Parse error (", 0), 0U) << broken;
-}
-
-TEST_F(Uci, SeesUncommittedChanges) {
-    put("config t n\n option a old\n option b old\n");
-    std::ofstream(saved() + "/pkg") << "pkg.n.a='new'\n-pkg.n.b\n";
-    EXPECT_EQ(look("pkg.n.a"), "new");
-    EXPECT_EQ(look("pkg.n.b"), "-");
-}
-
-TEST_F(Uci, ManyFailuresLeaveOneLineEach) {
-    for (int i = 0; i < 300; i++)
-        ASSERT_EQ(look("pkg.a.b"), "look: Entry not found");
-}
-
-TEST_F(Uci, WalksSectionsInFileOrder) {
-    put("config t n\n option a 1\nconfig u\n option a 2\nconfig t m\n option b 3\n");
-    uci_package* package = nullptr;
-    ASSERT_EQ(uci_load(context, "pkg", &package), UCI_OK);
-    uci_package* again = nullptr;
-    EXPECT_EQ(uci_load(context, "pkg", &again), UCI_ERR_DUPLICATE);
-    std::string walked;
-    uci_element* section = nullptr;
-    uci_foreach_element(&package->sections, section) {
-        uci_element* option = nullptr;
-        const bool found =
-            uci_lookup_next(context, &option, &uci_to_section(section)->options, "a") == UCI_OK;
-        walked += found ? uci_to_option(option)->v.string : "-";
+    for (const auto& [file, path, value] :
+         {std::tuple{std::string("config t 'n'\n\toption a 'v'\n"), "pkg.n.a", std::string("v")},
+          {"config t 'n'\n\toption a 'v'\n", "pkg.n.other", "-"},
+          {"config t 'n'\n\toption a 'v'\n", "pkg.other.a", "-"},
+          {two, "pkg.@s[1].a", "2"},
+          {two, "pkg.@s[-2].a", "1"},
+          {two, "pkg.s.a", "-"},
+          {"# c\n\n\tconfig t n # c\n  option a bare#x\n", "pkg.n.a", "bare"},
+          {"package pkg\nconfig t-x n\n option a \"b \\\" c\"\n", "pkg.n.a", "b \" c"},
+          {"config t n\n option a 1\n option a 2\nconfig t n\n option b 3\n", "pkg.n.a", "2"},
+          {"config t n\n list a 1\n list a 2\n", "pkg.n.a", "list"},
+          {"config t 'n\n", "pkg.n.a", broken},
+          {"option a b\n", "pkg.n.a", broken},
+          {"config t n\n option a-b c\n", "pkg.n.a", broken},
+          {"nonsense\n", "pkg.n.a", broken}}) {
+        put(file);
+        EXPECT_EQ(look(path), value) << file;
     }
-    EXPECT_EQ(walked, "12-");
+    put("config t n\n option a old\n option b old\n");
+    put("pkg.n.a='new'\n-pkg.n.b\n", "/saved/pkg");
+    EXPECT_EQ(look("pkg.n.a") + look("pkg.n.b"), "new-") << "changes that are not committed";
+}
+
+TEST_F(Uci, WithoutASectionEverySectionMustCarryTheOption) {
+    const std::string two = "config t 'a'\n option o '1'\nconfig t\n option o 'onwards and on'\n";
+    const std::string none = "uci: get o option failed.\n";
+    for (const auto& [content, value, trace] :
+         {std::tuple{two, "onwards", std::string("o of (null) in pkg is onwards and on.\n")},
+          {"config t 'c'\n" + two, "", none},
+          {two + "config t\n list o '1'\n", "", none},
+          {"# nothing\n", "", ""}}) {
+        put(content);
+        char out[8] = {};
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(uci_get_option("pkg", nullptr, "o", out, sizeof out), *value == 0 ? -1 : 0);
+        EXPECT_STREQ(out, value);
+        EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with(trace));
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(uci_get_option("absent", "a", "o", nullptr, 0), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "absent: Entry not found\n");
 }
 
 }  // namespace

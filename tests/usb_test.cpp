@@ -23,28 +23,19 @@ TEST(UsbList, ReadsTheKernelsForm) {
     const std::string product = "P:  Vendor=0781 ProdID=5567 Rev= 1.26\n";
     const std::string serial = "S:  SerialNumber=4C53 0001\n";
     const std::string disk = "I:* If#= 0 Alt= 0 #EPs= 2 Cls=08(stor.) Sub=06 Prot=50\n";
-    const struct {
-        const char* what;
-        std::string devices;
-        std::string list;
-    } rows[] = {
-        {"a hub is no storage", hub, "No USB!"},
-        {"one stick", hub + device + product + serial + disk, "3.00,0781,5567,4C53;"},
-        {"two interfaces", device + product + serial + disk + disk,
-         "3.00,0781,5567,4C53;3.00,0781,5567,4C53;"},
-        {"no serial number: the one before", hub + device + product + disk, "3.00,0781,5567,ehci;"},
-        {"no serial number at all", device + product + disk, "No USB!"},
-        {"no device line", product + serial + disk, "No USB!"},
-        {"no product", device + "P:  Vendor=0781\n" + serial + disk, "No USB!"},
-        {"version cut short", "D:  Ver=\n" + product + serial + disk, "No USB!"},
-        {"empty", " ", "No USB!"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(listOf(row.devices), row.list) << row.what;
+    const std::string stick = "3.00,0781,5567,4C53;", none = "No USB!";
+    EXPECT_EQ(listOf(hub), none);
+    EXPECT_EQ(listOf(hub + device + product + serial + disk), stick);
+    EXPECT_EQ(listOf(hub + device + product + disk), "3.00,0781,5567,ehci;") << "the one before";
+    EXPECT_EQ(listOf(device + product + disk), none) << "no serial number at all";
+    EXPECT_EQ(listOf(product + serial + disk), none);
+    EXPECT_EQ(listOf(device + "P:  Vendor=0781\n" + serial + disk), none);
+    EXPECT_EQ(listOf("D:  Ver=\n" + product + serial + disk), none);
     // An entry that does not fit is dropped whole; the ones before it stay.
     const std::string two = device + product + serial + disk + disk;
-    EXPECT_EQ(listOf(two, 40), "3.00,0781,5567,4C53;");
-    EXPECT_EQ(listOf(two, 20), "No USB!");
+    EXPECT_EQ(listOf(two), stick + stick);
+    EXPECT_EQ(listOf(two, 40), stick);
+    EXPECT_EQ(listOf(two, 20), none);
 }
 
 }  // namespace

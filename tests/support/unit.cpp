@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <net/if.h>
-#include <poll.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -16,55 +15,25 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 
 namespace fs = std::filesystem;
 
-namespace {
-
-std::string readAll(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
+std::string readFile(const fs::path& file) {
+    std::ostringstream content;
+    content << std::ifstream(file, std::ios::binary).rdbuf();
+    return content.str();
 }
 
-// Starts the simulator with its standard output in a pipe; returns the pipe's reading end.
-int startSimulator(const std::vector<std::string>& words, pid_t* child) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
-        throw std::runtime_error("pipe");
-    *child = fork();
-    if (*child == 0) {
-        dup2(ends[1], STDOUT_FILENO);
-        std::vector<char*> arguments;
-        for (const std::string& word : words)
-            arguments.push_back(const_cast<char*>(word.c_str()));
-        arguments.push_back(nullptr);
-        execv(arguments[0], arguments.data());
-        _exit(127);
-    }
-    close(ends[1]);
-    return ends[0];
-}
-
-std::string readLine(int fd, int milliseconds) {
-    std::string line;
-    char byte = 0;
-    pollfd wait = {fd, POLLIN, 0};
-    while (poll(&wait, 1, milliseconds) == 1 && read(fd, &byte, 1) == 1 && byte != '\n')
-        line += byte;
-    return line;
-}
-
-}  // namespace
-
-Unit::Unit(const std::vector<StateFile>& prepare, const std::vector<std::string>& arguments)
-    : arguments_(arguments) {
+Unit::Unit(const std::vector<StateFile>& prepare, const std::vector<std::string>& arguments) {
     char name[] = "/tmp/mfgp-unit-XXXXXX";
     if (mkdtemp(name) == nullptr)
         throw std::runtime_error("mkdtemp");
     root_ = name;
+    // The shell's pid comes first and becomes the simulator's.
+    line_ =
+        "echo $$; exec " MFGP_SIM " up --daemon " MFGPD " --net shared --state " + root_.string();
+    for (const std::string& argument : arguments)
+        line_ += " " + argument;
     for (const auto& [file, content] : prepare)
         write(file, content);
     start();
@@ -76,34 +45,28 @@ Unit::~Unit() {
 }
 
 void Unit::start() {
-    std::vector<std::string> words = {MFGP_SIM,   "up",  "--state", root_.string(),
-                                      "--daemon", MFGPD, "--net",   "shared"};
-    words.insert(words.end(), arguments_.begin(), arguments_.end());
-    const int out = startSimulator(words, &simulator_);
-    const std::string line = readLine(out, 20000);
-    close(out);
-    const size_t pid = line.rfind("pid ");
-    if (line.find("ready") == std::string::npos || pid == std::string::npos) {
+    output_ = popen(line_.c_str(), "re");
+    char ready[512] = {};
+    if (fscanf(output_, "%d ", &simulator_) != 1 ||
+        fgets(ready, sizeof ready, output_) == nullptr) {
         constexpr int kCannotBeDone = 77;
-        int status = 0;
-        kill(simulator_, SIGTERM);
-        waitpid(simulator_, &status, 0);
-        if (WIFEXITED(status) && WEXITSTATUS(status) == kCannotBeDone) {
-            fs::remove_all(root_);
+        const int status = pclose(output_);
+        const std::string said = errors();
+        fs::remove_all(root_);
+        if (WEXITSTATUS(status) == kCannotBeDone)
             throw UnitImpossible("this machine cannot run such a unit");
-        }
-        throw std::runtime_error("the simulated unit did not start: " + line + errors());
+        throw std::runtime_error("the simulated unit did not start: " + said);
     }
-    daemon_ = std::stoi(line.substr(pid + 4));
+    daemon_ = std::stoi(strstr(ready, "pid ") + 4);
     callsSeen_ = traceSeen_ = errorsSeen_ = 0;
 }
 
 void Unit::stop() {
-    if (simulator_ <= 0)
+    if (output_ == nullptr)
         return;
     kill(simulator_, SIGTERM);
-    waitpid(simulator_, nullptr, 0);
-    simulator_ = -1;
+    pclose(output_);
+    output_ = nullptr;
 }
 
 bool Unit::running() const {
@@ -115,10 +78,6 @@ void Unit::write(const std::string& inUnit, const std::string& content) const {
     std::ofstream(path(inUnit), std::ios::binary) << content;
 }
 
-std::string Unit::read(const std::string& inUnit) const {
-    return readAll(path(inUnit));
-}
-
 void Unit::fault(const std::string& tool, const std::string& snippet) const {
     write("/fault/" + tool, snippet + "\n");
 }
@@ -126,7 +85,7 @@ void Unit::fault(const std::string& tool, const std::string& snippet) const {
 void Unit::allowPipes(bool allowed) const {
     // On its way back to the wait the daemon looks at the mode, with a descriptor of that moment.
     const std::string process = "/proc/" + std::to_string(daemon_);
-    while (running() && readAll(process + "/stat").find(") S ") == std::string::npos)
+    while (running() && readFile(process + "/stat").find(") S ") == std::string::npos)
         usleep(1000);
     rlimit limit = {};
     prlimit(daemon_, RLIMIT_NOFILE, nullptr, &limit);
@@ -156,14 +115,6 @@ std::vector<std::string> Unit::calls() {
     return calls;
 }
 
-std::string Unit::trace() {
-    return since("/log/stdout", &traceSeen_);
-}
-
-std::string Unit::errors() {
-    return since("/log/stderr", &errorsSeen_);
-}
-
 std::string withoutLines(std::string trace) {
     for (size_t at = 0; (at = trace.find("():", at)) != std::string::npos; at += 3)
         trace.replace(at + 3, trace.find(']', at) - at - 3, "%");
@@ -186,19 +137,17 @@ std::string errorLine(int code, const std::string& message) {
 }
 
 void enterOwnNetwork() {
-    const uid_t user = getuid();
-    const gid_t group = getgid();
-    const int spaces = user == 0 ? CLONE_NEWNET : CLONE_NEWUSER | CLONE_NEWNET;
-    if (unshare(spaces) != 0) {
+    const std::string user = std::to_string(getuid()), group = std::to_string(getgid());
+    const bool root = getuid() == 0;
+    if (unshare(root ? CLONE_NEWNET : CLONE_NEWUSER | CLONE_NEWNET) != 0) {
         // Held open, and with it the lock, until the process ends.
-        const int lock = open("/tmp/mfgpd-tests.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-        flock(lock, LOCK_EX);
+        flock(open("/tmp/mfgpd-tests.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666), LOCK_EX);
         return;
     }
-    if (user != 0) {
+    if (!root) {
         std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+        std::ofstream("/proc/self/uid_map") << "0 " + user + " 1";
+        std::ofstream("/proc/self/gid_map") << "0 " + group + " 1";
     }
     ifreq loopback = {};
     strcpy(loopback.ifr_name, "lo");

@@ -1,6 +1,9 @@
 // A unit under test: the real daemon in a fresh simulated unit, reached over the loopback.
 #pragma once
 
+#include <sys/types.h>
+
+#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -15,6 +18,8 @@ struct StateFile {
 struct UnitImpossible : std::runtime_error {
     using runtime_error::runtime_error;
 };
+
+std::string readFile(const std::filesystem::path& file);
 
 class Unit {
   public:
@@ -34,7 +39,7 @@ class Unit {
     // Files of the unit by their path in it ("/fw/MAC").
     std::filesystem::path path(const std::string& inUnit) const { return root_ / inUnit.substr(1); }
     void write(const std::string& inUnit, const std::string& content) const;
-    std::string read(const std::string& inUnit) const;
+    std::string read(const std::string& inUnit) const { return readFile(path(inUnit)); }
     bool exists(const std::string& inUnit) const { return std::filesystem::exists(path(inUnit)); }
     void remove(const std::string& inUnit) const { std::filesystem::remove_all(path(inUnit)); }
 
@@ -49,14 +54,15 @@ class Unit {
     // The tool calls since the last time this was asked, one "tool arguments" each.
     std::vector<std::string> calls();
     // What the daemon has written to standard output or error since the last time.
-    std::string trace();
-    std::string errors();
+    std::string trace() { return since("/log/stdout", &traceSeen_); }
+    std::string errors() { return since("/log/stderr", &errorsSeen_); }
 
   private:
     std::string since(const std::string& file, size_t* offset) const;
 
     std::filesystem::path root_;
-    std::vector<std::string> arguments_;
+    std::string line_;  // starts the simulator
+    FILE* output_ = nullptr;
     pid_t simulator_ = -1;
     pid_t daemon_ = -1;
     size_t callsSeen_ = 0;
