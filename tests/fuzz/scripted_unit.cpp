@@ -31,7 +31,12 @@ struct Scratch {
             fs::create_directories(name + folder);
     }
     ~Scratch() { fs::remove_all(name); }
-} scratch;
+};
+
+std::string placeOf(std::string_view path) {
+    static const Scratch scratch;
+    return scratch.name + std::string(path);
+}
 
 bool entered;
 bool allFilesExist;
@@ -59,7 +64,8 @@ Outcome run(std::string_view line) {
     if (line.starts_with("rm /tmp/"))
         unlink(std::string(line.substr(3, line.find_first_of("; ", 3) - 3)).c_str());
     const size_t file = line.rfind("/tmp/");
-    const bool writes = line.find("flashkv -r") != line.npos || line.find("_group ") != line.npos;
+    const bool writes = line.find("flashkv -r") != std::string_view::npos ||
+                        line.find("_group ") != std::string_view::npos;
     if (writes && how != '0')
         layFile(line.substr(file, line.find(' ', file) - file), answer);
     return {true, how != '-', &outputs.back()};
@@ -79,16 +85,12 @@ InUnit::~InUnit() {
     entered = false;
 }
 
-std::string_view InUnit::log() const {
-    return said;
-}
-
 void layFile(std::string_view path, std::string_view content) {
-    std::ofstream(scratch.name + std::string(path), std::ios::binary) << content;
+    std::ofstream(placeOf(path), std::ios::binary) << content;
 }
 
 std::string readFile(std::string_view path) {
-    std::ifstream file(scratch.name + std::string(path), std::ios::binary);
+    std::ifstream file(placeOf(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -108,8 +110,8 @@ std::string answerToDatagram(ServiceContext* ctx) {
     size_t length = 0;
     const int result = mfgp_parserVerTwoOpt(ctx, &length);
     const std::string reply(reinterpret_cast<const char*>(ctx->replyBuf), length);
-    const std::string all = std::to_string(result) + ' ' + std::to_string(ctx->flags) + ' ' +
-                            std::to_string(ctx->peerBound) + '\n' + said + reply;
+    std::string all = std::to_string(result) + ' ' + std::to_string(ctx->flags) + ' ' +
+                      std::to_string(ctx->peerBound) + '\n' + said + reply;
     memcpy(ctx->recvBuf, reply.data(), length);
     require(length == 0 || mfgp_decode(ctx) == 0, "a reply has the right digest");
     return all;
@@ -166,14 +168,10 @@ void mfgp_traceAt(CallSite site, const char* format, ...) {
 
 namespace {
 
-std::string placeOf(const char* path) {
-    return scratch.name + path;
-}
-
 int makeTemporary(char* name, int (*make)(char*)) {
     std::string place = placeOf(name);
     const int fd = make(place.data());
-    place.copy(name, strlen(name), scratch.name.size());
+    place.copy(name, strlen(name), place.size() - strlen(name));
     return fd;
 }
 

@@ -15,7 +15,6 @@ std::string readFile(std::string_view path);
 struct InUnit {
     explicit InUnit(std::string_view answers = {}, bool filesExist = false);
     ~InUnit();
-    std::string_view log() const;  // what the daemon said and ran
 };
 
 // A context as the receiver prepares it for a datagram.
