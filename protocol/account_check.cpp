@@ -10,6 +10,7 @@ extern "C" {
 }
 
 #include "protocol/cipher.h"
+#include "protocol/lua_arena.h"
 
 // The bridge to the web controller. Its messages are printed bare and most end in "\r" without a
 // newline; log readers split at either.
@@ -175,7 +176,8 @@ const char* textOrDefault(const char* text) {
 }  // namespace
 
 int mfgp_checkAccount(ServiceContext* ctx) {
-    const std::unique_ptr<lua_State, LuaCloser> lua(luaL_newstate());
+    LuaArena arena;  // not zeroed
+    const std::unique_ptr<lua_State, LuaCloser> lua(mfgp_openLua(&arena));
     if (!lua) {
         printf("ERROR: luaL_newstate failed\r\n");
         return -1;

@@ -38,6 +38,8 @@ uint32_t mfgp_desEcb(const uint8_t* in, uint32_t length, uint8_t* out, uint32_t 
     if (in == nullptr || out == nullptr || key == nullptr || capacity < kCipherBlock ||
         length > capacity - kCipherBlock)
         return 0;
+    if (length == 0)
+        return 0;  // without the key schedule, which costs more than many a payload
     des_ctx des;
     des_set_key(&des, key);  // answers 0 for a weak key, but the schedule holds all the same
     const auto run = direction == CipherDirection::Encrypt ? des_encrypt : des_decrypt;

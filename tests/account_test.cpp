@@ -1,6 +1,14 @@
 // The account check through the real Lua: what the web controller may answer, and which key the
 // station then needs.
+<<<<<<< HEAD
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "tests/support/unit.h"
+#include "tests/support/wire.h"
+=======
 #include "tests/support/commands.h"
+>>>>>>> main
 
 namespace {
 
@@ -78,6 +86,40 @@ TEST(AccountCheck, WithoutAnyAccountTheKeyIsZero) {
     unit.start();
     unit.remove(kModule);
     EXPECT_TRUE(understood({.key = std::string(8, '\0')}));
+}
+
+// The state's memory is an array of the account check's own; these controllers need more than that.
+TEST(AccountCheck, AControllerMayNeedMuchMemory) {
+    Unit unit;
+    const std::string answer = "return {success = true, data = {username = u, password = 'p'}}";
+    const std::string text = "local s = string.rep('x', 40000) ";
+    const struct {
+        const char* what;
+        std::string body;
+        Account account;
+    } rows[] = {
+        {"one large text", text + "s = s .. s .. s local u = #s " + answer, {"120000", "p"}},
+        {"a growing table",
+         "local t = {} for i = 1, 50000 do t[i] = i end local u = #t " + answer,
+         {"50000", "p"}},
+        {"more garbage than there is memory",
+         text + "local u for i = 1, 3000 do u = #(s .. i) end " + answer,
+         {"40004", "p"}},
+        {"a fresh state", "local u = seen and 'old' or 'new' seen = true " + answer, {"new", "p"}},
+#ifndef __SANITIZE_ADDRESS__  // whose own memory no limit can hold
+        {"no end", text + "local t = {} while true do t[#t + 1] = s .. #t end", {"new", "p"}},
+        {"the next", "local u = seen and 'old' or 'new' seen = true " + answer, {"new", "p"}},
+#endif
+    };
+#ifndef __SANITIZE_ADDRESS__
+    constexpr rlim_t kAddresses = 64 << 20;
+    const rlimit limit = {kAddresses, kAddresses};
+    ASSERT_EQ(prlimit(unit.daemon(), RLIMIT_AS, &limit, nullptr), 0);
+#endif
+    for (const auto& row : rows) {
+        unit.write(kModule, moduleThat(row.body));
+        EXPECT_TRUE(understood(row.account)) << row.what << unit.trace();
+    }
 }
 
 }  // namespace

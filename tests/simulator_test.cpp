@@ -72,7 +72,8 @@ TEST(Simulator, StateIsKeptUntilItIsReset) {
     expect("calls", "", "0 fwinfo FW_ID\n");
     unit.stop();
     expect("exec", "-- true", "1 mfgp-sim: no unit is running on /tmp/");
-    expect("up", "--profile service", "1 mfgp-sim: a unit of the profile FG621 is kept in /tmp/");
+    expect("up", "--daemon " MFGPD " --profile service",
+           "1 mfgp-sim: a unit of the profile FG621 is kept in /tmp/");
     expect("reset", "--profile nothing", "2 mfgp-sim: there is no profile nothing");
     unit.start();
     EXPECT_EQ(unit.read("/fw/FW_ID") + unit.read("/modem/kind"), "editedFG621\n");
@@ -85,13 +86,14 @@ TEST(Simulator, StateIsKeptUntilItIsReset) {
 
 TEST(Simulator, EndsCleanlyOnASignal) {
     constexpr char kScript[] =
-        "bash -c 'coproc env --default-signal $0 up --daemon $1 --state $2; p=$COPROC_PID;"
+        "bash -c 'coproc env --default-signal $0 up --daemon $1 --state $2 --runner \"$4\"; "
+        "p=$COPROC_PID;"
         " read -r line <&${COPROC[0]}; kill -$3 $p; wait $p; echo $?; ! kill -0 ${line##* } 2>&-' ";
     Unit unit;
     unit.stop();
     const std::string words = MFGP_SIM " " MFGPD " " + unit.path("/").string() + " ";
     for (const char* name : {"TERM", "INT", "HUP"})
-        EXPECT_EQ(run(kScript + words + name), "0 0\n") << name;
+        EXPECT_EQ(run(kScript + words + name + " '" MFGP_RUNNER "'"), "0 0\n") << name;
 }
 
 }  // namespace

@@ -130,7 +130,11 @@ TEST(Task, OutlivesTheReaderOfItsLog) {
 TEST(Task, EndsAtOnceWhenThePortIsTaken) {
     const Station holder({}, "127.0.0.1", 1040);
     script = {};
-    EXPECT_EQ(runTask(), "[Error][errCode: -10103][errMsg: failed to bind socket]|[errno: 62]\n");
+    char expected[96];
+    constexpr char kForm[] =
+        "[Error][errCode: -10103][errMsg: failed to bind socket]|[errno: %x]\n";
+    snprintf(expected, sizeof expected, kForm, EADDRINUSE);
+    EXPECT_EQ(runTask(), expected);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 /* Reads configuration files and uncommitted changes into the tree. */
 #include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
 
 #include "uci_tree.h"
 
@@ -266,32 +268,52 @@ static int read_change_text(struct reader* r, struct uci_package* package) {
 
 /* --- files --- */
 
+/*
+ * Reads an open file whole into *text, whose length it returns; -1 when that is not possible. There
+ * is room behind the text for its terminator and for the words that are cut from it.
+ */
+static ssize_t read_whole(int fd, char** text) {
+    size_t used = 0;
+    for (size_t size = 4096; size <= MAX_FILE_SIZE; size *= 2) {
+        char* const larger = realloc(*text, 2 * size + 2);
+        if (larger == NULL)
+            return -1;
+        *text = larger;
+        const ssize_t length = read(fd, *text + used, size - used);
+        if (length < 0)
+            return -1;
+        used += (size_t)length;
+        if (used < size)
+            return (ssize_t)used;
+    }
+    errno = EFBIG;
+    return -1;
+}
+
 static int read_into(struct uci_context* ctx, struct uci_package* package, const char* directory,
                      int (*read_text)(struct reader*, struct uci_package*)) {
     char path[4096];
-    struct stat status;
     const int length = snprintf(path, sizeof path, "%s/%s", directory, package->e.name);
-    /* Opening anything but a regular file might block. */
-    if (length < 0 || (size_t)length >= sizeof path || stat(path, &status) != 0 ||
-        !S_ISREG(status.st_mode))
+    if (length < 0 || (size_t)length >= sizeof path)
         return UCI_ERR_NOTFOUND;
-    if (status.st_size > MAX_FILE_SIZE)
-        return UCI_ERR_IO;
-    FILE* file = fopen(path, "re");
-    if (file == NULL)
-        return errno == ENOENT ? UCI_ERR_NOTFOUND : UCI_ERR_IO;
-
-    const size_t size = (size_t)status.st_size;
-    char* text =
-        malloc(2 * (size + 2)); /* the text up to any zero byte, then the words cut from it */
-    int err = UCI_ERR_MEM;
-    if (text != NULL) {
-        text[fread(text, 1, size, file)] = '\0';
-        struct reader r = {ctx, text, text, 1, text + size + 2};
-        err = ferror(file) ? UCI_ERR_IO : read_text(&r, package);
+    /* Opening a pipe would wait for a writer. */
+    const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return errno == ENOENT || errno == ENOTDIR ? UCI_ERR_NOTFOUND : UCI_ERR_IO;
+    char* text = NULL;
+    const ssize_t size = read_whole(fd, &text);
+    int err = UCI_ERR_IO;
+    if (size >= 0) {
+        text[size] = '\0';
+        struct reader r = {ctx, text, text, 1, text + size + 1};
+        err = read_text(&r, package);
+    } else if (errno == EISDIR) {
+        err = UCI_ERR_NOTFOUND;
+    } else if (errno == ENOMEM) {
+        err = UCI_ERR_MEM;
     }
     free(text);
-    fclose(file);
+    close(fd);
     return err;
 }
 

@@ -1,0 +1,77 @@
+// Sends one request again and again, each when the last one is answered, and prints the median time
+// to the answer in nanoseconds.
+//
+//   bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+#include "station/message.h"
+
+namespace {
+
+// Every run is the same station to the daemon.
+constexpr uint16_t kOwnPort = 1041;
+
+int connectedSocket(uint16_t port) {
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    const timeval patience = {5, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(kOwnPort);
+    const int bound = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    address.sin_port = htons(port);
+    if (bound == 0 && connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
+        return fd;
+    perror("bench-client: socket");
+    exit(1);
+}
+
+// Returns the length of the reply; 0 without one.
+size_t exchange(int fd, const station::Bytes& request, station::Bytes* reply) {
+    if (send(fd, request.data(), request.size(), 0) < 0)
+        return 0;
+    const ssize_t length = recv(fd, reply->data(), reply->size(), 0);
+    return length < 0 ? 0 : static_cast<size_t>(length);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 6) {
+        fprintf(stderr, "usage: bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES\n");
+        return 2;
+    }
+    const int fd = connectedSocket(static_cast<uint16_t>(atoi(argv[1])));
+    const size_t count = strtoul(argv[2], nullptr, 10);
+    const station::Key key = station::keyOf("", "");
+    const station::Bytes request = station::buildRequest(
+        {static_cast<uint8_t>(atoi(argv[3])), static_cast<uint8_t>(atoi(argv[4])),
+         station::Bytes(strtoul(argv[5], nullptr, 10), 'b')},
+        1, key);
+    station::Bytes reply(65536);
+    std::vector<long> times;
+    for (size_t i = 0; i < count; i++) {
+        const auto start = std::chrono::steady_clock::now();
+        const size_t length = exchange(fd, request, &reply);
+        times.push_back((std::chrono::steady_clock::now() - start).count());
+        // The first is read in full, the others only looked at: reading is not what is measured.
+        const bool whole = i > 0 || station::openReply(reply.data(), length, key).reading ==
+                                        station::Reading::Whole;
+        if (length < kHeaderSize || !whole || mfgp_info(reply.data()) != kInfoSuccess) {
+            fprintf(stderr, "bench-client: request %zu was not answered as it should\n", i);
+            return 1;
+        }
+    }
+    const auto middle = times.begin() + static_cast<ptrdiff_t>(count / 2);
+    std::nth_element(times.begin(), middle, times.end());
+    printf("%ld\n", *middle);
+    return 0;
+}

@@ -1,0 +1,19 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+
+# The feed's check calls this with the package's name and version once it is installed.
+set -e
+
+case "$1" in
+mfgpd)
+	# It takes no arguments and runs until nobody has asked for 10 minutes: see that it listens.
+	start-stop-daemon -S -b -x /usr/sbin/mfgpd
+	sleep 2
+	listens="$(grep -c '^ *[0-9]*: 00000000:0410 ' /proc/net/udp || true)"
+	start-stop-daemon -K -x /usr/sbin/mfgpd
+	[ "$listens" = 1 ]
+	;;
+mfgp-station)
+	mfgp-station --version | grep -F "$2"
+	;;
+esac

@@ -1,0 +1,73 @@
+#include "protocol/lua_arena.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr size_t kAlignment = 8;
+
+constexpr size_t roundUp(size_t size) {
+    return (size + kAlignment - 1) & ~(kAlignment - 1);
+}
+
+bool holds(const LuaArena* arena, const void* block) {
+    return reinterpret_cast<uintptr_t>(block) - reinterpret_cast<uintptr_t>(arena->bytes) <
+           sizeof arena->bytes;
+}
+
+// The next bytes of the array, or a block from malloc. From the first such on Lua collects its
+// garbage as usual.
+void* take(LuaArena* arena, size_t size) {
+    if (size <= sizeof arena->bytes - arena->used) {
+        void* const block = arena->bytes + arena->used;
+        arena->used += roundUp(size);
+        return block;
+    }
+    if (arena->lua != nullptr)
+        lua_gc(arena->lua, LUA_GCRESTART, 0);  // sets a number, touches no memory
+    arena->lua = nullptr;
+    return malloc(size);
+}
+
+// Lua's allocator function (lua_Alloc).
+void* allocate(void* place, void* block, size_t oldSize, size_t newSize) {
+    auto* const arena = static_cast<LuaArena*>(place);
+    const bool ours = block != nullptr && holds(arena, block);
+    if (newSize == 0) {
+        if (!ours)
+            free(block);
+        return nullptr;
+    }
+    if (block == nullptr)
+        return take(arena, newSize);
+    if (!ours)
+        return realloc(block, newSize);
+    if (newSize <= oldSize)
+        return block;
+    void* const moved = take(arena, newSize);
+    if (moved != nullptr)
+        memcpy(moved, block, oldSize);
+    return moved;
+}
+
+int panic(lua_State* lua) {
+    const char* const text = lua_tolstring(lua, -1, nullptr);
+    fprintf(stderr, "PANIC: unprotected error in call to Lua API (%s)\n",
+            text != nullptr ? text : "");
+    return 0;
+}
+
+}  // namespace
+
+lua_State* mfgp_openLua(LuaArena* arena) {
+    lua_State* const lua = lua_newstate(allocate, arena);
+    if (lua == nullptr)
+        return nullptr;
+    lua_atpanic(lua, panic);
+    lua_gc(lua, LUA_GCSTOP, 0);
+    arena->lua = lua;
+    return lua;
+}
