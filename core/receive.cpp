@@ -39,7 +39,7 @@ int handleDatagram(ServiceContext* ctx, const sockaddr_in& sender, size_t* reply
         *replyLength = kShortReplySize;
         return 0;
     }
-    if (!checkPeer(ctx, sender))
+    if (checkPeer(ctx, sender) == 0)
         return refusePeer(ctx, replyLength);
     ctx->lastBeat = mfgp_clock();
     return mfgp_parserVerTwoOpt(ctx, replyLength);

@@ -13,7 +13,8 @@
 
 namespace {
 
-int formatArguments(char* line, size_t size, const char* format, va_list arguments) {
+[[gnu::format(printf, 3, 0)]] int formatArguments(char* line, size_t size, const char* format,
+                                                  va_list arguments) {
     const int length = vsnprintf(line, size, format, arguments);
     if (length >= 0 && static_cast<size_t>(length) < size)
         return 0;

@@ -90,7 +90,7 @@ int fxApp_lua_call_luci(lua_State* lua) {
     lua_getfield(lua, -1, "success");
     const int success = lua_toboolean(lua, -1);
     lua_settop(lua, -2);
-    if (!success) {
+    if (success == 0) {
         printf("ERROR: success != true\r");
         return -1;
     }

@@ -75,7 +75,7 @@ void readHeader(const uint8_t* datagram, Reply* reply) {
 }  // namespace
 
 Key keyOf(const std::string& user, const std::string& password) {
-    Key key;
+    Key key = {};
     mfgp_deriveKey(key.bytes, accountText(user).c_str(), accountText(password).c_str());
     return key;
 }

@@ -2,10 +2,16 @@
 // linked in place of the daemon's and the C library's, so that half an hour takes no time.
 #include "core/task.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/select.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <iterator>
 
 #include "core/clock.h"
 #include "core/produce_mode.h"
@@ -88,6 +94,37 @@ TEST(Task, WaitsByModeAndForgetsASilentStation) {
     EXPECT_EQ(turn, script.size());
     EXPECT_EQ(handled, 4);
     EXPECT_EQ(flagsSeen, 0x7F0FEU);
+}
+
+std::string contentOf(const std::string& file) {
+    std::ifstream in(file);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(Task, OutlivesTheReaderOfItsLog) {
+    int log[2];
+    ASSERT_EQ(pipe2(log, O_CLOEXEC), 0);
+    close(log[0]);
+    const pid_t daemon = fork();
+    if (daemon == 0) {
+        dup2(log[1], STDOUT_FILENO);
+        execl(MFGPD, MFGPD, nullptr);
+        _exit(127);
+    }
+    while (waitpid(daemon, nullptr, WNOHANG) == 0 &&
+           contentOf("/proc/net/udp").find(":0410 ") == std::string::npos)
+        usleep(1000);
+    const Station station;
+    station.send("\1");
+    EXPECT_TRUE(station.receive(2000));
+    // What is ignored would be ignored in every tool too.
+    const std::string status = contentOf("/proc/" + std::to_string(daemon) + "/status");
+    const size_t ignored = status.find("SigIgn:");
+    ASSERT_NE(ignored, std::string::npos);
+    EXPECT_EQ(std::stoull(status.substr(ignored + 8), nullptr, 16) >> (SIGPIPE - 1) & 1, 0U);
+    kill(daemon, SIGTERM);
+    waitpid(daemon, nullptr, 0);
+    close(log[1]);
 }
 
 TEST(Task, EndsAtOnceWhenThePortIsTaken) {

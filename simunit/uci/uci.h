@@ -114,7 +114,7 @@ int uci_set_confdir(struct uci_context* ctx, const char* dir);
 int uci_set_savedir(struct uci_context* ctx, const char* dir);
 
 /* UCI_ERR_DUPLICATE when the package is loaded already. */
-int uci_load(struct uci_context* ctx, const char* name, struct uci_package** package);
+int uci_load(struct uci_context* ctx, const char* name, struct uci_package** out);
 int uci_unload(struct uci_context* ctx, struct uci_package* package);
 
 /*
