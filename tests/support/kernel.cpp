@@ -17,7 +17,7 @@ namespace {
 
 // By kind.
 const std::vector<unsigned> kCalls[] = {
-#ifdef SYS_fork
+#ifdef __x86_64__
     {SYS_clone, SYS_clone3, SYS_fork, SYS_vfork}, {SYS_wait4}, {SYS_pselect6, SYS_select}};
 #else
     {SYS_clone, SYS_clone3}, {SYS_wait4}, {SYS_pselect6}};
