@@ -56,7 +56,7 @@ class Station {
 
     void send(const std::string& datagram) const;
     // The next datagram within the time, or none.
-    std::optional<std::string> receive(int milliseconds = 10000) const;
+    std::optional<std::string> receive(int milliseconds = 30000) const;
 
     // Sends the request and opens the reply.
     Answer ask(const Request& request) const;
