@@ -121,24 +121,21 @@ TEST(StationClient, NamesWhatIsWrong) {
 
 TEST(StationClient, RepeatsReadsOnly) {
     Unit unit;
-    const Relay lossy(unit, 1050, 2);
-    expectRows({{"--port 1050 --timeout 1 -o json get mac", 0, "\"tries\":3}"},
-                {"--port 1050 release", 0, "OK\n"}});
-    const Relay deaf(unit, 1051, 1);
-    expectRows({
-        {"--port 1051 --timeout 0.5 set device-id abc", 3,
-         "(1 try); it was sent once and may have"},
-        {"--port 1051 get device-id", 0, "abc\n"},
-        {"--port 1051 set device-id abd", 1, "failed"},
-        {"--port 1051 --timeout 0.1 --deadline 0.5 --retries 9 wait", 0, "OK\n"},
-    });
-    kill(unit.daemon(), SIGSTOP);  // the requests wait in its socket
-    expectRows({{"--port 1051 --timeout 0.1 --retries 2 set oem-id x", 3, "`get oem-id` tells"},
-                {"--port 1051 --timeout 0.2 --retries 1 get mac", 3, "(2 tries)"},
-                {"--port 1051 --deadline 0.2 get mac", 3, "within 0.2 s (1 try)"},
-                {"--port 1051 --deadline 0.3 --timeout 0.1 wait", 3, "(3 tries)"},
-                {"--port 1051 --deadline 0.3 sheet", 3, "! no answer"}});
+    // While the daemon stands still, requests wait in its socket.
+    const std::string stop = "kill -STOP " + std::to_string(unit.daemon()) + "; ";
+    const std::string later = "{ sleep 0.5; kill -CONT " + std::to_string(unit.daemon()) + "; } & ";
+    const std::string late = stop + later + "$station --timeout 0.2 ";
+    EXPECT_NE(shell(late + "-o json get mac").output.find("\"tries\":3}"), std::string::npos);
+    EXPECT_EQ(shell(late + "--deadline 2 --retries 9 wait").output, "OK\n");
+    shell(stop);
+    expectRows({{"--timeout 0.1 set oem-id x", 3, "(1 try); it was sent once and may have"},
+                {"--timeout 0.1 --retries 2 set oem-id y", 3, "`get oem-id` tells"},
+                {"--timeout 0.1 --retries 1 get mac", 3, "(2 tries)"},
+                {"--deadline 0.2 get mac", 3, "within 0.2 s (1 try)"},
+                {"--deadline 0.3 --timeout 0.1 wait", 3, "(3 tries)"},
+                {"--deadline 0.3 sheet", 3, "! no answer"}});
     kill(unit.daemon(), SIGCONT);
+    expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
 
 constexpr char kReply[] =
