@@ -45,11 +45,9 @@ struct Row {
     string argument;
     int code;
     string message;
-    string denied;  // without a free descriptor, a process, room in /tmp, a /tmp to write to: fails
-                    // (F) or works (+)
+    string denied;  // under FaultsOfTheSystem: fails (F) or works (+)
     std::vector<Tool> tools;
-    string changes =
-        {};  // the partition that the command writes, once in a run unless it is the reset
+    string changes = {};  // the partition that is written, once in a run unless it is the reset
 };
 
 // clang-format off
@@ -68,7 +66,8 @@ const Row kRows[] = {
     {71, "", -10332, "get fw version failed", "FF++", {{"fwinfo", "", x(64)}}},
     {72, "", -10339, "get model name failed", "FF++", {{"fwinfo", "", x(64)}}},
     {78, "", -10337, "get Groupinfo failed", "FF++", {{"fwinfo", R"({ "key": "", "gid": "", "pack": 0 })", kFails}}},
-    {91, "", -10351, "get imei failed", "FF++", {{"fwinfo", kNines, kNines}, {"uci", kFails, kImei}, {"atcon", kNines, kImei}, {"cellcli", kNines, kNines, "FG621"}}},
+    {91, "", -10351, "get imei failed", "FF++",
+     {{"fwinfo", kNines, kNines}, {"uci", kFails, kImei}, {"atcon", kNines, kImei}, {"cellcli", kNines, kNines, "FG621"}}},
     {135, "", -10335, "get config for check failed", "FF++", {{"fwinfo", "", x(63)}}},
     {104, kGear, -10300, "Set Fan Control Error", "FF++", {{"fwinfo", "", ""}, {"main_fanctrl", "", ""}}},
     {106, "", -10344, "get card state failed", "FF++", {{"uci", "", x(3)}}},
@@ -79,7 +78,8 @@ const Row kRows[] = {
     {112, "1-3-0-60-1-19850", -10352, "set antenna failed", "FF++", {{"uci", kFails, kFails}}},
     {114, "1", -10354, "set antenna FTM failed", "FF++", {{"uci", kFails, kFails}, {"atcon", "", ""}}},
     {115, "", -10355, "get antenna FTM failed", "FF++", {{"uci", kFails, kFails}, {"atcon", kFails, "0\n"}}},
-    {116, "", -10356, "get lte soft version failed", "FF++", {{"uci", kFails, kFails}, {"atcon", kFails, "11.22.33.44"}, {"cellcli", kFails, "11.22.33.44", "FG621"}}},
+    {116, "", -10356, "get lte soft version failed", "FF++",
+     {{"uci", kFails, kFails}, {"atcon", kFails, "11.22.33.44"}, {"cellcli", kFails, "11.22.33.44", "FG621"}}},
     {131, kRssi, -10357, "get wifi rssi error", "FF++", {{"uci", "-128", "-128"}, {"wifistats", "-128", "6"}}},
     {92, "", -10341, "QLog failed to start!", "+F++", {{"QLog", "", ""}}},
     {94, "1", -10343, "ExtAntenna failed to change!", "FF++", {{"reload_config", kFails, ""}, {"uci", "", ""}}},
