@@ -7,8 +7,8 @@
 // being carried out.
 class Injection {
   public:
-    // `calls` and `answer` in strace's words: "wait4", "error=EINTR:when=1". Those that were met are
-    // written to the unit's /strace. Throws UnitImpossible where no process may trace another.
+    // `calls` and `answer` in strace's words: "wait4", "error=EINTR:when=1". Those that are met
+    // stand in the unit's /strace. Throws UnitImpossible where no process may trace another.
     Injection(const Unit& unit, const std::string& calls, const std::string& answer);
     ~Injection();
     Injection(const Injection&) = delete;
@@ -20,4 +20,4 @@ class Injection {
 };
 
 inline const std::string kForks = "clone,?clone3,?fork,?vfork";
-inline const std::string kSelects = "pselect6,?select";
+inline const std::string kSelects = "pselect6,?pselect6_time64,?select,?_newselect";
