@@ -154,6 +154,7 @@ def ratios(result):
             (count["processes_get_firmware"] - count["processes_get_firmware_line"], 0, True),
         f"memory growth from request 1,000 to {life['requests']:,}, KB":
             (life["resident_kb"] - life["resident_kb_at_1000"], 0, True),
+        "resident memory at the end, MB": (life["resident_kb"] * 1.024 / 1000, 2.5, False),
         "heartbeat, of the arena floor": (of("heartbeat", "arena floor"), 1.15, False),
         "heartbeat of 44,960 bytes, of the arena floor":
             (of("heartbeat, 44,960 bytes", "arena floor, 44,960 bytes"), 1.10, False),
@@ -208,7 +209,7 @@ def table(result):
 def machine():
     model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
     return {"processor": model.group(1) if model else platform.machine(), "cores": os.cpu_count(),
-            "kernel": platform.release(), "load": os.getloadavg()[0]}
+            "kernel": ".".join(platform.release().split(".")[:2]), "load": os.getloadavg()[0]}
 
 
 def main():

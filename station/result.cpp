@@ -13,7 +13,7 @@ namespace {
 std::string timeText(std::chrono::system_clock::time_point time) {
     const auto milliseconds =
         std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
-    const time_t seconds = milliseconds / 1000;
+    const auto seconds = static_cast<time_t>(milliseconds / 1000);
     tm parts = {};
     gmtime_r(&seconds, &parts);
     char text[64];
