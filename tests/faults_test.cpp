@@ -49,16 +49,20 @@ struct Row {
     string changes = {};  // the partition that is written, once in a run unless it is the reset
 };
 
-// Of commands that share their code the first; the others differ in what their own tests tell.
 // clang-format off
 const Row kRows[] = {
     {10, "", -10330, "get Product ID failed", "FF++", {{"fwinfo", "00000000", x(16)}}},
     {53, "", -10316, "get device ID failed", "FF++", {{"fwinfo", "", x(64)}}},
     {55, "", -10320, "get mac failed", "FF++", {{"fwinfo", "", x(17)}}},
+    {56, "", -10321, "get fw ID failed", "FF++", {{"fwinfo", "", x(64)}}},
+    {57, "", -10322, "get fw ID failed", "FF++", {{"fwinfo", "", x(64)}}},
+    {59, "", -10324, "get OEM ID failed", "FF++", {{"fwinfo", "", x(64)}}},
+    {66, "", -10328, "get Country Code failed", "FF++", {{"fwinfo", "UN", x(64)}}},
     {58, "", -10323, "get hw desc failed", "FF++", {{"fwinfo", "", x(31) + " " + x(31)}}},
     {64, "", -10326, "get special ID failed", "FF++", {{"fwinfo", "UN", ""}}},
     {68, "", -10331, "get SSID failed", "FF++", {{"fwinfo", "", x(64)}}},
     {70, "", -10333, "get hw version failed", "FF++", {{"fwinfo", "", x(64)}}},
+    {71, "", -10332, "get fw version failed", "FF++", {{"fwinfo", "", x(64)}}},
     {72, "", -10339, "get model name failed", "FF++", {{"fwinfo", "", x(64)}}},
     {78, "", -10337, "get Groupinfo failed", "FF++", {{"fwinfo", R"({ "key": "", "gid": "", "pack": 0 })", kFails}}},
     {91, "", -10351, "get imei failed", "FF++",
@@ -66,6 +70,8 @@ const Row kRows[] = {
     {135, "", -10335, "get config for check failed", "FF++", {{"fwinfo", "", x(63)}}},
     {104, kGear, -10300, "Set Fan Control Error", "FF++", {{"fwinfo", "", ""}, {"main_fanctrl", "", ""}}},
     {106, "", -10344, "get card state failed", "FF++", {{"uci", "", x(3)}}},
+    {107, "", -10345, "get card conn failed", "FF++", {{"uci", "", x(3)}}},
+    {109, "", -10347, "get card reg state failed", "FF++", {{"uci", "", x(8)}}},
     {108, "", -10346, "get card siglvl failed", "FF++", {{"uci", "", x(8)}}},
     {110, "", -10348, "get sim imei failed", "FF++", {{"atcon", "", kImei}}},
     {112, "1-3-0-60-1-19850", -10352, "set antenna failed", "FF++", {{"uci", kFails, kFails}}},
@@ -75,6 +81,7 @@ const Row kRows[] = {
      {{"uci", kFails, kFails}, {"atcon", kFails, "11.22.33.44"}, {"cellcli", kFails, "11.22.33.44", "FG621"}}},
     {131, kRssi, -10357, "get wifi rssi error", "FF++", {{"uci", "-128", "-128"}, {"wifistats", "-128", "6"}}},
     {92, "", -10341, "QLog failed to start!", "+F++", {{"QLog", "", ""}}},
+    {93, "", -10342, "QLog failed to stop!", "++++", {}},  // none runs
     {94, "1", -10343, "ExtAntenna failed to change!", "FF++", {{"reload_config", kFails, ""}, {"uci", "", ""}}},
     {50, "WIFI", -10331, "get SSID failed", "FF++", {{"/sbin/is_cal", kFails, kFails}}},
     {86, "", -10331, "get SSID failed", "FF++", {{"/sbin/is_cal", kFails, kFails}}},
@@ -93,6 +100,9 @@ const Row kRows[] = {
     {75, kMac, -10303, "set mac failed", "FFFF", {{"flashkv", "", ""}, {"mfgp_hook_setmac", "", ""}, {"/lib/essid/essid.sh", "", ""}}, "default-mac"},
     {90, "123456789012345", -10350, "set imei failed", "FFFF", {{"flashkv", "", ""}, {"atcon", "", ""}, {"uci", kFails, ""}}, "default-imei"},
     {60, "OEM", -10325, "set OEM ID failed", "FFFF", {{"flashkv", kFails, ""}}, kInfo},
+    {65, "NZ", -10327, "set Special ID failed", "FFFF", {{"flashkv", kFails, ""}}, kInfo},
+    {67, "DE", -10329, "set Country Code failed", "FFFF", {{"flashkv", kFails, ""}}, kInfo},
+    {82, "M60", -10327, "set model name failed", "FFFF", {{"flashkv", kFails, ""}}, kInfo},
     {77, kGroup, -10336, "set group failed", "FFFF", {{"flashkv", kFails, ""}, {"/bin/check_group", kFails, ""}}, kInfo},
     {73, "", -10300, "soft reset fail", "FF+F", {{"flashkv", kFails, ""}}, "user-config"},
 };

@@ -166,7 +166,7 @@ class HostileNetwork {
 };
 
 TEST(Hostile, NothingThatIsSentChangesTheDaemon) {
-    const long count = setting("MFGP_DATAGRAMS", kSanitized ? 10000 : 30000);
+    const long count = setting("MFGP_DATAGRAMS", kSanitized ? 20000 : 100000);
     const auto seed = static_cast<unsigned>(setting("MFGP_SEED", 20240517));
     std::cout << count << " datagrams, MFGP_SEED=" << seed << "\n";
     Unit unit;
