@@ -31,18 +31,44 @@ void showCount(const Series& series, const char* name) {
     showProgress(text + name);
 }
 
+std::string countOfLeft(const Series& series) {
+    if (series.total == 0)
+        return "";
+    return ", " + std::to_string(series.total - series.number) + " of " +
+           std::to_string(series.total) + " commands not sent";
+}
+
+// The exit code of a series that ends so; of all but its own end it tells.
+int codeOfEnd(const Series& series, LineEvent event) {
+    Outcome outcome = {series.code, ""};
+    if (event == LineEvent::TimedOut)
+        outcome = {kExitNoAnswer, "the deadline is over" + countOfLeft(series)};
+    else if (event == LineEvent::Interrupted)
+        outcome = interrupted("");
+    else if (event == LineEvent::Fault)
+        outcome = {kExitLocalFault, strerror(errno)};
+    if (!outcome.message.empty())
+        say(series.session->options.words[0] + ": " + outcome.message);
+    const bool isFirst = series.code == kExitDone || event == LineEvent::Interrupted;
+    return isFirst ? outcome.code : series.code;
+}
+
 // Prints the result. Returns true when the series goes on.
 bool take(Series* series, const Result& result) {
     const int code = series->last = result.outcome.code;
     print(result, Layout::Row, series->session->output);
     if (series->code == kExitDone || code > kExitInterrupted)
         series->code = code;
-    const bool over = code > kExitInterrupted || Clock::now() >= series->session->link.deadline ||
-                      !isWritten(*series->session->output);
+    const bool over = code > kExitInterrupted || !isWritten(*series->session->output);
     return !over && (code == kExitDone || series->keepGoing);
 }
 
+// Carries the order out unless the deadline is over. Returns true when the series goes on.
 bool carryOut(Series* series, const Order& order) {
+    if (Clock::now() >= series->session->link.deadline) {
+        series->code = codeOfEnd(*series, LineEvent::TimedOut);
+        return false;
+    }
     series->number++;
     showCount(*series, order.command->name);
     return take(series, execute(series->session, order));
@@ -84,7 +110,9 @@ std::string readOrders(const Series& series, LineReader* lines, std::vector<Orde
             *risky += (risky->empty() ? place : ", " + place) + order.command->name;
         orders->push_back(order);
     }
-    return event == LineEvent::Fault ? strerror(errno) : "";
+    if (event == LineEvent::Fault)
+        return strerror(errno);
+    return event == LineEvent::End ? "" : "interrupted";
 }
 
 int runFile(Series* series, LineReader* lines) {
@@ -122,21 +150,6 @@ bool runLine(Series* series, LineReader* lines, const std::string& line) {
         wrong = confirm(series->session, terminal, order.command->name);
     }
     return wrong.empty() ? carryOut(series, order) : take(series, unsent(words, wrong));
-}
-
-// The exit code of a stream that ends so; of all but its own end it tells.
-int codeOfEnd(const Series& series, LineEvent event) {
-    Outcome outcome = {series.code, ""};
-    if (event == LineEvent::TimedOut)
-        outcome = {kExitNoAnswer, "the deadline is over"};
-    else if (event == LineEvent::Interrupted)
-        outcome = interrupted("");
-    else if (event == LineEvent::Fault)
-        outcome = {kExitLocalFault, strerror(errno)};
-    if (!outcome.message.empty())
-        say("run: " + outcome.message);
-    const bool isFirst = series.code == kExitDone || event == LineEvent::Interrupted;
-    return isFirst ? outcome.code : series.code;
 }
 
 int runStream(Series* series, LineReader* lines) {

@@ -119,7 +119,8 @@ Result execute(Session* session, const Order& order) {
 void release(Session* session) {
     session->link.deadline = Clock::time_point::max();
     if (session->bound)
-        ask(&session->link, {kTypeCancelTest, 0, {}}, {1, 0});
+        ask(&session->link, {kTypeCancelTest, 0, {}},
+            {.tries = 1, .seconds = 0, .whateverTheSignal = true});
     session->bound = false;
 }
 
@@ -137,15 +138,16 @@ LineEvent readLine(Session* session, LineReader* reader, std::string* line) {
     const auto never = Clock::time_point::max();
     const auto deadline = session->link.deadline;
     const bool beats = session->bound && session->options.heartbeat > 0;
-    while (true) {
+    while (Clock::now() < deadline) {
         const auto end =
             std::min(deadline, beats ? secondsFromNow(session->options.heartbeat) : never);
         const LineEvent event = nextLine(reader, end == never ? -1 : millisecondsUntil(end), line);
-        if (event != LineEvent::TimedOut || Clock::now() >= deadline)
+        if (event != LineEvent::TimedOut)
             return event;
         if (beats)
             ask(&session->link, {kTypeHeartbeat, 0, {}}, {1, kPollSeconds});
     }
+    return LineEvent::TimedOut;
 }
 
 bool needsConfirmation(const Order& order, bool inBatch) {

@@ -46,6 +46,8 @@ TEST(Batch, CarriesOutALineAtATime) {
         {"set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\""},
         {"config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n"},
         {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
+        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "", "2 of 2 commands not sent"},
+        {"get mac", "-n --deadline 1e-9 run -", 3, "", "the deadline is over"},
         {"get mac", "run $file.none", 2, "ERROR ", "cannot read"},
     };
     for (const auto& row : rows) {
@@ -86,6 +88,11 @@ TEST(Batch, EndsOnASignal) {
     EXPECT_NE(result.output.find("`get oem-id` tells"), std::string::npos) << result.output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
+    unit.write("/lines", "get mac\nset device-id abc");
+    result = shell("{ head -c 65536 /dev/zero; timeout --preserve-status 0.5 $station -yq --local-port 1042 run " +
+                   unit.path("/lines").string() + "; echo $?; } | { sleep 1; tr -d '\\0'; }");
+    EXPECT_NE(result.output.find("00\n143\n"), std::string::npos) << result.output;
+    expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }
 
 TEST(Batch, AsksOnATerminal) {

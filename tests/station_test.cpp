@@ -25,6 +25,7 @@ TEST(StationClient, ReadsAUnit) {
         {"get oem-id", 1, "failed or refused outside produce mode (info 3)"},
         {"sheet", 1, "! failed or refused"},
         {"--user wrong get mac", 5, "wrong user name or password"},
+        {"--user wrong raw 3 55", 5, "was sent once and may have been done"},
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
         {"cancel", 0, "OK\n"},
