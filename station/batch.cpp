@@ -75,35 +75,36 @@ bool carryOut(Series* series, const Order& order) {
 }
 
 // Makes an order of a line; without a command there is nothing in it. Returns what is wrong with
-// it, or an empty text.
-std::string orderOf(const Options& options, const std::string& line, Words* words, Order* order) {
+// it.
+Outcome parseOrder(const Options& options, const std::string& line, Words* words, Order* order) {
     std::string wrong = splitWords(line, words);
-    if (!wrong.empty() || words->empty())
-        return wrong;
     Options own = options;
-    wrong = parseLine(*words, &own);
-    return wrong.empty() ? makeOrder(own, order) : wrong;
+    if (wrong.empty() && !words->empty())
+        wrong = parseLine(*words, &own);
+    if (!wrong.empty())
+        return {kExitUsage, wrong};
+    return words->empty() ? Outcome{kExitDone, ""} : makeOrder(own, order);
 }
 
-int refuse(const Series& series, const std::string& message) {
+int refuse(const Series& series, const Outcome& outcome) {
     const Session& session = *series.session;
-    const Result result = unsent(session.options.words, message);
+    const Result result = unsent(session.options.words, outcome);
     print(result, Layout::Single, session.output);
     return result.outcome.code;
 }
 
-// Reads all lines into orders. Returns what is wrong with the first that is, or an empty text.
-std::string readOrders(const Series& series, LineReader* lines, std::vector<Order>* orders,
-                       std::string* risky) {
+// Reads all lines into orders. Returns what is wrong with the first that is.
+Outcome readOrders(const Series& series, LineReader* lines, std::vector<Order>* orders,
+                   std::string* risky) {
     std::string line;
     LineEvent event = LineEvent::End;
     for (int number = 1; (event = nextLine(lines, -1, &line)) == LineEvent::Line; number++) {
         Words words;
         Order order = {};
-        std::string wrong = orderOf(series.session->options, line, &words, &order);
+        const Outcome parsed = parseOrder(series.session->options, line, &words, &order);
         const std::string place = "line " + std::to_string(number) + ": ";
-        if (!wrong.empty())
-            return place + wrong;
+        if (parsed.code != kExitDone)
+            return {parsed.code, place + parsed.message};
         if (order.command == nullptr)
             continue;
         if (needsConfirmation(order, true))
@@ -111,24 +112,21 @@ std::string readOrders(const Series& series, LineReader* lines, std::vector<Orde
         orders->push_back(order);
     }
     if (event == LineEvent::Fault)
-        return strerror(errno);
-    return event == LineEvent::End ? "" : "interrupted";
+        return {kExitLocalFault, strerror(errno)};
+    return event == LineEvent::Interrupted ? interrupted("") : Outcome{kExitDone, ""};
 }
 
 int runFile(Series* series, LineReader* lines) {
     std::vector<Order> orders;
     std::string risky;
-    std::string wrong = readOrders(*series, lines, &orders, &risky);
+    Outcome outcome = readOrders(*series, lines, &orders, &risky);
     LineReader terminal;
-    if (wrong.empty() && !risky.empty()) {
-        wrong = confirm(series->session, &terminal, risky);
-        wrong = wrong.empty() ? "" : risky + ": " + wrong;
+    if (outcome.code == kExitDone && !risky.empty()) {
+        outcome = confirm(series->session, &terminal, risky);
+        outcome.message = risky + ": " + outcome.message;
     }
-    if (!wrong.empty())
-        return refuse(*series, wrong);
-    const int started = openSession(series->session);
-    if (started != kExitDone)
-        return started;
+    if (outcome.code != kExitDone)
+        return refuse(*series, outcome);
     series->total = orders.size();
     for (const Order& order : orders)
         if (!carryOut(series, order))
@@ -139,23 +137,21 @@ int runFile(Series* series, LineReader* lines) {
 bool runLine(Series* series, LineReader* lines, const std::string& line) {
     Words words;
     Order order = {};
-    std::string wrong = orderOf(series->session->options, line, &words, &order);
-    if (!wrong.empty())
-        return take(series, unsent(words, wrong));
+    Outcome outcome = parseOrder(series->session->options, line, &words, &order);
+    if (outcome.code != kExitDone)
+        return take(series, unsent(words, outcome));
     if (order.command == nullptr)
         return true;
     if (needsConfirmation(order, true)) {
         LineReader own;
         LineReader* const terminal = lines->fd == own.fd ? lines : &own;
-        wrong = confirm(series->session, terminal, order.command->name);
+        outcome = confirm(series->session, terminal, order.command->name);
     }
-    return wrong.empty() ? carryOut(series, order) : take(series, unsent(words, wrong));
+    return outcome.code == kExitDone ? carryOut(series, order)
+                                     : take(series, unsent(words, outcome));
 }
 
 int runStream(Series* series, LineReader* lines) {
-    const int opened = openSession(series->session);
-    if (opened != kExitDone)
-        return opened;
     std::string line;
     LineEvent event = LineEvent::End;
     while ((event = readLine(series->session, lines, &line)) == LineEvent::Line)
@@ -169,15 +165,17 @@ int runStream(Series* series, LineReader* lines) {
 int runBatch(const Options& options, Output* output) {
     Session session = {options, output};
     Series series = {&session, options.keepGoing};
-    startSession(&session);
     const std::string& name = options.words.at(1);
     const File file(name == "-" ? nullptr : fopen(name.c_str(), "re"));
     LineReader lines;
     if (name != "-")
         lines.fd = file ? fileno(file.get()) : -1;
     struct stat status = {};
-    if (fstat(lines.fd, &status) != 0)
-        return refuse(series, "cannot read '" + name + "': " + strerror(errno));
+    if (lines.fd < 0 || fstat(lines.fd, &status) != 0)  // errno: of either
+        return refuse(series, {kExitLocalFault, "cannot read '" + name + "': " + strerror(errno)});
+    const int opened = openSession(&session);
+    if (opened != kExitDone)
+        return opened;
     const int code =
         S_ISREG(status.st_mode) ? runFile(&series, &lines) : runStream(&series, &lines);
     if (options.release)
@@ -188,7 +186,6 @@ int runBatch(const Options& options, Output* output) {
 int readSheet(const Options& options, Output* output) {
     Session session = {options, output};
     Series series = {&session, true};
-    startSession(&session);
     std::vector<Order> orders;
     for (const Command& command : commands())
         if (command.sheet == Sheet::Yes)

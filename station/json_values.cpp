@@ -38,7 +38,8 @@ json_object* jsonString(const std::string& text) {
 json_object* jsonNumber(const std::string& text) {
     const char* const end = text.data() + text.size();
     int64_t whole = 0;
-    if (std::from_chars(text.data(), end, whole).ptr == end && !text.empty())
+    const std::from_chars_result result = std::from_chars(text.data(), end, whole);
+    if (result.ec == std::errc() && result.ptr == end)
         return json_object_new_int64(whole);
     double number = 0;
     const auto [place, error] = std::from_chars(text.data(), end, number);

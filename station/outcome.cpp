@@ -11,8 +11,7 @@ namespace {
 constexpr Exit kExits[] = {
     {kExitDone, "PASS", "done"},
     {kExitFailed, "FAIL", "the unit failed or refused"},
-    {kExitUsage, "ERROR",
-     "usage: the command line or a line of a batch is wrong, nothing was sent"},
+    {kExitUsage, "ERROR", "usage: the command line or a line of a batch is wrong, it was not sent"},
     {kExitNoAnswer, "TIMEOUT", "no answer in time"},
     {kExitOtherStation, "ERROR", "the unit is bound to another station"},
     {kExitAccount, "ERROR", "wrong account or digest"},

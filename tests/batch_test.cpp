@@ -48,7 +48,7 @@ TEST(Batch, CarriesOutALineAtATime) {
         {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
         {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "", "2 of 2 commands not sent"},
         {"get mac", "-n --deadline 1e-9 run -", 3, "", "the deadline is over"},
-        {"get mac", "run $file.none", 2, "ERROR ", "cannot read"},
+        {"get mac", "run $file.none", 7, "ERROR ", "No such file"},
     };
     for (const auto& row : rows) {
         unit.write("/lines", row.lines);
@@ -89,8 +89,10 @@ TEST(Batch, EndsOnASignal) {
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
     unit.write("/lines", "get mac\nset device-id abc");
-    result = shell("{ head -c 65536 /dev/zero; timeout --preserve-status 0.5 $station -yq --local-port 1042 run " +
-                   unit.path("/lines").string() + "; echo $?; } | { sleep 1; tr -d '\\0'; }");
+    result = shell(
+        "{ head -c 65536 /dev/zero; timeout --preserve-status 0.5 $station -yq --local-port 1042 "
+        "run " +
+        unit.path("/lines").string() + "; echo $?; } | { sleep 1; tr -d '\\0'; }");
     EXPECT_NE(result.output.find("00\n143\n"), std::string::npos) << result.output;
     expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }

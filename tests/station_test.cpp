@@ -82,12 +82,14 @@ TEST(StationClient, NamesWhatIsWrong) {
     const std::string tooLong = "set oem-id " + std::string(65, 'x');
     expectRows({
         {"set mac 02:1A:2B:13:7B", 2, "MAC '02:1A:2B:13:7B' is none of"},
+        {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it all the same"},
+        {"set imei ''", 2, "IMEI is empty"},
         {"set pin 1234567", 2, "PIN '1234567' has 7 characters, not 8"},
         {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
         {"set device-id ''", 2, "TEXT is empty"},
         {tooLong, 2, "TEXT is 65 bytes long, more than 64"},
         {"set model-name \"$(printf 'a\\nb')\"", 2, "TEXT holds a control character"},
-        {"set group /no/such/file", 2, "cannot read '/no/such/file': No such file"},
+        {"set group /no/such/file", 7, "cannot read '/no/such/file': No such file"},
         {"set group '{\"gid\": 1}'", 2, "has no \"key\""},
         {"set group \"{$(printf %1023d 1)}\"", 2, "is 1025 bytes long, more than 1024"},
         {"generate group 0", 2, "COUNT '0' is not a number above 0"},
@@ -102,7 +104,7 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"get mac --nss 1", 2, "does not take --nss"},
         {"", 2, "no command"},
         {"raw 3", 2, "takes TYPE SUBTYPE [HEX]"},
-        {"--timeout 0 get mac", 2, "--timeout: '0' is not a time"},
+        {"--timeout 0 get mac", 2, "--timeout: '0' is not a time in seconds from 0.01"},
         {"--bogus get mac", 2, "--bogus"},
         {"--port 0 get mac", 2, "is not a number from 1 to 65535"},
         {"get mac --timeout", 2, "--timeout needs an argument"},
@@ -149,7 +151,7 @@ constexpr char kReply[] =
 TEST(StationClient, TellsWhatGoesOverTheWire) {
     Unit unit({StateFile{"/account/username", "admin"}, StateFile{"/account/password", "secret"},
                StateFile{"/private", "admin\nsecret\n"}, StateFile{"/public", "admin\nsecret"},
-               StateFile{"/long", "admin\nsecret\nmore"}});
+               StateFile{"/long", "admin\nsecret\nmore"}, StateFile{"/short", "admin\n"}});
     const std::string account = "--account-file " + unit.path("/").string();
     shell("chmod 600 " + unit.path("/private").string());
     const std::string reply = kReply;
@@ -160,6 +162,7 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
         {"--user x decode " + reply, 5, "reading: wrong digest"},
         {"decode 000000070000000000000000", 0, "reading: short form"},
         {"decode 0203020000000018", 6, "malformed"},
+        {"decode ''", 2, "no hexadecimal digits"},
         {"decode 0g", 2, "'g' is not a hexadecimal digit"},
         {"decode $($station -n reset --yes)", 0,
          "inner sub type: 73\ninner reserved: 0\ncommand: reset"},
@@ -169,8 +172,9 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
         {account + "private -vv get mac", 0, "\ndirection: reply\nversion: 2\ntype: 3\n"},
         {account + "private -vvv get mac", 0,
          "\n  0010  00 00 00 00 00 00 00 00 00 00 00 00 30 32 2d"},
-        {account + "long get mac", 2, "has more than two lines"},
-        {account + "none get mac", 2, "cannot read"},
+        {account + "long get mac", 2, "is not two lines"},
+        {account + "short get mac", 2, "is not two lines"},
+        {account + "none get mac", 7, "cannot read"},
         {"--host no.such.host.invalid get mac", 7, "cannot find host"},
         {"--host 10.0.0.1 get mac", 7, "cannot talk to 10.0.0.1:1040: Network is unreachable"},
         {"--host 10.0.0.1 --deadline 0.3 wait", 3, "(1 try): Network is unreachable"},
