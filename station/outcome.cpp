@@ -143,7 +143,7 @@ Outcome outcomeOf(const Command& command, const Request& request, const Answer& 
         case Delivery::NoAnswer:
             return withoutAnswer(command, request, answer, unit);
         case Delivery::Interrupted:
-            return interrupted(answer.tries > 0 ? readBackOffer(command) : "");
+            return interrupted(answer.tries > 0 ? readBackOffer(command) : "; it was not sent");
         case Delivery::Fault:
             break;
     }

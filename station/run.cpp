@@ -1,6 +1,5 @@
 #include "station/run.h"
 
-#include <algorithm>
 #include <cctype>
 
 #include "station/account.h"
