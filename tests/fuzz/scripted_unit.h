@@ -22,8 +22,3 @@ ServiceContext* freshContext();
 
 // Puts a sealed datagram in ctx->recvBuf to the version-2 parser; returns all that came of it.
 std::string answerToDatagram(ServiceContext* ctx);
-
-// Builds a request and puts it to the parser. The input is: a byte of which bit 0 is produce mode,
-// bit 1 that files exist, bit 2 that permissions are used up; sub-type; argument; configuration;
-// answers of the tools.
-std::string answerToRequest(uint8_t type, std::string_view input);

@@ -9,20 +9,13 @@
 using Lines = std::vector<std::string>;
 using Text = std::optional<std::string>;
 
-struct Command {
-    uint8_t subType;
-    std::string handler;
-    int code;  // reported by every failure
-    std::string message;
-};
-
 inline const Text kFails = {};
 inline const std::string kArgument = "a text that no answer may hold";
 
 struct Row {
     std::string argument;
-    Text answer;            // before it is padded to whole blocks; kFails: with code and message
-    std::string said = {};  // by the handler, where no "[function" stands in front
+    Text answer;            // before it is padded to whole blocks; kFails: with an error line
+    std::string said = {};  // by a handler, where no "[function" stands in front
     std::string file = {};  // gets the content first
     std::string content = {};
     Lines run = {};  // by the command runner
@@ -38,9 +31,9 @@ class Commands : public testing::Test {
   protected:
     // The reply's innermost payload, kFails for a failure. Its headers and the report must be
     // right. `trace` is what was traced on the way.
-    Text ask(const Command& command, const std::string& argument, bool encrypted = false);
-    void expectSaid(const Command& command, const std::string& said) const;
-    void expectRows(const Command& command, const std::vector<Row>& rows, bool encrypted = false);
+    Text ask(uint8_t subType, const std::string& argument, bool encrypted = false);
+    void expectSaid(const std::string& said) const;
+    void expectRows(uint8_t subType, const std::vector<Row>& rows, bool encrypted = false);
 
     Unit unit;
     Station station;

@@ -1,34 +1,23 @@
-// The kernel as a unit meets it: system calls of its unchanged daemon answer what a test says
-// instead of being carried out. Works for root and for an ordinary user.
+// The kernel as a unit meets it.
 #pragma once
 
-#include <sys/types.h>
+#include "tests/support/unit.h"
 
-#include <functional>
-#include <mutex>
-#include <thread>
-#include <vector>
-
-class Kernel {
+// While it lives, system calls of the unit's unchanged daemon are answered by strace instead of
+// being carried out.
+class Injection {
   public:
-    // Runs `start`; the calls of all processes that come of it go through here. Throws
-    // UnitImpossible where this machine does not let one process answer another's calls.
-    // To be destroyed after the unit: waits for the end of all that was started.
-    explicit Kernel(const std::function<void()>& start);
-
-    enum Kind { kForks, kWaits, kSelects };
-    // The next calls of a kind by a process answer `result` (a negative errno or a value).
-    void answer(pid_t process, Kind kind, int result, int times = 1);
-    // How many such answers have not been given.
-    int left();
+    // `calls` and `answer` in strace's words: "wait4", "error=EINTR:when=1". Those that are met
+    // stand in the unit's /strace. Throws UnitImpossible where no process may trace another.
+    Injection(const Unit& unit, const std::string& calls, const std::string& answer);
+    ~Injection();
+    Injection(const Injection&) = delete;
+    Injection& operator=(const Injection&) = delete;
 
   private:
-    void serve(int listener);
-
-    std::mutex mutex_;
-    pid_t process_ = 0;
-    Kind kind_ = kForks;
-    int result_ = 0;
-    int left_ = 0;
-    std::jthread server_;
+    FILE* output_;
+    pid_t tracer_ = -1;
 };
+
+inline const std::string kForks = "clone,?clone3,?fork,?vfork";
+inline const std::string kSelects = "pselect6,?pselect6_time64,?select,?_newselect";

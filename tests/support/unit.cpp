@@ -1,7 +1,6 @@
 #include "tests/support/unit.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <net/if.h>
 #include <sched.h>
 #include <signal.h>
@@ -15,6 +14,7 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 namespace fs = std::filesystem;
 
@@ -22,6 +22,11 @@ std::string readFile(const fs::path& file) {
     std::ostringstream content;
     content << std::ifstream(file, std::ios::binary).rdbuf();
     return content.str();
+}
+
+UnitImpossible::UnitImpossible(const char* why)
+    : AssertionException(testing::TestPartResult(testing::TestPartResult::kSkip, "", 0, why)) {
+    [why] { GTEST_SKIP() << why; }();
 }
 
 Unit::Unit(const std::vector<StateFile>& prepare, const std::vector<std::string>& arguments) {
@@ -137,7 +142,9 @@ std::string errorLine(int code, const std::string& message) {
     return "[Error][errCode: " + std::to_string(code) + "][errMsg: " + message + "]|[errno: ";
 }
 
-void enterOwnNetwork() {
+// Gives this process a network of its own, so that port 1040 is free whatever else runs; where the
+// machine refuses that, waits until no other test process runs.
+static void enterOwnNetwork() {
     const std::string user = std::to_string(getuid()), group = std::to_string(getgid());
     const bool root = getuid() == 0;
     if (unshare(root ? CLONE_NEWNET : CLONE_NEWUSER | CLONE_NEWNET) != 0) {

@@ -1,11 +1,11 @@
 // A unit under test: the real daemon in a fresh simulated unit, reached over the loopback.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -14,9 +14,9 @@ struct StateFile {
     std::string content;
 };
 
-// This machine cannot give the unit what the arguments ask for: a test that needs it is skipped.
-struct UnitImpossible : std::runtime_error {
-    using runtime_error::runtime_error;
+// This machine cannot give a unit what the test needs: where nothing catches it, it is skipped.
+struct UnitImpossible : testing::AssertionException {
+    explicit UnitImpossible(const char* why);
 };
 
 std::string readFile(const std::filesystem::path& file);
@@ -78,7 +78,3 @@ std::vector<std::string> shellLines(const std::string& trace);
 
 // The error line of a code and message as the daemon reports it, up to the errno.
 std::string errorLine(int code, const std::string& message);
-
-// Gives this process a network of its own, so that port 1040 is free whatever else runs; where the
-// machine refuses that, waits until no other test process runs.
-void enterOwnNetwork();

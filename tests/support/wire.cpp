@@ -40,8 +40,8 @@ std::string bigEndian(uint32_t value, int size) {
     return out;
 }
 
-std::string headerOf(uint8_t version, uint8_t type, uint32_t length, uint16_t id, uint8_t subType) {
-    std::string header = {static_cast<char>(version), static_cast<char>(type), 0, 0};
+std::string headerOf(uint8_t type, uint32_t length, uint16_t id, uint8_t subType) {
+    std::string header = {2, static_cast<char>(type), 0, 0};
     return header + bigEndian(length, 4) + bigEndian(id, 2) + static_cast<char>(subType) + '\0';
 }
 
@@ -51,22 +51,21 @@ std::string wireOf(const Request& request, const Account& account) {
     std::string plain = request.payload;
     plain.resize((plain.size() + 7) / 8 * 8);
     const uint32_t length = request.length.value_or(static_cast<uint32_t>(plain.size()));
-    const std::string header =
-        headerOf(request.version, request.type, length, request.packetId, request.subType);
+    const std::string header = headerOf(request.type, length, request.packetId, request.subType);
     std::string digest = md5(header + std::string(16, '\0') + plain);
     if (request.spoilDigest)
         digest[7] = static_cast<char>(digest[7] ^ 1);
     return header + digest + des(plain, account, CipherDirection::Encrypt);
 }
 
-std::string wireOfCipherText(uint8_t type, const std::string& cipherText, const Account& account) {
-    const std::string header = headerOf(2, type, static_cast<uint32_t>(cipherText.size()), 0, 0);
-    const std::string plain = des(cipherText, account, CipherDirection::Decrypt);
+std::string wireOfCipherText(uint8_t type, const std::string& cipherText) {
+    const std::string header = headerOf(type, static_cast<uint32_t>(cipherText.size()), 0, 0);
+    const std::string plain = des(cipherText, {}, CipherDirection::Decrypt);
     return header + md5(header + std::string(16, '\0') + plain) + cipherText;
 }
 
 std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId) {
-    return headerOf(2, 7, static_cast<uint32_t>(payload.size()), packetId, subType) + payload;
+    return headerOf(7, static_cast<uint32_t>(payload.size()), packetId, subType) + payload;
 }
 
 uint32_t Answer::length() const {

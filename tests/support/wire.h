@@ -19,7 +19,6 @@ struct Request {
     uint8_t subType = 0;
     std::string payload = {};  // plain
     uint16_t packetId = 0xA55A;
-    uint8_t version = 2;
     std::optional<uint32_t> length = {};  // instead of the padded payload length
     bool spoilDigest = false;
 };
@@ -28,8 +27,7 @@ struct Request {
 std::string wireOf(const Request& request, const Account& account = {});
 
 // A datagram made from the ciphered side, whose length need not be a multiple of 8.
-std::string wireOfCipherText(uint8_t type, const std::string& cipherText,
-                             const Account& account = {});
+std::string wireOfCipherText(uint8_t type, const std::string& cipherText);
 
 // The payload of a type-7 packet: the inner header and the inner payload.
 std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId = 0xA55A);
@@ -58,7 +56,7 @@ class Station {
 
     void send(const std::string& datagram) const;
     // The next datagram within the time, or none.
-    std::optional<std::string> receive(int milliseconds = 10000) const;
+    std::optional<std::string> receive(int milliseconds = 30000) const;
 
     // Sends the request and opens the reply.
     Answer ask(const Request& request) const;
