@@ -18,7 +18,7 @@ void warn(const Options& options, const std::string& text) {
         say("warning: " + text);
 }
 
-std::string readAccountFile(const Options& options, std::string* user, std::string* password) {
+Outcome readAccountFile(const Options& options, std::string* user, std::string* password) {
     const std::string& name = options.accountFile;
     struct stat status = {};
     if (stat(name.c_str(), &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
@@ -26,15 +26,17 @@ std::string readAccountFile(const Options& options, std::string* user, std::stri
     std::string text;
     std::string wrong = readFile(name, &text);
     if (!wrong.empty())
-        return wrong;
+        return {kExitLocalFault, wrong};
     std::istringstream lines(text);
     std::getline(lines, *user);
-    std::getline(lines, *password);
+    const bool hasPassword = !std::getline(lines, *password).fail();
     for (std::string* line : {user, password})
         if (line->ends_with('\r'))
             line->pop_back();
     std::string more;
-    return std::getline(lines, more) ? "'" + name + "' has more than two lines" : "";
+    if (!hasPassword || lines >> more)
+        return {kExitUsage, "'" + name + "' is not two lines, the user name and then the password"};
+    return {kExitDone, ""};
 }
 
 std::string environmentText(const char* name) {
@@ -44,7 +46,7 @@ std::string environmentText(const char* name) {
 
 }  // namespace
 
-std::string loadAccount(Options* options) {
+Outcome loadAccount(Options* options) {
     if (options->passwordTyped)
         warn(*options,
              "other users can read a password on the command line; MFGP_PASSWORD and "
@@ -52,13 +54,13 @@ std::string loadAccount(Options* options) {
     std::string user = environmentText("MFGP_USER");
     std::string password = environmentText("MFGP_PASSWORD");
     if (!options->accountFile.empty()) {
-        std::string wrong = readAccountFile(*options, &user, &password);
-        if (!wrong.empty())
-            return "--account-file: " + wrong;
+        const Outcome read = readAccountFile(*options, &user, &password);
+        if (read.code != kExitDone)
+            return {read.code, "--account-file: " + read.message};
     }
     options->user = options->user.value_or(user);
     options->password = options->password.value_or(password);
-    return "";
+    return {kExitDone, ""};
 }
 
 std::string readFile(const std::string& name, std::string* text) {
@@ -68,8 +70,6 @@ std::string readFile(const std::string& name, std::string* text) {
         text->push_back(static_cast<char>(byte));
     if (!file || ferror(file.get()) != 0)
         return "cannot read '" + name + "': " + strerror(errno);
-    while (!text->empty() && (text->back() == '\n' || text->back() == '\r'))
-        text->pop_back();
     return "";
 }
 

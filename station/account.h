@@ -3,15 +3,16 @@
 #include <string>
 
 #include "station/options.h"
+#include "station/outcome.h"
 
 namespace station {
 
 // Fills in the account: what no option gives comes from the account file if one is named, else from
-// MFGP_USER and MFGP_PASSWORD. Warns of a password that others can read. Returns what is wrong, or
-// an empty text.
-std::string loadAccount(Options* options);
+// MFGP_USER and MFGP_PASSWORD. Warns of a password that others can read. Returns what is wrong with
+// the file.
+Outcome loadAccount(Options* options);
 
-// Reads a file's text without the line ends behind it. Returns what is wrong, or an empty text.
+// Reads a file's text. Returns what is wrong, or an empty text.
 std::string readFile(const std::string& name, std::string* text);
 
 }  // namespace station

@@ -4,7 +4,6 @@
 #include <climits>
 
 #include "commands/region_table.h"
-#include "station/account.h"
 #include "station/values.h"
 
 namespace station {
@@ -50,10 +49,15 @@ std::string checkGroup(const std::string& text) {
 
 std::string macAddress(const Words& words, Request* request) {
     constexpr size_t kDigits = 12;
+    constexpr uint8_t kGroupBit = 1;  // IEEE 802: multicast and broadcast
     const std::string digits = withoutSeparators(words[0]);
     if (digits.size() != kDigits || !parseHex(digits, &request->payload).empty())
         return "MAC '" + words[0] +
                "' is none of 02:1A:2B:13:7B:00, 02-1A-2B-13-7B-00 and 021A2B137B00";
+    const Bytes& bytes = request->payload;
+    if ((bytes[0] & kGroupBit) != 0 || bytes == Bytes(bytes.size()))
+        return "MAC '" + words[0] + "' is a group's or nobody's; `raw 3 75 " + digits +
+               "` writes it all the same";
     return "";
 }
 
@@ -96,14 +100,8 @@ std::string region(const Words& words, Request* request) {
 }
 
 std::string groupObject(const Words& words, Request* request) {
-    std::string text = words[0];
-    if (text.empty() || text[0] != '{') {
-        std::string unreadable = readFile(text.substr(text.starts_with('@') ? 1 : 0), &text);
-        if (!unreadable.empty())
-            return unreadable;
-    }
-    putText(text, request);
-    return checkGroup(text);
+    putText(words[0], request);
+    return checkGroup(words[0]);
 }
 
 std::string unitCount(const Words& words, Request* request) {

@@ -24,7 +24,7 @@ std::string fixedText(const Words&, Request* request) {
     return "";
 }
 
-// MAC, with colons, dashes or nothing between the bytes: six bytes.
+// MAC of one station, with colons, dashes or nothing between the bytes: six bytes.
 std::string macAddress(const Words& words, Request* request);
 
 // PIN: eight printable characters.
@@ -36,8 +36,7 @@ std::string identityText(const Words& words, Request* request);
 // REGION: the two letters of one that units can be made for.
 std::string region(const Words& words, Request* request);
 
-// JSON, or the name of a file that holds it, with or without @ in front: the text of a group object
-// of at most 1,024 bytes.
+// JSON: the text of a group object of at most 1,024 bytes.
 std::string groupObject(const Words& words, Request* request);
 
 // COUNT: a number of units above 0, as decimal text.
@@ -50,7 +49,7 @@ std::string ftmValue(const Words& words, Request* request);
 // TEXT alone is sent as it is.
 std::string antennaFields(const Words& words, Request* request);
 
-// IMEI: what the unit takes, at most 15 characters and none that its shell could act on.
+// IMEI: what the unit takes, 1 to 15 characters and none that its shell could act on.
 std::string imeiText(const Words& words, Request* request);
 
 // CHARACTER: one letter or digit.

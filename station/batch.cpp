@@ -31,76 +31,102 @@ void showCount(const Series& series, const char* name) {
     showProgress(text + name);
 }
 
+std::string countOfLeft(const Series& series) {
+    if (series.total == 0)
+        return "";
+    return ", " + std::to_string(series.total - series.number) + " of " +
+           std::to_string(series.total) + " commands not sent";
+}
+
+// The exit code of a series that ends so; of all but its own end it tells.
+int codeOfEnd(const Series& series, LineEvent event) {
+    Outcome outcome = {series.code, ""};
+    if (event == LineEvent::TimedOut)
+        outcome = {kExitNoAnswer, "the deadline is over" + countOfLeft(series)};
+    else if (event == LineEvent::Interrupted)
+        outcome = interrupted("");
+    else if (event == LineEvent::Fault)
+        outcome = {kExitLocalFault, strerror(errno)};
+    if (!outcome.message.empty())
+        say(series.session->options.words[0] + ": " + outcome.message);
+    const bool isFirst = series.code == kExitDone || event == LineEvent::Interrupted;
+    return isFirst ? outcome.code : series.code;
+}
+
 // Prints the result. Returns true when the series goes on.
 bool take(Series* series, const Result& result) {
     const int code = series->last = result.outcome.code;
     print(result, Layout::Row, series->session->output);
     if (series->code == kExitDone || code > kExitInterrupted)
         series->code = code;
-    const bool over = code > kExitInterrupted || Clock::now() >= series->session->link.deadline ||
-                      !isWritten(*series->session->output);
+    const bool over = code > kExitInterrupted || !isWritten(*series->session->output);
     return !over && (code == kExitDone || series->keepGoing);
 }
 
+// Carries the order out unless the deadline is over. Returns true when the series goes on.
 bool carryOut(Series* series, const Order& order) {
+    if (Clock::now() >= series->session->link.deadline) {
+        series->code = codeOfEnd(*series, LineEvent::TimedOut);
+        return false;
+    }
     series->number++;
     showCount(*series, order.command->name);
     return take(series, execute(series->session, order));
 }
 
 // Makes an order of a line; without a command there is nothing in it. Returns what is wrong with
-// it, or an empty text.
-std::string orderOf(const Options& options, const std::string& line, Words* words, Order* order) {
+// it.
+Outcome parseOrder(const Options& options, const std::string& line, Words* words, Order* order) {
     std::string wrong = splitWords(line, words);
-    if (!wrong.empty() || words->empty())
-        return wrong;
     Options own = options;
-    wrong = parseLine(*words, &own);
-    return wrong.empty() ? makeOrder(own, order) : wrong;
+    if (wrong.empty() && !words->empty())
+        wrong = parseLine(*words, &own);
+    if (!wrong.empty())
+        return {kExitUsage, wrong};
+    return words->empty() ? Outcome{kExitDone, ""} : makeOrder(own, order);
 }
 
-int refuse(const Series& series, const std::string& message) {
+int refuse(const Series& series, const Outcome& outcome) {
     const Session& session = *series.session;
-    const Result result = unsent(session.options.words, message);
+    const Result result = unsent(session.options.words, outcome);
     print(result, Layout::Single, session.output);
     return result.outcome.code;
 }
 
-// Reads all lines into orders. Returns what is wrong with the first that is, or an empty text.
-std::string readOrders(const Series& series, LineReader* lines, std::vector<Order>* orders,
-                       std::string* risky) {
+// Reads all lines into orders. Returns what is wrong with the first that is.
+Outcome readOrders(const Series& series, LineReader* lines, std::vector<Order>* orders,
+                   std::string* risky) {
     std::string line;
     LineEvent event = LineEvent::End;
     for (int number = 1; (event = nextLine(lines, -1, &line)) == LineEvent::Line; number++) {
         Words words;
         Order order = {};
-        std::string wrong = orderOf(series.session->options, line, &words, &order);
+        const Outcome parsed = parseOrder(series.session->options, line, &words, &order);
         const std::string place = "line " + std::to_string(number) + ": ";
-        if (!wrong.empty())
-            return place + wrong;
+        if (parsed.code != kExitDone)
+            return {parsed.code, place + parsed.message};
         if (order.command == nullptr)
             continue;
         if (needsConfirmation(order, true))
             *risky += (risky->empty() ? place : ", " + place) + order.command->name;
         orders->push_back(order);
     }
-    return event == LineEvent::Fault ? strerror(errno) : "";
+    if (event == LineEvent::Fault)
+        return {kExitLocalFault, strerror(errno)};
+    return event == LineEvent::Interrupted ? interrupted("") : Outcome{kExitDone, ""};
 }
 
 int runFile(Series* series, LineReader* lines) {
     std::vector<Order> orders;
     std::string risky;
-    std::string wrong = readOrders(*series, lines, &orders, &risky);
+    Outcome outcome = readOrders(*series, lines, &orders, &risky);
     LineReader terminal;
-    if (wrong.empty() && !risky.empty()) {
-        wrong = confirm(series->session, &terminal, risky);
-        wrong = wrong.empty() ? "" : risky + ": " + wrong;
+    if (outcome.code == kExitDone && !risky.empty()) {
+        outcome = confirm(series->session, &terminal, risky);
+        outcome.message = risky + ": " + outcome.message;
     }
-    if (!wrong.empty())
-        return refuse(*series, wrong);
-    const int started = openSession(series->session);
-    if (started != kExitDone)
-        return started;
+    if (outcome.code != kExitDone)
+        return refuse(*series, outcome);
     series->total = orders.size();
     for (const Order& order : orders)
         if (!carryOut(series, order))
@@ -111,38 +137,21 @@ int runFile(Series* series, LineReader* lines) {
 bool runLine(Series* series, LineReader* lines, const std::string& line) {
     Words words;
     Order order = {};
-    std::string wrong = orderOf(series->session->options, line, &words, &order);
-    if (!wrong.empty())
-        return take(series, unsent(words, wrong));
+    Outcome outcome = parseOrder(series->session->options, line, &words, &order);
+    if (outcome.code != kExitDone)
+        return take(series, unsent(words, outcome));
     if (order.command == nullptr)
         return true;
     if (needsConfirmation(order, true)) {
         LineReader own;
         LineReader* const terminal = lines->fd == own.fd ? lines : &own;
-        wrong = confirm(series->session, terminal, order.command->name);
+        outcome = confirm(series->session, terminal, order.command->name);
     }
-    return wrong.empty() ? carryOut(series, order) : take(series, unsent(words, wrong));
-}
-
-// The exit code of a stream that ends so; of all but its own end it tells.
-int codeOfEnd(const Series& series, LineEvent event) {
-    Outcome outcome = {series.code, ""};
-    if (event == LineEvent::TimedOut)
-        outcome = {kExitNoAnswer, "the deadline is over"};
-    else if (event == LineEvent::Interrupted)
-        outcome = interrupted("");
-    else if (event == LineEvent::Fault)
-        outcome = {kExitLocalFault, strerror(errno)};
-    if (!outcome.message.empty())
-        say("run: " + outcome.message);
-    const bool isFirst = series.code == kExitDone || event == LineEvent::Interrupted;
-    return isFirst ? outcome.code : series.code;
+    return outcome.code == kExitDone ? carryOut(series, order)
+                                     : take(series, unsent(words, outcome));
 }
 
 int runStream(Series* series, LineReader* lines) {
-    const int opened = openSession(series->session);
-    if (opened != kExitDone)
-        return opened;
     std::string line;
     LineEvent event = LineEvent::End;
     while ((event = readLine(series->session, lines, &line)) == LineEvent::Line)
@@ -156,15 +165,17 @@ int runStream(Series* series, LineReader* lines) {
 int runBatch(const Options& options, Output* output) {
     Session session = {options, output};
     Series series = {&session, options.keepGoing};
-    startSession(&session);
     const std::string& name = options.words.at(1);
     const File file(name == "-" ? nullptr : fopen(name.c_str(), "re"));
     LineReader lines;
     if (name != "-")
         lines.fd = file ? fileno(file.get()) : -1;
     struct stat status = {};
-    if (fstat(lines.fd, &status) != 0)
-        return refuse(series, "cannot read '" + name + "': " + strerror(errno));
+    if (lines.fd < 0 || fstat(lines.fd, &status) != 0)  // errno: of either
+        return refuse(series, {kExitLocalFault, "cannot read '" + name + "': " + strerror(errno)});
+    const int opened = openSession(&session);
+    if (opened != kExitDone)
+        return opened;
     const int code =
         S_ISREG(status.st_mode) ? runFile(&series, &lines) : runStream(&series, &lines);
     if (options.release)
@@ -175,7 +186,6 @@ int runBatch(const Options& options, Output* output) {
 int readSheet(const Options& options, Output* output) {
     Session session = {options, output};
     Series series = {&session, true};
-    startSession(&session);
     std::vector<Order> orders;
     for (const Command& command : commands())
         if (command.sheet == Sheet::Yes)

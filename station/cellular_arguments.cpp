@@ -116,6 +116,8 @@ std::string antennaFields(const Words& words, Request* request) {
 
 std::string imeiText(const Words& words, Request* request) {
     constexpr size_t kLongest = 15;
+    if (words[0].empty())
+        return "IMEI is empty";
     if (words[0].size() > kLongest)
         return "IMEI '" + words[0] + "' is longer than 15 characters";
     if (!consistsOf(words[0], std::string(kLettersAndDigits) + "%+,-./:=@^_"))

@@ -28,6 +28,7 @@ void note(int signal) {
 void watchInterrupts() {
     if (wakePipe[0] >= 0 || pipe2(wakePipe, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
+    signal(SIGPIPE, SIG_IGN);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before = {};
         struct sigaction action = {};
@@ -45,7 +46,10 @@ int interruptSignal() {
 
 int waitReadable(int fd, int milliseconds) {
     pollfd wait[] = {{fd, POLLIN, 0}, {wakePipe[0], POLLIN, 0}};
-    const int ready = poll(wait, std::size(wait), milliseconds);
+    int ready = 0;
+    do
+        ready = poll(wait, std::size(wait), milliseconds);
+    while (ready < 0 && errno == EINTR && noted == 0);
     if (noted != 0)
         return EINTR;
     if (ready < 0)

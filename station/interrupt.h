@@ -4,7 +4,8 @@
 namespace station {
 
 // From now on SIGINT, SIGTERM and SIGHUP are noted, each once: a second one ends the program at
-// once. One that was ignored stays so.
+// once. One that was ignored stays so. SIGPIPE is ignored: a reader of the results that goes away
+// is a write that fails, behind which the unit is still released.
 void watchInterrupts();
 
 // The signal that was noted, or 0.

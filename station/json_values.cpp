@@ -38,7 +38,8 @@ json_object* jsonString(const std::string& text) {
 json_object* jsonNumber(const std::string& text) {
     const char* const end = text.data() + text.size();
     int64_t whole = 0;
-    if (std::from_chars(text.data(), end, whole).ptr == end && !text.empty())
+    const std::from_chars_result result = std::from_chars(text.data(), end, whole);
+    if (result.ec == std::errc() && result.ptr == end)
         return json_object_new_int64(whole);
     double number = 0;
     const auto [place, error] = std::from_chars(text.data(), end, number);
@@ -87,17 +88,17 @@ json_object* jsonConfig(const std::string& text) {
 
 // From "VERSION,VENDOR,PRODUCT,SERIAL;" for each device.
 json_object* jsonDevices(const std::string& text) {
-    static constexpr const char* kFields[] = {"version", "vendor", "product", "serial"};
+    static constexpr const char* kNames[] = {"version", "vendor", "product", "serial"};
     json_object* const array = json_object_new_array();
     for (const std::string& device : split(text, ';')) {
         const std::vector<std::string> values = split(device, ',');
         if (values.size() < 2)
             continue;  // there is none
-        json_object* const object = json_object_new_object();
-        for (size_t i = 0; i < std::size(kFields); i++)
-            json_object_object_add(object, kFields[i],
+        json_object* const fields = json_object_new_object();
+        for (size_t i = 0; i < std::size(kNames); i++)
+            json_object_object_add(fields, kNames[i],
                                    jsonString(i < values.size() ? values[i] : ""));
-        json_object_array_add(array, object);
+        json_object_array_add(array, fields);
     }
     return array;
 }

@@ -46,8 +46,12 @@ LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line) {
     std::array<char, 4096> part = {};
     while (!takeLine(reader, line)) {
         const int error = waitReadable(reader->fd, milliseconds);
-        if (error != 0)
-            return error == EAGAIN ? LineEvent::TimedOut : LineEvent::Interrupted;
+        if (error == EAGAIN)
+            return LineEvent::TimedOut;
+        if (error != 0) {
+            errno = error;
+            return error == EINTR ? LineEvent::Interrupted : LineEvent::Fault;
+        }
         const ssize_t length = read(reader->fd, part.data(), part.size());
         if (length < 0 && errno != EINTR)
             return LineEvent::Fault;

@@ -199,6 +199,10 @@ Answer ask(Link* link, const Request& request, const Patience& patience) {
     drain(link->fd);
     while (answer.delivery == Delivery::NoAnswer && answer.tries < patience.tries &&
            Clock::now() < link->deadline) {
+        if (interruptSignal() != 0 && !patience.whateverTheSignal) {
+            answer.delivery = Delivery::Interrupted;
+            break;
+        }
         answer.tries++;
         sentIds.push_back(link->nextId++);
         sendTry(link, buildRequest(request, sentIds.back(), link->key), patience, &answer);

@@ -34,6 +34,7 @@ struct Patience {
     unsigned tries;
     double seconds;                   // for each try
     bool whateverTheNetwork = false;  // also when there is no way to the unit yet
+    bool whateverTheSignal = false;   // also after one that ends the program
 };
 
 enum class Delivery { Answered, NoAnswer, Fault, Interrupted };
@@ -53,7 +54,8 @@ void prepareLink(const Options& options, Link* link);
 std::string openLink(const Options& options, Link* link);
 
 // Sends the request, each try under a packet id of its own, until a reply to one of the tries is
-// there, the deadline is over or a signal comes. Other datagrams are ignored.
+// there, the deadline is over or a signal comes. Other datagrams are ignored. What a signal came
+// before is not sent.
 Answer ask(Link* link, const Request& request, const Patience& patience);
 
 // Seconds from then until now.

@@ -39,7 +39,7 @@ void printJson(const Listing& listing, const Output& output) {
     for (const Entry& entry : listing.entries) {
         const Json object(json_object_new_object());
         json_object_object_add(object.get(), "schema", json_object_new_int(kSchema));
-        json_object_object_add(object.get(), "name", jsonNumber(entry.name));
+        json_object_object_add(object.get(), "name", jsonString(entry.name));
         json_object_object_add(object.get(), "arguments", jsonString(entry.arguments));
         for (size_t i = 0; i < entry.facts.size(); i++)
             json_object_object_add(object.get(), keyOf(listing.factNames[i]).c_str(),

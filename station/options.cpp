@@ -9,6 +9,7 @@ namespace station {
 namespace {
 
 constexpr double kMaxSeconds = 86400;
+constexpr unsigned kLeastTimeout = 10;  // milliseconds: a shorter one floods the unit
 constexpr unsigned kMaxRetries = 100;
 constexpr unsigned kMaxPort = 65535;
 
@@ -48,19 +49,16 @@ std::string setNumber(const std::string& argument, Options* options) {
     return "";
 }
 
-enum class Zero : uint8_t { Allowed, Refused };
-
-template <auto kMember, Zero kZero>
+template <auto kMember, unsigned kLeastMilliseconds>
 std::string setSeconds(const std::string& argument, Options* options) {
     const char* const end = argument.data() + argument.size();
     double seconds = -1;
     const auto [place, error] = std::from_chars(argument.data(), end, seconds);
     // The comparison is false for "nan" as well.
-    const bool inRange = seconds >= 0 && seconds <= kMaxSeconds;
-    if (error != std::errc() || place != end || !inRange ||
-        (kZero == Zero::Refused && seconds <= 0))
-        return "'" + argument + "' is not a time in seconds (" +
-               (kZero == Zero::Refused ? "above 0" : "from 0") + ", at most 86400)";
+    const bool inRange = seconds >= kLeastMilliseconds / 1e3 && seconds <= kMaxSeconds;
+    if (error != std::errc() || place != end || !inRange)
+        return "'" + argument + "' is not a time in seconds from " +
+               (kLeastMilliseconds == kLeastTimeout ? "0.01" : "0") + " to 86400";
     options->*kMember = seconds;
     return "";
 }
@@ -107,11 +105,11 @@ constexpr Option kOptions[] = {
      "its password; other users of this machine can read it here"},
     {"account-file", 0, kOutside, "FILE", setText<&Options::accountFile>,
      "file with the user name in its first line and the password in its second"},
-    {"timeout", 0, kAnywhere, "SECONDS", setSeconds<&Options::timeout, Zero::Refused>,
+    {"timeout", 0, kAnywhere, "SECONDS", setSeconds<&Options::timeout, kLeastTimeout>,
      "wait for each reply, fractions allowed (3)"},
     {"retries", 0, kAnywhere, "N", setNumber<&Options::retries, 0, kMaxRetries>,
      "how often an unanswered read is sent again (2)"},
-    {"deadline", 0, kOutside, "SECONDS", setSeconds<&Options::deadline, Zero::Allowed>,
+    {"deadline", 0, kOutside, "SECONDS", setSeconds<&Options::deadline, 0>,
      "end the whole call after this time (wait: 60, all others: none)"},
     {"output", 'o', kOutside, "FORMAT", setFormat,
      "text, json (one object a line) or, of list, mdoc (text)"},
@@ -123,7 +121,7 @@ constexpr Option kOptions[] = {
      "run: go on behind a command that has not passed"},
     {"release", 0, kOutside, nullptr, setFlag<&Options::release>,
      "run: release the unit at the end, whatever the end"},
-    {"heartbeat", 0, kOutside, "SECONDS", setSeconds<&Options::heartbeat, Zero::Allowed>,
+    {"heartbeat", 0, kOutside, "SECONDS", setSeconds<&Options::heartbeat, 0>,
      "run: time between heartbeats while it waits for a line (20; 0: none)"},
     {"yes", 'y', kAnywhere, nullptr, setFlag<&Options::yes>,
      "do not ask before reset, erase radio and, in run, writes to flash"},

@@ -11,8 +11,7 @@ namespace {
 constexpr Exit kExits[] = {
     {kExitDone, "PASS", "done"},
     {kExitFailed, "FAIL", "the unit failed or refused"},
-    {kExitUsage, "ERROR",
-     "usage: the command line or a line of a batch is wrong, nothing was sent"},
+    {kExitUsage, "ERROR", "usage: the command line or a line of a batch is wrong, it was not sent"},
     {kExitNoAnswer, "TIMEOUT", "no answer in time"},
     {kExitOtherStation, "ERROR", "the unit is bound to another station"},
     {kExitAccount, "ERROR", "wrong account or digest"},
@@ -33,7 +32,7 @@ bool isSilent(const Request& request) {
     return request.type == kTypeCancelTest;
 }
 
-// A request that went out unanswered may have been obeyed.
+// A request that went out without a reply to believe may have been obeyed.
 std::string readBackOffer(const Command& command) {
     if (isRepeatable(command))
         return "";
@@ -101,7 +100,7 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
         case Reading::ShortForm:
             return refusal(command, kInfoWrongVersion);
         case Reading::Malformed:
-            return {kExitNotUnderstood, "malformed reply"};
+            return {kExitNotUnderstood, "malformed reply" + readBackOffer(command)};
         case Reading::WrongDigest:
             if (refusesPacket(reply))
                 return refusal(command, reply.info);
@@ -109,7 +108,8 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
             // under any account, and a wrong one shows only in the payload that comes back.
             return {kExitAccount,
                     "the digest of the reply is wrong: wrong user name or password, or a "
-                    "damaged datagram"};
+                    "damaged datagram" +
+                        readBackOffer(command)};
         case Reading::Whole:
             break;
     }
@@ -143,7 +143,7 @@ Outcome outcomeOf(const Command& command, const Request& request, const Answer& 
         case Delivery::NoAnswer:
             return withoutAnswer(command, request, answer, unit);
         case Delivery::Interrupted:
-            return interrupted(readBackOffer(command));
+            return interrupted(answer.tries > 0 ? readBackOffer(command) : "; it was not sent");
         case Delivery::Fault:
             break;
     }

@@ -1,6 +1,6 @@
 #include "station/run.h"
 
-#include <algorithm>
+#include <cctype>
 
 #include "station/account.h"
 #include "station/batch.h"
@@ -89,51 +89,65 @@ int decode(const Options& options, Output* output) {
     std::string digits;
     for (size_t i = 1; i < options.words.size(); i++)
         digits += options.words[i];
+    std::erase_if(digits, [](unsigned char character) { return isspace(character) != 0; });
+    if (digits.empty())
+        return complainOfUsage("decode: no hexadecimal digits");
     const std::string wrong = parseHex(digits, &datagram);
     if (!wrong.empty())
         return complainOfUsage("decode: " + wrong);
     const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
-    Result result = unsent(options.words, "", kExitDone);
+    Result result = unsent(options.words, {kExitDone, ""});
     result.value.reset(explainDatagram(datagram, key));
     result.text = fieldLines(result.value.get());
     const Reading reading = openReply(datagram.data(), datagram.size(), key).reading;
-    result.outcome = {codeOf(reading), readingText(reading)};
+    const int code = codeOf(reading);
+    result.outcome = {code, code == kExitDone ? "" : readingText(reading)};
     return finish(result, output);
 }
 
 int perform(const Options& options, Output* output) {
     Session session = {options, output};
     Order order = {};
-    std::string wrong = makeOrder(options, &order);
-    startSession(&session);
-    LineReader terminal;
-    if (wrong.empty() && needsConfirmation(order, false))
-        wrong = confirm(&session, &terminal, order.command->name);
-    if (!wrong.empty())
-        return finish(unsent(options.words, wrong), output);
+    Outcome outcome = makeOrder(options, &order);
+    if (outcome.code != kExitDone)
+        return finish(unsent(options.words, outcome), output);
     const int opened = openSession(&session);
     if (opened != kExitDone)
         return opened;
-    return finish(execute(&session, order), output);
+    LineReader terminal;
+    if (needsConfirmation(order, false))
+        outcome = confirm(&session, &terminal, order.command->name);
+    const bool goesOn = outcome.code == kExitDone;
+    return finish(goesOn ? execute(&session, order) : unsent(options.words, outcome), output);
 }
 
-int dispatch(const Options& options, Output* output) {
+const LocalCommand* findLocal(const Options& options) {
+    for (const LocalCommand& command : kLocalCommands)
+        if (!options.words.empty() && options.words[0] == command.name)
+            return &command;
+    return nullptr;
+}
+
+// Checks that the words name a command; of those of the client its arguments as well. Returns what
+// is wrong, or an empty text.
+std::string checkCommand(const Options& options) {
+    if (options.help || options.version)
+        return "";
     if (options.words.empty())
-        return complainOfUsage("no command");
-    const auto local = std::find_if(
-        std::begin(kLocalCommands), std::end(kLocalCommands),
-        [&options](const LocalCommand& command) { return options.words[0] == command.name; });
-    const bool isLocal = local != std::end(kLocalCommands);
-    if (options.format == Format::Mdoc && (!isLocal || local->run != list))
-        return complainOfUsage("--output mdoc is for list");
-    if (!isLocal)
-        return perform(options, output);
-    const size_t count = options.words.size() - 1;
-    if (count < local->least || count > local->most || !options.named.empty()) {
-        const std::string takes = local->arguments[0] != '\0' ? local->arguments : "no arguments";
-        return complainOfUsage(std::string(local->name) + ": takes " + takes);
+        return "no command";
+    const LocalCommand* const local = findLocal(options);
+    if (options.format == Format::Mdoc && (local == nullptr || local->run != list))
+        return "--output mdoc is for list";
+    if (local == nullptr) {
+        Words rest;
+        const bool isKnown = findCommand(options.words, &rest) != nullptr;
+        return isKnown ? "" : "unknown command '" + joined(options.words) + "'";
     }
-    return local->run(options, output);
+    const size_t count = options.words.size() - 1;
+    if (count >= local->least && count <= local->most && options.named.empty())
+        return "";
+    const std::string takes = local->arguments[0] != '\0' ? local->arguments : "no arguments";
+    return std::string(local->name) + ": takes " + takes;
 }
 
 int runOptions(const Options& options, Output* output) {
@@ -143,7 +157,8 @@ int runOptions(const Options& options, Output* output) {
         fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
         return kExitDone;
     }
-    return dispatch(options, output);
+    const LocalCommand* const local = findLocal(options);
+    return local != nullptr ? local->run(options, output) : perform(options, output);
 }
 
 }  // namespace
@@ -152,10 +167,13 @@ int run(int argc, char** argv) {
     Options options;
     std::string wrong = parseOptions(argc, argv, &options);
     if (wrong.empty())
-        wrong = loadAccount(&options);
+        wrong = checkCommand(options);
     if (!wrong.empty())
         return complainOfUsage(wrong);
-    Output output;
+    const Outcome account = loadAccount(&options);
+    if (account.code != kExitDone)
+        return complain(account.code, account.message);
+    Output output;  // opened late: a mistake leaves the file of earlier results alone
     wrong = openOutput(options, &output);
     if (!wrong.empty())
         return complain(kExitLocalFault, wrong);

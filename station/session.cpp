@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "station/account.h"
 #include "station/diagnostics.h"
 #include "station/interrupt.h"
 
@@ -15,7 +16,7 @@ constexpr double kPollSeconds = 1;
 constexpr double kPollTotalSeconds = 60;
 
 Patience patienceFor(const Command& command, const Options& options) {
-    constexpr double kRefusalSeconds = 1;  // a cancel is obeyed in silence
+    constexpr double kRefusalSeconds = 0.2;  // a cancel is obeyed in silence
     const unsigned tries = 1 + options.retries;
     if (command.type == kTypeCancelTest)
         return {1, std::min(options.timeout, kRefusalSeconds)};
@@ -62,18 +63,34 @@ void takeReply(const Command& command, const Reply& reply, Result* result) {
     result->value.reset(command.form->json(result->text));
 }
 
+// Puts the text of a file in the place of its name, given with or without @ in front, where the
+// command takes either.
+std::string takeFile(const Command& command, Words* words) {
+    const bool takesFile = std::string_view(command.arguments).ends_with("@FILE");
+    if (!takesFile || words->size() != 1 || words->front().empty() || words->front()[0] == '{')
+        return "";
+    std::string& text = words->front();
+    std::string wrong = readFile(text.substr(text[0] == '@' ? 1 : 0), &text);
+    text.erase(text.find_last_not_of("\r\n") + 1);
+    return wrong;
+}
+
 }  // namespace
 
-std::string makeOrder(const Options& options, Order* order) {
+Outcome makeOrder(const Options& options, Order* order) {
     Words rest;
     const Command* const command = findCommand(options.words, &rest);
     if (command == nullptr)
-        return "unknown command '" + joined(options.words) + "'";
+        return {kExitUsage, "unknown command '" + joined(options.words) + "'"};
     *order = orderOf(*command, options);
     order->arguments = rest;
     for (const NamedValue& given : options.named)
         order->arguments.push_back("--" + given.name + "=" + given.value);
-    return buildCommand(*command, rest, options.named, &order->request);
+    std::string wrong = takeFile(*command, &rest);
+    if (!wrong.empty())
+        return {kExitLocalFault, wrong};
+    wrong = buildCommand(*command, rest, options.named, &order->request);
+    return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
 Order orderOf(const Command& command, const Options& options) {
@@ -84,20 +101,16 @@ Order orderOf(const Command& command, const Options& options) {
             options.yes};
 }
 
-void startSession(Session* session) {
-    prepareLink(session->options, &session->link);
-    if (session->options.deadline > 0)
-        session->link.deadline = secondsFromNow(session->options.deadline);
-    watchInterrupts();
-}
-
 int openSession(Session* session) {
-    if (session->options.dryRun)
-        return kExitDone;
-    const std::string wrong = openLink(session->options, &session->link);
+    const Options& options = session->options;
+    prepareLink(options, &session->link);
+    const std::string wrong = options.dryRun ? "" : openLink(options, &session->link);
+    if (options.deadline > 0)
+        session->link.deadline = secondsFromNow(options.deadline);
+    watchInterrupts();
     if (wrong.empty())
         return kExitDone;
-    print(unsent(session->options.words, wrong, kExitLocalFault), Layout::Single, session->output);
+    print(unsent(options.words, {kExitLocalFault, wrong}), Layout::Single, session->output);
     return kExitLocalFault;
 }
 
@@ -119,17 +132,18 @@ Result execute(Session* session, const Order& order) {
 void release(Session* session) {
     session->link.deadline = Clock::time_point::max();
     if (session->bound)
-        ask(&session->link, {kTypeCancelTest, 0, {}}, {1, 0});
+        ask(&session->link, {kTypeCancelTest, 0, {}},
+            {.tries = 1, .seconds = 0, .whateverTheSignal = true});
     session->bound = false;
 }
 
-Result unsent(const Words& words, const std::string& message, int code) {
+Result unsent(const Words& words, const Outcome& outcome) {
     Result result;
     const Command* const command = findCommand(words, &result.arguments);
     if (command == nullptr && !words.empty())
         result.arguments.assign(words.begin() + 1, words.end());
     result.command = command != nullptr ? command->name : words.empty() ? "" : words[0];
-    result.outcome = interruptSignal() != 0 ? interrupted("") : Outcome{code, message};
+    result.outcome = interruptSignal() != 0 ? interrupted("") : outcome;
     return result;
 }
 
@@ -137,32 +151,34 @@ LineEvent readLine(Session* session, LineReader* reader, std::string* line) {
     const auto never = Clock::time_point::max();
     const auto deadline = session->link.deadline;
     const bool beats = session->bound && session->options.heartbeat > 0;
-    while (true) {
+    while (Clock::now() < deadline) {
         const auto end =
             std::min(deadline, beats ? secondsFromNow(session->options.heartbeat) : never);
         const LineEvent event = nextLine(reader, end == never ? -1 : millisecondsUntil(end), line);
-        if (event != LineEvent::TimedOut || Clock::now() >= deadline)
+        if (event != LineEvent::TimedOut)
             return event;
         if (beats)
             ask(&session->link, {kTypeHeartbeat, 0, {}}, {1, kPollSeconds});
     }
+    return LineEvent::TimedOut;
 }
 
 bool needsConfirmation(const Order& order, bool inBatch) {
     return !order.confirmed && accessOf(order.request) >= (inBatch ? Access::Flash : Access::Erase);
 }
 
-std::string confirm(Session* session, LineReader* terminal, const std::string& what) {
+Outcome confirm(Session* session, LineReader* terminal, const std::string& what) {
     if (session->options.dryRun)
-        return "";
+        return {kExitDone, ""};
     if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0)
-        return "needs --yes: it changes the unit for good, and there is no terminal to ask on";
+        return {kExitUsage,
+                "needs --yes: it changes the unit for good, and there is no terminal to ask on"};
     clearProgress();
     fprintf(stderr, "%s changes the unit for good. Go on? [y/N] ", what.c_str());
     std::string answer;
     const bool agreed = readLine(session, terminal, &answer) == LineEvent::Line &&
                         (answer == "y" || answer == "yes");
-    return agreed ? "" : "not confirmed";
+    return agreed ? Outcome{kExitDone, ""} : Outcome{kExitUsage, "not confirmed"};
 }
 
 }  // namespace station

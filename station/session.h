@@ -23,18 +23,16 @@ struct Session {
     bool bound = false;  // by what this session has sent
 };
 
-// Makes an order of the options' words.
-// Returns what is wrong with the words, or an empty text.
-std::string makeOrder(const Options& options, Order* order);
+// Makes an order of the options' words. Where the command takes @FILE, the file's text is taken for
+// its name. Returns what is wrong with the words or the file.
+Outcome makeOrder(const Options& options, Order* order);
 
 // The order of a row that takes no arguments.
 Order orderOf(const Command& command, const Options& options);
 
-// Sets key and deadline. Signals are noted from now on.
-void startSession(Session* session);
-
-// Opens the session's link if anything is to be sent. Returns the exit code, after a complaint if
-// it is not 0.
+// Opens the session's link if anything is to be sent, then starts the deadline and notes signals:
+// the lookup of a name heeds neither, so until it is over a signal ends the program. Returns the
+// exit code, after a complaint if it is not 0.
 int openSession(Session* session);
 
 // Carries the order out: asks the unit, or only shows the datagram.
@@ -43,8 +41,8 @@ Result execute(Session* session, const Order& order);
 // Lets another station have the unit. Does not wait: no answer comes.
 void release(Session* session);
 
-// The result of a command that was not sent: a mistake, unless a signal came before.
-Result unsent(const Words& words, const std::string& message, int code = kExitUsage);
+// The result of a command that was not sent: the outcome, unless a signal came before.
+Result unsent(const Words& words, const Outcome& outcome);
 
 // Takes the next line like nextLine, until the deadline; keeps the unit bound the while.
 LineEvent readLine(Session* session, LineReader* reader, std::string* line);
@@ -52,8 +50,7 @@ LineEvent readLine(Session* session, LineReader* reader, std::string* line);
 // Makes sure of what the order changes for good: reset and erasing always, in a batch flash too.
 bool needsConfirmation(const Order& order, bool inBatch);
 
-// Asks on the terminal, by the reader of standard input, whether to go on. Returns why not, or an
-// empty text.
-std::string confirm(Session* session, LineReader* terminal, const std::string& what);
+// Asks on the terminal, by the reader of standard input, whether to go on. Returns why not.
+Outcome confirm(Session* session, LineReader* terminal, const std::string& what);
 
 }  // namespace station

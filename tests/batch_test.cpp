@@ -46,7 +46,9 @@ TEST(Batch, CarriesOutALineAtATime) {
         {"set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\""},
         {"config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n"},
         {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
-        {"get mac", "run $file.none", 2, "ERROR ", "cannot read"},
+        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "", "2 of 2 commands not sent"},
+        {"get mac", "-n --deadline 1e-9 run -", 3, "", "the deadline is over"},
+        {"get mac", "run $file.none", 7, "ERROR ", "No such file"},
     };
     for (const auto& row : rows) {
         unit.write("/lines", row.lines);
@@ -75,7 +77,8 @@ TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
 
 TEST(Batch, EndsOnASignal) {
     Unit unit;
-    const std::string interrupt = " | timeout --preserve-status -s INT 0.5 $station -o json ";
+    const std::string interrupt =
+        " | timeout --foreground --preserve-status -s INT 0.5 $station -o json ";
     ShellResult result = shell("{ echo get mac; sleep 1; }" + interrupt + "run -");
     EXPECT_EQ(result.exitCode, 128 + SIGINT);
     EXPECT_EQ(outcomes(result.output), "PASS ");
@@ -86,6 +89,14 @@ TEST(Batch, EndsOnASignal) {
     EXPECT_NE(result.output.find("`get oem-id` tells"), std::string::npos) << result.output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
+    unit.write("/lines", "get mac\nset device-id abc");
+    const std::string lines = unit.path("/lines").string();
+    result = shell(
+        "{ head -c 65536 /dev/zero; timeout --foreground 0.5 $station -y "
+        "--local-port 1042 run " +
+        lines + "; } | { sleep 1; tr -d '\\0'; }");
+    EXPECT_NE(result.output.find("signal 15; it was not sent"), std::string::npos) << result.output;
+    expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }
 
 TEST(Batch, AsksOnATerminal) {

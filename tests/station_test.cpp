@@ -25,6 +25,7 @@ TEST(StationClient, ReadsAUnit) {
         {"get oem-id", 1, "failed or refused outside produce mode (info 3)"},
         {"sheet", 1, "! failed or refused"},
         {"--user wrong get mac", 5, "wrong user name or password"},
+        {"--user wrong raw 3 55", 5, "was sent once and may have been done"},
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
         {"cancel", 0, "OK\n"},
@@ -81,12 +82,14 @@ TEST(StationClient, NamesWhatIsWrong) {
     const std::string tooLong = "set oem-id " + std::string(65, 'x');
     expectRows({
         {"set mac 02:1A:2B:13:7B", 2, "MAC '02:1A:2B:13:7B' is none of"},
+        {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it all the same"},
+        {"set imei ''", 2, "IMEI is empty"},
         {"set pin 1234567", 2, "PIN '1234567' has 7 characters, not 8"},
         {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
         {"set device-id ''", 2, "TEXT is empty"},
         {tooLong, 2, "TEXT is 65 bytes long, more than 64"},
         {"set model-name \"$(printf 'a\\nb')\"", 2, "TEXT holds a control character"},
-        {"set group /no/such/file", 2, "cannot read '/no/such/file': No such file"},
+        {"set group /no/such/file", 7, "cannot read '/no/such/file': No such file"},
         {"set group '{\"gid\": 1}'", 2, "has no \"key\""},
         {"set group \"{$(printf %1023d 1)}\"", 2, "is 1025 bytes long, more than 1024"},
         {"generate group 0", 2, "COUNT '0' is not a number above 0"},
@@ -97,7 +100,7 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"get mac --nss 1", 2, "does not take --nss"},
         {"", 2, "no command"},
         {"raw 3", 2, "takes TYPE SUBTYPE [HEX]"},
-        {"--timeout 0 get mac", 2, "--timeout: '0' is not a time"},
+        {"--timeout 0 get mac", 2, "--timeout: '0' is not a time in seconds from 0.01"},
         {"--bogus get mac", 2, "--bogus"},
         {"--port 0 get mac", 2, "is not a number from 1 to 65535"},
         {"get mac --timeout", 2, "--timeout needs an argument"},
@@ -140,7 +143,7 @@ constexpr char kReply[] =
 TEST(StationClient, TellsWhatGoesOverTheWire) {
     Unit unit({StateFile{"/account/username", "admin"}, StateFile{"/account/password", "secret"},
                StateFile{"/private", "admin\nsecret\n"}, StateFile{"/public", "admin\nsecret"},
-               StateFile{"/long", "admin\nsecret\nmore"}});
+               StateFile{"/long", "admin\nsecret\nmore"}, StateFile{"/short", "admin\n"}});
     const std::string account = "--account-file " + unit.path("/").string();
     shell("chmod 600 " + unit.path("/private").string());
     const std::string reply = kReply;
@@ -151,6 +154,7 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
         {"--user x decode " + reply, 5, "reading: wrong digest"},
         {"decode 000000070000000000000000", 0, "reading: short form"},
         {"decode 0203020000000018", 6, "malformed"},
+        {"decode ''", 2, "no hexadecimal digits"},
         {"decode 0g", 2, "'g' is not a hexadecimal digit"},
         {"decode $($station -n reset --yes)", 0,
          "inner sub type: 73\ninner reserved: 0\ncommand: reset"},
@@ -160,8 +164,9 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
         {account + "private -vv get mac", 0, "\ndirection: reply\nversion: 2\ntype: 3\n"},
         {account + "private -vvv get mac", 0,
          "\n  0010  00 00 00 00 00 00 00 00 00 00 00 00 30 32 2d"},
-        {account + "long get mac", 2, "has more than two lines"},
-        {account + "none get mac", 2, "cannot read"},
+        {account + "long get mac", 2, "is not two lines"},
+        {account + "short get mac", 2, "is not two lines"},
+        {account + "none get mac", 7, "cannot read"},
         {"--host no.such.host.invalid get mac", 7, "cannot find host"},
         {"--host 10.0.0.1 get mac", 7, "cannot talk to 10.0.0.1:1040: Network is unreachable"},
         {"--host 10.0.0.1 --deadline 0.3 wait", 3, "(1 try): Network is unreachable"},
@@ -190,6 +195,7 @@ TEST(StationClient, GivesJsonOfOneShape) {
         {"get card-signal", R"(0,"PASS",4)"},
         {"get calibration", R"(0,"PASS",true)"},
         {"get enable-flags", R"(0,"PASS",)" + flags},
+        {"fan recheck", R"(0,"PASS",null)"},  // else there are no speeds yet
         {"fan speeds 3", R"(0,"PASS",[3600,3540])"},
         {"get group", R"(0,"PASS",{"key":"","gid":"","pack":0})"},
         {"usb", R"(0,"PASS",[{"version":"2.00","vendor":"1234","product":"5678",)"
