@@ -80,8 +80,8 @@ const Row kRows[] = {
     {116, "", -10356, "get lte soft version failed", "FF++",
      {{"uci", kFails, kFails}, {"atcon", kFails, "11.22.33.44"}, {"cellcli", kFails, "11.22.33.44", "FG621"}}},
     {131, kRssi, -10357, "get wifi rssi error", "FF++", {{"uci", "-128", "-128"}, {"wifistats", "-128", "6"}}},
-    {92, "", -10341, "QLog failed to start!", "+F++", {{"QLog", "", ""}}},
     {93, "", -10342, "QLog failed to stop!", "++++", {}},  // none runs
+    {92, "", -10341, "QLog failed to start!", "+F++", {{"QLog", "", ""}}},
     {94, "1", -10343, "ExtAntenna failed to change!", "FF++", {{"reload_config", kFails, ""}, {"uci", "", ""}}},
     {50, "WIFI", -10331, "get SSID failed", "FF++", {{"/sbin/is_cal", kFails, kFails}}},
     {86, "", -10331, "get SSID failed", "FF++", {{"/sbin/is_cal", kFails, kFails}}},
