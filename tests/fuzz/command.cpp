@@ -1,6 +1,7 @@
 // Requests whose handlers run tools and read files. The input is: a byte of which bit 0 is produce
 // mode, bit 1 that files exist, bit 2 that permissions are used up, bits 3 and 4 the packet type;
-// sub-type; argument; configuration, which is the list of USB devices as well; answers of the tools.
+// sub-type; argument; configuration, which is the list of USB devices as well; answers of the
+// tools.
 #include "commands/antenna_test.h"
 #include "protocol/cipher.h"
 #include "tests/fuzz/scripted_unit.h"
