@@ -5,8 +5,9 @@
 //   ask
 //                                       the controller in a fresh Lua state, decipher, digest twice
 //                                       and cipher again, as a heartbeat needs it
-//   bench-floor popen COUNT LINE        runs a shell line again and again; prints the median in
-//                                       nanoseconds
+//   bench-floor popen COUNT LINE [CLEAN-UP]
+//                                       runs a shell line again and again, each time after another;
+//                                       prints the median in nanoseconds
 #include <arpa/inet.h>
 #include <nettle/des.h>
 #include <nettle/md5.h>
@@ -27,12 +28,13 @@ extern "C" {
 #include <lualib.h>
 }
 
-#include "protocol/lua_arena.h"
+#include "core/lua_arena.h"
 
 namespace {
 
 uint8_t datagram[65536];
 uint8_t plain[65536];
+LuaArena arena;
 
 std::string textField(lua_State* lua, const char* name) {
     lua_getfield(lua, -1, name);
@@ -44,7 +46,6 @@ std::string textField(lua_State* lua, const char* name) {
 
 // Asks the controller for the account; returns user name and password in one.
 std::string account(lua_State* lua) {
-    luaL_openlibs(lua);
     lua_getglobal(lua, "require");
     lua_pushstring(lua, "luci.controller.admin.administration");
     lua_call(lua, 1, 1);
@@ -99,20 +100,23 @@ void answer(size_t length, const std::string& text) {
         if (length < 28)
             continue;
         if (form == "naive") {
-            answer(static_cast<size_t>(length), account(luaL_newstate()));
+            lua_State* const lua = luaL_newstate();
+            luaL_openlibs(lua);
+            answer(static_cast<size_t>(length), account(lua));
         } else if (form == "arena") {
-            LuaArena arena;
-            answer(static_cast<size_t>(length), account(mfgp_openLua(&arena)));
+            answer(static_cast<size_t>(length), account(mfgp_newLua(&arena)));
         }
         sendto(fd, datagram, static_cast<size_t>(length), 0, reinterpret_cast<sockaddr*>(&address),
                size);
     }
 }
 
-int runLine(int count, const char* line) {
+int runLine(int count, const char* line, const char* cleanUp) {
     std::vector<long> times;
     for (int i = 0; i < count; i++) {
         const auto start = std::chrono::steady_clock::now();
+        if (cleanUp != nullptr && system(cleanUp) == -1)
+            return 1;
         FILE* const pipe = popen(line, "r");
         char text[64];
         if (pipe == nullptr || fread(text, 1, sizeof text, pipe) == 0 || pclose(pipe) != 0)
@@ -128,10 +132,10 @@ int runLine(int count, const char* line) {
 
 int main(int argc, char** argv) {
     const std::string form = argc > 1 ? argv[1] : "";
-    if (form == "popen" && argc == 4)
-        return runLine(atoi(argv[2]), argv[3]);
+    if (form == "popen" && (argc == 4 || argc == 5))
+        return runLine(atoi(argv[2]), argv[3], argv[4]);
     if (argc == 3 && (form == "echo" || form == "naive" || form == "arena"))
         serve(form, static_cast<uint16_t>(atoi(argv[2])));
-    fprintf(stderr, "usage: bench-floor echo|naive|arena PORT | popen COUNT LINE\n");
+    fprintf(stderr, "usage: bench-floor echo|naive|arena PORT | popen COUNT LINE [CLEAN-UP]\n");
     return 2;
 }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "core/lua_arena.h"
 #include "core/packet.h"
 
 // Bits of the flags word. From bit 2 upward each is a permission; a factory write clears its own
@@ -52,6 +53,7 @@ struct ServiceContext {
     uint8_t replyBuf[kBufferSize];
     uint8_t recvBuf[kBufferSize];
     CommandBlock cmdBlock;
+    LuaArena luaArena;  // the account query's memory: nothing of a datagram outlives it there
 };
 
 // Creates the session table of one slot. Returns 0, or -10201 when out of memory.

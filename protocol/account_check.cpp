@@ -9,8 +9,8 @@ extern "C" {
 #include <lualib.h>
 }
 
+#include "core/lua_arena.h"
 #include "protocol/cipher.h"
-#include "protocol/lua_arena.h"
 
 // The bridge to the web controller. Its messages are printed bare and most end in "\r" without a
 // newline; log readers split at either.
@@ -149,7 +149,6 @@ struct Query {
 // fails the query instead of ending the daemon. Nothing in here needs a destructor.
 int runQuery(lua_State* lua) {
     auto* const query = static_cast<Query*>(lua_touserdata(lua, 1));
-    luaL_openlibs(lua);
     if (findDispatch(lua) != 0)
         return 0;
     query->failure = "ERROR: fxApp_lua_push_table failed.\r";
@@ -176,8 +175,7 @@ const char* textOrDefault(const char* text) {
 }  // namespace
 
 int mfgp_checkAccount(ServiceContext* ctx) {
-    LuaArena arena;  // not zeroed
-    const std::unique_ptr<lua_State, LuaCloser> lua(mfgp_openLua(&arena));
+    const std::unique_ptr<lua_State, LuaCloser> lua(mfgp_openLua(&ctx->luaArena));
     if (!lua) {
         printf("ERROR: luaL_newstate failed\r\n");
         return -1;

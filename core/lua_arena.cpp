@@ -1,9 +1,15 @@
-#include "protocol/lua_arena.h"
+#include "core/lua_arena.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+extern "C" {
+#include <lauxlib.h>
+#include <lua.h>
+#include <lualib.h>
+}
 
 namespace {
 
@@ -26,9 +32,9 @@ void* take(LuaArena* arena, size_t size) {
         arena->used += roundUp(size);
         return block;
     }
-    if (arena->lua != nullptr)
-        lua_gc(arena->lua, LUA_GCRESTART, 0);  // sets a number, touches no memory
-    arena->lua = nullptr;
+    if (arena->asleep != nullptr)
+        lua_gc(arena->asleep, LUA_GCRESTART, 0);  // sets a number, touches no memory
+    arena->asleep = nullptr;
     return malloc(size);
 }
 
@@ -60,14 +66,40 @@ int panic(lua_State* lua) {
     return 0;
 }
 
+int openLibraries(lua_State* lua) {
+    luaL_openlibs(lua);
+    return 0;
+}
+
 }  // namespace
 
 lua_State* mfgp_openLua(LuaArena* arena) {
+    if (arena->imageSize != 0) {
+        memcpy(arena->bytes, arena->image, arena->imageSize);
+        arena->used = arena->imageSize;
+        arena->asleep = arena->atStart;
+        return arena->atStart;
+    }
+    lua_State* const lua = mfgp_newLua(arena);
+    if (lua != nullptr && arena->asleep != nullptr) {
+        memcpy(arena->image, arena->bytes, arena->used);
+        arena->imageSize = arena->used;
+        arena->atStart = lua;
+    }
+    return lua;
+}
+
+lua_State* mfgp_newLua(LuaArena* arena) {
+    arena->used = 0;
+    arena->asleep = nullptr;
     lua_State* const lua = lua_newstate(allocate, arena);
     if (lua == nullptr)
         return nullptr;
     lua_atpanic(lua, panic);
     lua_gc(lua, LUA_GCSTOP, 0);
-    arena->lua = lua;
-    return lua;
+    arena->asleep = lua;
+    if (lua_cpcall(lua, openLibraries, nullptr) == 0)
+        return lua;
+    lua_close(lua);
+    return nullptr;
 }
