@@ -1,6 +1,7 @@
 // Writes of the unit's factory identity, each once per run: a write that succeeds uses up its
 // permission in the flags word, one that fails leaves it for the next try. The answer is empty.
-// Each returns 0, or the command's code when the permission is used up or a step failed.
+// Each returns 0, or the command's code when the permission is used up or a step failed; a failed
+// step of set PIN returns -1.
 #pragma once
 
 #include "core/service_context.h"

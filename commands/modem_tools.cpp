@@ -9,7 +9,7 @@ constexpr size_t kLineSize = 256;
 constexpr char kLogger[] = "QLog";
 
 // The character stands unquoted in a shell line. None at all is let through: the line then ends
-// behind "enable=", and uci itself refuses it.
+// behind "enable=".
 bool isSafe(char character) {
     const char text[] = {character, '\0'};
     return mfgp_isPlainText(text, "");
@@ -40,13 +40,14 @@ int mfgp2_cmd_changeExtAntenna(ServiceContext* ctx) {
     const char* const argument = mfgp_argumentText(reply);
     mfgp_traceAt(reply.site, "ext_antenna switch status is:%s\n", argument);
     char line[kLineSize];
-    // Success is that of reload_config, the last of the three.
+    // Success is that of reload_config, the last of the three. The line that was cut switches
+    // nothing, whatever uci says of it.
     if (!isSafe(argument[0]) ||
         mfgp_formatLine(line, sizeof line,
                         "uci set ext_antenna.ext_antenna.enable=%c;uci commit "
                         "ext_antenna;reload_config;",
                         argument[0]) != 0 ||
-        mfgp_system(line) == 0)
+        mfgp_system(line) == 0 || argument[0] == '\0')
         return mfgp_replyFail(reply, -10343, "ExtAntenna failed to change!");
     return mfgp_replyOk(reply, 0);
 }

@@ -5,4 +5,4 @@
 
 int mfgp2_cmd_startQLog(ServiceContext* ctx);         // 92: the logger stays in the background
 int mfgp2_cmd_stopQLog(ServiceContext* ctx);          // 93: fails when no logger runs
-int mfgp2_cmd_changeExtAntenna(ServiceContext* ctx);  // 94: a letter or digit, or nothing
+int mfgp2_cmd_changeExtAntenna(ServiceContext* ctx);  // 94: a letter or digit

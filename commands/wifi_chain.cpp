@@ -42,25 +42,6 @@ int switchChains(int band, int value) {
     return 0;
 }
 
-struct TokenerFreer {
-    void operator()(json_tokener* tokener) const { json_tokener_free(tokener); }
-};
-
-// Null for what is no JSON, too long or nested too deep.
-Json parse(const char* text) {
-    constexpr size_t kLongest = 1024;
-    const std::unique_ptr<json_tokener, TokenerFreer> tokener(
-        json_tokener_new_ex(JSON_TOKENER_DEFAULT_DEPTH));
-    const size_t length = strlen(text);
-    if (!tokener || length > kLongest)
-        return nullptr;
-    // With the terminator, behind which a bare number counts as complete.
-    Json object(json_tokener_parse_ex(tokener.get(), text, static_cast<int>(length) + 1));
-    if (json_tokener_get_error(tokener.get()) != json_tokener_success)
-        return nullptr;
-    return object;
-}
-
 void takeNumber(const Json& object, const char* name, int* number) {
     json_object* const value = json_object_object_get(object.get(), name);
     if (json_object_get_type(value) == json_type_int)
@@ -70,7 +51,7 @@ void takeNumber(const Json& object, const char* name, int* number) {
 int readRequest(const Reply& reply, SpreadRequest* request) {
     const char* const text = mfgp_argumentText(reply);
     mfgp_traceAt(reply.site, "value:%s len:%d\n", text, static_cast<int>(strlen(text)));
-    const Json object = parse(text);
+    const Json object(json_tokener_parse(text));
     if (!object) {
         // Borrowed from the group commands; log filters match it.
         mfgp_traceAt(reply.site, "Set GroupInfo error, json_tokener_parse result is NULL\n");

@@ -31,52 +31,56 @@ void cancelTest(ServiceContext* ctx) {
     ctx->flags &= ~kFlagSendReply;
 }
 
+// The log names the parser as a whole.
+constexpr CallSite parserSite(int line = __builtin_LINE()) {
+    return {"mfgp_parserVerTwoOpt", line};
+}
+
 void encryptedCommand(ServiceContext* ctx) {
     mfgp_cmd_encCmd(ctx);
-    mfgp_traceAt({"mfgp_parserVerTwoOpt", __LINE__}, "packet len:%d, packet buf:%s\n",
+    mfgp_traceAt(parserSite(), "packet len:%d, packet buf:%s\n",
                  static_cast<int>(mfgp_payloadLength(ctx->replyBuf)),
                  requestText(ctx) + kInnerHeaderSize);
 }
 
 // Lets the handler of the packet's type fill the reply. Returns 0, or -1 for an unknown type.
 int dispatch(ServiceContext* ctx) {
-    constexpr CallSite kSite = {"mfgp_parserVerTwoOpt", __LINE__};
     const uint8_t type = mfgp_type(ctx->recvBuf);
     switch (type) {
         case kTypeSetConfig:
-            mfgp_traceAt(kSite, "MFGPv2: Set basic configure\n");
+            mfgp_traceAt(parserSite(), "MFGPv2: Set basic configure\n");
             mfgp_cmd_setCfg(ctx);
             return 0;
         case kTypeGetConfig:
-            mfgp_traceAt(kSite, "MFGPv2: Get basic configure\n");
+            mfgp_traceAt(parserSite(), "MFGPv2: Get basic configure\n");
             mfgp_cmd_getCfg(ctx);
             return 0;
         case kTypeSpecial:
-            mfgp_traceAt(kSite, "MFGPv2: Special cmd\n");
+            mfgp_traceAt(parserSite(), "MFGPv2: Special cmd\n");
             mfgp_cmd_spCmd(ctx);
             return 0;
         case kTypeHeartbeat:
-            mfgp_traceAt(kSite, "MFGPv2: Recive heartbeat packet\n");
+            mfgp_traceAt(parserSite(), "MFGPv2: Recive heartbeat packet\n");
             ctx->lastBeat = mfgp_clock();  // the reply is the decoded request itself
             return 0;
         case kTypeSystemInit:
-            mfgp_traceAt(kSite, "MFGPv2: Receive sys init packet 0X%0X\n", ctx->flags);
+            mfgp_traceAt(parserSite(), "MFGPv2: Receive sys init packet 0X%0X\n", ctx->flags);
             systemInit(ctx);
             return 0;
         case kTypeCancelTest:
-            mfgp_traceAt(kSite, "MFGPv2: receive CANCEL TEST\n");
+            mfgp_traceAt(parserSite(), "MFGPv2: receive CANCEL TEST\n");
             cancelTest(ctx);
             return 0;
         case kTypeEncrypted:
-            mfgp_traceAt(kSite, "MFGPv2: encrypted command\n");
+            mfgp_traceAt(parserSite(), "MFGPv2: encrypted command\n");
             encryptedCommand(ctx);
             return 0;
         case kTypeUsbTest:
-            mfgp_traceAt(kSite, "MFGPv2: receive TYPE_FTEST_USB\n");
+            mfgp_traceAt(parserSite(), "MFGPv2: receive TYPE_FTEST_USB\n");
             mfgp_usbTest(ctx);
             return 0;
         default:
-            mfgp_traceAt(kSite, "MFGPv2: unknow packet type: %d\n", type);
+            mfgp_traceAt(parserSite(), "MFGPv2: unknow packet type: %d\n", type);
             return -1;
     }
 }
