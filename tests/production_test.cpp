@@ -24,7 +24,7 @@ TEST_F(Production, CalibrationRunsTheStepsOfTheToolItNames) {
                              "/etc/init.d/bluetopia start"};
     const std::vector<Row> rows = {
         // clang-format off
-        {"Btdiag", "", "session flag:520447\n", "", "", bluetooth},
+        {"Btdiag", "", "[mfgp_cmd_StartCal():%] session flag:520447\n", "", "", bluetooth},
         {"zigbeeMfg", "", done, "", "", {"/etc/init.d/zigbeeMfg stop", "/etc/init.d/zigbeeMfg start"}},
         {"zigbeeHost", "", done, "", "", {"killall Z3GatewayHost_591", "Z3GatewayHost_591 &"}},
         {"coext", "", done, "/wlan/coext_seconds", "3600", {"killall coext", "coext &"}},

@@ -35,9 +35,10 @@ Unit::Unit(const std::vector<StateFile>& prepare, const std::vector<std::string>
         throw std::runtime_error("mkdtemp");
     root_ = name;
     // The shell's pid comes first and becomes the simulator's.
-    line_ = "echo $$; exec " MFGP_SIM " up --daemon " MFGPD " --runner '" MFGP_RUNNER
-            "' --net shared --state " +
-            root_.string();
+    const char* const daemon = getenv("MFGPD");
+    line_ = std::string("echo $$; exec " MFGP_SIM " up --daemon ") +
+            (daemon != nullptr ? daemon : MFGPD) +
+            " --runner '" MFGP_RUNNER "' --net shared --state " + root_.string();
     for (const std::string& argument : arguments)
         line_ += " " + argument;
     for (const auto& [file, content] : prepare)
