@@ -12,8 +12,8 @@ int mfgp_cmd_setFanSpeed(ServiceContext* ctx);
 // 89: {"gear":255}: measures all fans at all gears anew. -10300, also for any other gear.
 int mfgp_cmd_setAllFanGear(ServiceContext* ctx);
 
-// 88: answers the one character that the fan service left of its test, or nothing for an empty line.
-// -10346 when there is not even that.
+// 88: answers the one character that the fan service left of its test, or nothing for an empty
+// line. -10346 when there is not even that.
 int mfgp_cmd_getAllFanStatus(ServiceContext* ctx);
 
 // 105: a gear in decimal: answers the number of fans and each one's speed at that gear, a blank
