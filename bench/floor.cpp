@@ -1,13 +1,12 @@
 // The least that a server of this protocol could do, and a shell line alone: what the daemon's
 // times are compared with.
 //
-//   bench-floor echo|naive|arena PORT   answers each datagram with itself; naive and arena first
-//   ask
-//                                       the controller in a fresh Lua state, decipher, digest twice
-//                                       and cipher again, as a heartbeat needs it
+//   bench-floor echo|naive|arena PORT
+//     answers each datagram with itself; naive and arena first ask the controller in a fresh Lua
+//     state, decipher, digest twice and cipher again, as a heartbeat needs it
 //   bench-floor popen COUNT LINE [CLEAN-UP]
-//                                       runs a shell line again and again, each time after another;
-//                                       prints the median in nanoseconds
+//     runs a shell line again and again, each time after the clean-up if there is one; prints the
+//     median in nanoseconds
 #include <arpa/inet.h>
 #include <nettle/des.h>
 #include <nettle/md5.h>

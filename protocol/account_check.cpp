@@ -4,9 +4,7 @@
 #include <memory>
 
 extern "C" {
-#include <lauxlib.h>
 #include <lua.h>
-#include <lualib.h>
 }
 
 #include "core/lua_arena.h"
