@@ -61,6 +61,7 @@ TEST(Simulator, StateIsKeptUntilItIsReset) {
     EXPECT_EQ(unit.read("/fw/FW_ID") + unit.read("/modem/kind"), "editedFG621\n");
     unit.stop();
     expect("reset", "", 0, "");
+    expect("exec", "-- true", 1, "mfgp-sim: no unit is running on /tmp/");
     EXPECT_EQ(unit.read("/fw/FW_ID").substr(0, 4) + unit.read("/modem/kind"), "7B31FG621\n");
     expect("reset", "--profile service", 0, "");
     EXPECT_EQ(unit.read("/modem/kind") + unit.read("/mine"), "RG520N-EU\nkept");
