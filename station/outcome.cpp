@@ -82,6 +82,9 @@ Outcome refusal(const Command& command, uint8_t code) {
     if (code == kInfoFailed && command.gate == Gate::ProduceMode)
         text += " or refused outside produce mode";
     text += " (info " + std::to_string(code) + ")";
+    // Their permissions are good for one write that succeeded; those of type 7 need none.
+    if (code == kInfoFailed && command.access >= Access::Flash && command.type == kTypeSpecial)
+        text += "; if it was done before in this run of the daemon, restart that";
     if (code == kInfoOtherPeer)
         text += "; the binding lapses after 60 s of silence or with `release` from that station";
     return {info.exit, text};

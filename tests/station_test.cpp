@@ -41,7 +41,7 @@ TEST(StationClient, WritesAUnitOnceAndReadsItBack) {
     expectRows({
         {"set mac 02-1a-2B-13-7B-0F", 0, "OK\n"},
         {"get mac", 0, "02-1A-2B-13-7B-0F\n"},
-        {"set mac 021A2B137B00", 1, "failed"},
+        {"set mac 021A2B137B00", 1, "(info 3); if it was done before in this run"},
         {"set model-name M60", 0, "OK\n"},
         {"get hardware-description", 0, "M60 V1.0\n"},
         {setGroup, 0, "OK\n"},
