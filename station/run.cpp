@@ -43,6 +43,13 @@ int complainOfUsage(const std::string& text) {
     return complain(kExitUsage, text + " (see mfgp-station help)");
 }
 
+// Opens the output for what prints without a session. Returns the exit code, after a complaint if
+// it is not 0.
+int open(const Options& options, Output* output) {
+    const std::string wrong = openOutput(options, output);
+    return wrong.empty() ? kExitDone : complain(kExitLocalFault, wrong);
+}
+
 Listing allCommands() {
     std::vector<Entry> local;
     for (const LocalCommand& command : kLocalCommands)
@@ -52,18 +59,25 @@ Listing allCommands() {
 
 int list(const Options& options, Output* output) {
     const std::string what = options.words.size() > 1 ? options.words[1] : "commands";
+    Listing table = {};
     if (what == "commands")
-        print(allCommands(), *output);
+        table = allCommands();
     else if (what == "options")
-        print(listOptions(), *output);
+        table = listOptions();
     else if (what == "exit-codes")
-        print(listExits(), *output);
+        table = listExits();
     else
         return complainOfUsage("list: '" + what + "' is none of commands, options and exit-codes");
-    return kExitDone;
+    const int opened = open(options, output);
+    if (opened == kExitDone)
+        print(table, *output);
+    return opened;
 }
 
-int help(const Options&, Output* output) {
+int help(const Options& options, Output* output) {
+    const int opened = open(options, output);
+    if (opened != kExitDone)
+        return opened;
     fprintf(output->file, "usage: mfgp-station [options] COMMAND [ARGUMENTS]\n\noptions:\n");
     printHelp(listOptions(), *output);
     fprintf(output->file, "\ncommands:\n");
@@ -95,6 +109,9 @@ int decode(const Options& options, Output* output) {
     const std::string wrong = parseHex(digits, &datagram);
     if (!wrong.empty())
         return complainOfUsage("decode: " + wrong);
+    const int opened = open(options, output);
+    if (opened != kExitDone)
+        return opened;
     const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
     Result result = unsent(options.words, {kExitDone, ""});
     result.value.reset(explainDatagram(datagram, key));
@@ -154,8 +171,10 @@ int runOptions(const Options& options, Output* output) {
     if (options.help)
         return help(options, output);
     if (options.version) {
-        fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
-        return kExitDone;
+        const int opened = open(options, output);
+        if (opened == kExitDone)
+            fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
+        return opened;
     }
     const LocalCommand* const local = findLocal(options);
     return local != nullptr ? local->run(options, output) : perform(options, output);
@@ -173,10 +192,7 @@ int run(int argc, char** argv) {
     const Outcome account = loadAccount(&options);
     if (account.code != kExitDone)
         return complain(account.code, account.message);
-    Output output;  // opened late: a mistake leaves the file of earlier results alone
-    wrong = openOutput(options, &output);
-    if (!wrong.empty())
-        return complain(kExitLocalFault, wrong);
+    Output output = {options.format, options.quiet};
     output.nameWidth = usageWidth(allCommands());
     const int code = runOptions(options, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");

@@ -103,8 +103,10 @@ Order orderOf(const Command& command, const Options& options) {
 
 int openSession(Session* session) {
     const Options& options = session->options;
+    std::string wrong = openOutput(options, session->output);
     prepareLink(options, &session->link);
-    const std::string wrong = options.dryRun ? "" : openLink(options, &session->link);
+    if (wrong.empty() && !options.dryRun)
+        wrong = openLink(options, &session->link);
     if (options.deadline > 0)
         session->link.deadline = secondsFromNow(options.deadline);
     watchInterrupts();

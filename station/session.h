@@ -30,9 +30,9 @@ Outcome makeOrder(const Options& options, Order* order);
 // The order of a row that takes no arguments.
 Order orderOf(const Command& command, const Options& options);
 
-// Opens the session's link if anything is to be sent, then starts the deadline and notes signals:
-// the lookup of a name heeds neither, so until it is over a signal ends the program. Returns the
-// exit code, after a complaint if it is not 0.
+// Opens the output, and the session's link if anything is to be sent, then starts the deadline and
+// notes signals: the lookup of a name heeds neither, so until it is over a signal ends the program.
+// Returns the exit code, after a complaint if it is not 0.
 int openSession(Session* session);
 
 // Carries the order out: asks the unit, or only shows the datagram.

@@ -10,7 +10,8 @@
 namespace {
 
 TEST(StationClient, ReadsAUnit) {
-    Unit unit({StateFile{"/fw/OEM_ID", "tab\there"}});
+    Unit unit({StateFile{"/fw/OEM_ID", "tab\there"}, StateFile{"/old", "old"}});
+    const std::string old = unit.path("/old").string();
     expectRows({
         {"get oem-id", 0, "tab here\n"},
         {"config set 'a text'", 0, "OK\n"},
@@ -18,6 +19,9 @@ TEST(StationClient, ReadsAUnit) {
         {"raw 7 9 00ff", 6, "the unit does not know the sub-type (info 5)"},
         {"raw 9 0", 6, "the unit does not know packet type 9"},
         {"sheet", 0, "02-1A-2B-13-7B-00\n"},
+        {"--output-file " + old + " set mac zz; cat " + old, 0, "021A2B137B00\nold"},
+        {"--output-file " + old + " run none; cat " + old, 0, "No such file or directory\nold"},
+        {"--output-file " + old + " get mac; cat " + old, 0, "02-1A-2B-13-7B-00\n"},
     });
     EXPECT_NE(unit.trace().find("] setCfg: a text\n"), std::string::npos);
     unit.setMode("normal");
