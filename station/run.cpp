@@ -1,5 +1,8 @@
 #include "station/run.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cctype>
 
 #include "station/account.h"
@@ -180,9 +183,18 @@ int runOptions(const Options& options, Output* output) {
     return local != nullptr ? local->run(options, output) : perform(options, output);
 }
 
+// A standard stream that was closed would give its number to the next file, and results would go
+// into the socket. What takes its place fails where it is used, as a closed one does.
+void holdStandardStreams() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; fd++)
+        if (fcntl(fd, F_GETFD) < 0)
+            ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 }  // namespace
 
 int run(int argc, char** argv) {
+    holdStandardStreams();
     Options options;
     std::string wrong = parseOptions(argc, argv, &options);
     if (wrong.empty())

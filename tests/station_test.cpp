@@ -22,6 +22,8 @@ TEST(StationClient, ReadsAUnit) {
         {"--output-file " + old + " set mac zz; cat " + old, 0, "021A2B137B00\nold"},
         {"--output-file " + old + " run none; cat " + old, 0, "No such file or directory\nold"},
         {"--output-file " + old + " get mac; cat " + old, 0, "02-1A-2B-13-7B-00\n"},
+        {"get mac >&-", 7, "cannot write the results"},
+        {"run - <&-", 7, "Bad file descriptor"},
     });
     EXPECT_NE(unit.trace().find("] setCfg: a text\n"), std::string::npos);
     unit.setMode("normal");
