@@ -178,8 +178,7 @@ int runBatch(const Options& options, Output* output) {
         return opened;
     const int code =
         S_ISREG(status.st_mode) ? runFile(&series, &lines) : runStream(&series, &lines);
-    if (options.release)
-        release(&session);
+    endSession(&session);
     return code;
 }
 
@@ -198,6 +197,7 @@ int readSheet(const Options& options, Output* output) {
         if (!carryOut(&series, orders[i]))
             break;
     }
+    endSession(&session);
     return code != kExitDone ? code : series.code;
 }
 

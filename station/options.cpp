@@ -120,7 +120,7 @@ constexpr Option kOptions[] = {
     {"keep-going", 'k', kOutside, nullptr, setFlag<&Options::keepGoing>,
      "run: go on behind a command that has not passed"},
     {"release", 0, kOutside, nullptr, setFlag<&Options::release>,
-     "run: release the unit at the end, whatever the end"},
+     "release the unit at the end, whatever the end"},
     {"heartbeat", 0, kOutside, "SECONDS", setSeconds<&Options::heartbeat, 0>,
      "run: time between heartbeats while it waits for a line (20; 0: none)"},
     {"yes", 'y', kAnywhere, nullptr, setFlag<&Options::yes>,

@@ -138,7 +138,9 @@ int perform(const Options& options, Output* output) {
     if (needsConfirmation(order, false))
         outcome = confirm(&session, &terminal, order.command->name);
     const bool goesOn = outcome.code == kExitDone;
-    return finish(goesOn ? execute(&session, order) : unsent(options.words, outcome), output);
+    const Result result = goesOn ? execute(&session, order) : unsent(options.words, outcome);
+    endSession(&session);
+    return finish(result, output);
 }
 
 const LocalCommand* findLocal(const Options& options) {

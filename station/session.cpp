@@ -131,9 +131,9 @@ Result execute(Session* session, const Order& order) {
     return result;
 }
 
-void release(Session* session) {
+void endSession(Session* session) {
     session->link.deadline = Clock::time_point::max();
-    if (session->bound)
+    if (session->bound && session->options.release)
         ask(&session->link, {kTypeCancelTest, 0, {}},
             {.tries = 1, .seconds = 0, .whateverTheSignal = true});
     session->bound = false;

@@ -38,8 +38,9 @@ int openSession(Session* session);
 // Carries the order out: asks the unit, or only shows the datagram.
 Result execute(Session* session, const Order& order);
 
-// Lets another station have the unit. Does not wait: no answer comes.
-void release(Session* session);
+// Ends the session. With --release another station can have the unit. Does not wait: no answer
+// comes.
+void endSession(Session* session);
 
 // The result of a command that was not sent: the outcome, unless a signal came before.
 Result unsent(const Words& words, const Outcome& outcome);

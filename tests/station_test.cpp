@@ -35,7 +35,9 @@ TEST(StationClient, ReadsAUnit) {
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
         {"cancel", 0, "OK\n"},
-        {"--local-port 1042 get mac", 0, "02-1A-2B-13-7B-00\n"},
+        {"--local-port 1042 --release get mac", 0, "02-1A-2B-13-7B-00\n"},
+        {"--local-port 1043 --release sheet", 1, "02-1A-2B-13-7B-00\n"},
+        {"get mac", 0, "02-1A-2B-13-7B-00\n"},
     });
 }
 
