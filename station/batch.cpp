@@ -192,9 +192,10 @@ int readSheet(const Options& options, Output* output) {
     series.total = orders.size();
     int code = openSession(&session);
     for (size_t i = 0; code == kExitDone && i < orders.size(); i++) {
-        if (series.last == kExitNoAnswer)  // else a unit that is off takes a minute and more
+        if (series.last == kExitNoAnswer)  // else one that has gone off takes a minute
             orders[i].patience = {1, options.timeout};
-        if (!carryOut(&series, orders[i]))
+        const bool goesOn = carryOut(&series, orders[i]);
+        if (!goesOn || (i == 0 && series.last == kExitNoAnswer))  // a unit that is off
             break;
     }
     endSession(&session);

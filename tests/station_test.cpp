@@ -139,7 +139,8 @@ TEST(StationClient, RepeatsReadsOnly) {
                 {"--timeout 0.1 --retries 1 get mac", 3, "(2 tries)"},
                 {"--deadline 0.2 get mac", 3, "within 0.2 s (1 try)"},
                 {"--deadline 0.3 --timeout 0.1 wait", 3, "(3 tries)"},
-                {"--deadline 0.3 sheet", 3, "! no answer"}});
+                {"--timeout 0.1 sheet", 3, "! no answer"},
+                {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
     kill(unit.daemon(), SIGCONT);
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
