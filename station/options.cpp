@@ -131,6 +131,8 @@ constexpr Option kOptions[] = {
      "id of the first packet (any)"},
     {"verbose", 'v', kOutside, nullptr, raiseVerbosity,
      "tell what is done; twice: header fields as well; three times: plain and wire bytes as well"},
+    {"expect", 0, kAnywhere, "TEXT", nullptr,
+     "exit code 1 when the value that comes back, as text, is another"},
     {"gear", 0, kAnywhere, "N", nullptr, "fan set: gear of the fans, 0 to 255"},
     {"time", 0, kAnywhere, "SECONDS", nullptr, "fan set: how long they run so"},
     {"band", 0, kAnywhere, "BAND", nullptr,

@@ -10,7 +10,7 @@ namespace {
 
 constexpr Exit kExits[] = {
     {kExitDone, "PASS", "done"},
-    {kExitFailed, "FAIL", "the unit failed or refused"},
+    {kExitFailed, "FAIL", "the unit failed or refused, or its value is not the one of --expect"},
     {kExitUsage, "ERROR", "usage: the command line or a line of a batch is wrong, it was not sent"},
     {kExitNoAnswer, "TIMEOUT", "no answer in time"},
     {kExitOtherStation, "ERROR", "the unit is bound to another station"},

@@ -166,7 +166,9 @@ std::string checkCommand(const Options& options) {
         return isKnown ? "" : "unknown command '" + joined(options.words) + "'";
     }
     const size_t count = options.words.size() - 1;
-    if (count >= local->least && count <= local->most && options.named.empty())
+    if (!options.named.empty())
+        return std::string(local->name) + ": does not take --" + options.named[0].name;
+    if (count >= local->least && count <= local->most)
         return "";
     const std::string takes = local->arguments[0] != '\0' ? local->arguments : "no arguments";
     return std::string(local->name) + ": takes " + takes;

@@ -63,6 +63,18 @@ void takeReply(const Command& command, const Reply& reply, Result* result) {
     result->value.reset(command.form->json(result->text));
 }
 
+// Takes the last --expect, and all of them out of the options that are left to the command.
+std::optional<std::string> takeExpected(std::vector<NamedValue>* named) {
+    std::optional<std::string> expected;
+    std::erase_if(*named, [&expected](const NamedValue& given) {
+        const bool isExpected = given.name == "expect";
+        if (isExpected)
+            expected = given.value;
+        return isExpected;
+    });
+    return expected;
+}
+
 // Puts the text of a file in the place of its name, given with or without @ in front, where the
 // command takes either.
 std::string takeFile(const Command& command, Words* words) {
@@ -89,16 +101,16 @@ Outcome makeOrder(const Options& options, Order* order) {
     std::string wrong = takeFile(*command, &rest);
     if (!wrong.empty())
         return {kExitLocalFault, wrong};
-    wrong = buildCommand(*command, rest, options.named, &order->request);
+    std::vector<NamedValue> named = options.named;
+    if (command->form != nullptr)
+        order->expected = takeExpected(&named);
+    wrong = buildCommand(*command, rest, named, &order->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
 Order orderOf(const Command& command, const Options& options) {
-    return {&command,
-            {},
-            {command.type, command.subType, {}},
-            patienceFor(command, options),
-            options.yes};
+    return {&command,    {}, {command.type, command.subType, {}}, patienceFor(command, options),
+            options.yes, {}};
 }
 
 int openSession(Session* session) {
@@ -128,6 +140,9 @@ Result execute(Session* session, const Order& order) {
     result.tries = answer.tries;
     if (answer.delivery == Delivery::Answered)
         takeReply(*order.command, answer.reply, &result);
+    if (result.outcome.code == kExitDone && result.text != order.expected.value_or(result.text))
+        result.outcome = {kExitFailed,
+                          "expected '" + *order.expected + "', got '" + result.text + "'"};
     return result;
 }
 

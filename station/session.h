@@ -13,7 +13,8 @@ struct Order {
     Words arguments;
     Request request;
     Patience patience;
-    bool confirmed;  // --yes was given for it
+    bool confirmed;                       // --yes was given for it
+    std::optional<std::string> expected;  // the text of the value, if it has to be this one
 };
 
 struct Session {

@@ -106,6 +106,8 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"fan speeds", 2, "takes GEAR"},
         {"calibrate wifi 2", 2, "takes no arguments, but got '2'"},
         {"get mac --nss 1", 2, "does not take --nss"},
+        {"set pin 12345678 --expect OK", 2, "set pin: does not take --expect"},
+        {"--expect x sheet", 2, "sheet: does not take --expect"},
         {"", 2, "no command"},
         {"raw 3", 2, "takes TYPE SUBTYPE [HEX]"},
         {"--timeout 0 get mac", 2, "--timeout: '0' is not a time in seconds from 0.01"},
@@ -202,6 +204,8 @@ TEST(StationClient, GivesJsonOfOneShape) {
     } rows[] = {
         {"get mac", R"(0,"PASS","02-1A-2B-13-7B-00")"},
         {"get card-signal", R"(0,"PASS",4)"},
+        {"get card-signal --expect 4", R"(0,"PASS",4)"},
+        {"get card-signal --expect 5", R"(1,"FAIL",4)"},
         {"get calibration", R"(0,"PASS",true)"},
         {"get enable-flags", R"(0,"PASS",)" + flags},
         {"fan recheck", R"(0,"PASS",null)"},  // else there are no speeds yet
