@@ -16,7 +16,7 @@ constexpr Exit kExits[] = {
     {kExitOtherStation, "ERROR", "the unit is bound to another station"},
     {kExitAccount, "ERROR", "wrong account or digest"},
     {kExitNotUnderstood, "ERROR", "not understood, by the unit or in its reply"},
-    {kExitLocalFault, "ERROR", "a fault of this machine: network, file or memory"},
+    {kExitLocalFault, "ERROR", "a fault of this machine: network or file"},
     {kExitInterrupted, "ABORTED", "interrupted by signal N"},
 };
 
