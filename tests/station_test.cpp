@@ -91,7 +91,7 @@ TEST(StationClient, NamesWhatIsWrong) {
     expectRows({
         {"set mac 02:1A:2B:13:7B", 2, "MAC '02:1A:2B:13:7B' is none of"},
         {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it all the same"},
-        {"set imei ''", 2, "IMEI is empty"},
+        {"set imei ''", 2, "IMEI '' is not 15 digits\n"},
         {"set pin 1234567", 2, "PIN '1234567' has 7 characters, not 8"},
         {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
         {"set device-id ''", 2, "TEXT is empty"},
@@ -123,8 +123,10 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"antenna-test EG18-EA t0=1 t0=2", 2, "t0 is given twice"},
         {"antenna-test EG18-EA t0=1 t3=.", 2, "t3 '.' is not a decimal number"},
         {"antenna-test EG18-EA t9=1", 2, "'t9=1' is no field: EG18-EA takes t0="},
-        {"set imei 1234567890123456", 2, "longer than 15 characters"},
-        {"set imei '12 34'", 2, "holds a character other than"},
+        {"set imei 1234567890123456", 2, "is not 15 digits\n"},
+        {"set imei 12345678901234x", 2, "digits; `raw 3 90 313233343536373839303132333478` sends"},
+        {"decode $($station -n set imei 123456789012345)", 0,
+         "payload: 313233343536373839303132333435"},
         {"set external-antenna 10", 2, "CHARACTER '10' is not one letter or digit"},
         {"help", 0, "get hardware-description"},
     });
