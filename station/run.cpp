@@ -163,7 +163,7 @@ std::string checkCommand(const Options& options) {
     if (local == nullptr) {
         Words rest;
         const bool isKnown = findCommand(options.words, &rest) != nullptr;
-        return isKnown ? "" : "unknown command '" + joined(options.words) + "'";
+        return isKnown ? "" : unknownCommand(options.words);
     }
     const size_t count = options.words.size() - 1;
     if (!options.named.empty())

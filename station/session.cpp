@@ -89,11 +89,19 @@ std::string takeFile(const Command& command, Words* words) {
 
 }  // namespace
 
+std::string unknownCommand(const Words& words) {
+    std::string known;
+    for (const Command& command : commands())
+        if (std::string_view(command.name).starts_with(words[0] + ' '))
+            known += (known.empty() ? "; there are " : ", ") + std::string(command.name);
+    return "unknown command '" + joined(words) + "'" + known;
+}
+
 Outcome makeOrder(const Options& options, Order* order) {
     Words rest;
     const Command* const command = findCommand(options.words, &rest);
     if (command == nullptr)
-        return {kExitUsage, "unknown command '" + joined(options.words) + "'"};
+        return {kExitUsage, unknownCommand(options.words)};
     *order = orderOf(*command, options);
     order->arguments = rest;
     for (const NamedValue& given : options.named)

@@ -24,6 +24,9 @@ struct Session {
     bool bound = false;  // by what this session has sent
 };
 
+// Says that the words are no command, and which ones begin with the first.
+std::string unknownCommand(const Words& words);
+
 // Makes an order of the options' words. Where the command takes @FILE, the file's text is taken for
 // its name. Returns what is wrong with the words or the file.
 Outcome makeOrder(const Options& options, Order* order);

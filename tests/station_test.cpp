@@ -112,6 +112,8 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"set pin 12345678 --expect OK", 2, "set pin: does not take --expect"},
         {"--expect x sheet", 2, "sheet: does not take --expect"},
         {"", 2, "no command"},
+        {"config", 2, "unknown command 'config'; there are config get, config set (see"},
+        {"nothing", 2, "unknown command 'nothing' (see"},
         {"raw 3", 2, "takes TYPE SUBTYPE [HEX]"},
         {"--timeout 0 get mac", 2, "--timeout: '0' is not a time in seconds from 0.01"},
         {"--bogus get mac", 2, "--bogus"},
