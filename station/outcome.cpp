@@ -32,6 +32,13 @@ bool isSilent(const Request& request) {
     return request.type == kTypeCancelTest;
 }
 
+std::string silenceHint(const Request& request) {
+    return request.type != kTypeSystemInit
+               ? ""
+               : "; one whose MAC/PIN test was cancelled does not answer this until its daemon is "
+                 "restarted";
+}
+
 // A request that went out without a reply to believe may have been obeyed.
 std::string readBackOffer(const Command& command) {
     if (isRepeatable(command))
@@ -49,8 +56,9 @@ Outcome withoutAnswer(const Command& command, const Request& request, const Answ
     std::string text = "no answer from " + unit + " " + inNumbers(answer);
     if (answer.error != 0)
         text += std::string(": ") + strerror(answer.error);
-    return {kExitNoAnswer,
-            text + (answer.tries > 0 && answer.error == 0 ? readBackOffer(command) : "")};
+    if (answer.tries > 0 && answer.error == 0)
+        text += readBackOffer(command) + silenceHint(request);
+    return {kExitNoAnswer, text};
 }
 
 struct Info {

@@ -148,6 +148,7 @@ TEST(StationClient, RepeatsReadsOnly) {
                 {"--timeout 0.1 --retries 1 get mac", 3, "(2 tries)"},
                 {"--deadline 0.2 get mac", 3, "within 0.2 s (1 try)"},
                 {"--deadline 0.3 --timeout 0.1 wait", 3, "(3 tries)"},
+                {"--timeout 0.1 init", 3, "(3 tries); one whose MAC/PIN test was cancelled"},
                 {"--timeout 0.1 sheet", 3, "! no answer"},
                 {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
     kill(unit.daemon(), SIGCONT);
