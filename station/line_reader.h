@@ -16,7 +16,8 @@ struct LineReader {
 
 enum class LineEvent { Line, End, TimedOut, Interrupted, Fault };
 
-// Takes the next line without its line end. Negative milliseconds: waits without end. Of a Fault
+// Takes the next line without its line end. Negative milliseconds: waits without end. A line of
+// more than 65,536 bytes is a Fault (EMSGSIZE). Of a Fault
 // errno tells.
 LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line);
 

@@ -130,6 +130,8 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"decode $($station -n set imei 123456789012345)", 0,
          "payload: 313233343536373839303132333435"},
         {"set external-antenna 10", 2, "CHARACTER '10' is not one letter or digit"},
+        {"run /", 7, "run: cannot read '/': Is a directory"},
+        {"run /dev/zero", 7, "run: cannot read '/dev/zero': Message too long"},
         {"help", 0, "get hardware-description"},
     });
 }
