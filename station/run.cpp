@@ -48,7 +48,7 @@ int complainOfUsage(const std::string& text) {
 
 // Opens the output for what prints without a session. Returns the exit code, after a complaint if
 // it is not 0.
-int open(const Options& options, Output* output) {
+int beginOutput(const Options& options, Output* output) {
     const std::string wrong = openOutput(options, output);
     return wrong.empty() ? kExitDone : complain(kExitLocalFault, wrong);
 }
@@ -71,14 +71,14 @@ int list(const Options& options, Output* output) {
         table = listExits();
     else
         return complainOfUsage("list: '" + what + "' is none of commands, options and exit-codes");
-    const int opened = open(options, output);
+    const int opened = beginOutput(options, output);
     if (opened == kExitDone)
         print(table, *output);
     return opened;
 }
 
 int help(const Options& options, Output* output) {
-    const int opened = open(options, output);
+    const int opened = beginOutput(options, output);
     if (opened != kExitDone)
         return opened;
     fprintf(output->file, "usage: mfgp-station [options] COMMAND [ARGUMENTS]\n\noptions:\n");
@@ -112,7 +112,7 @@ int decode(const Options& options, Output* output) {
     const std::string wrong = parseHex(digits, &datagram);
     if (!wrong.empty())
         return complainOfUsage("decode: " + wrong);
-    const int opened = open(options, output);
+    const int opened = beginOutput(options, output);
     if (opened != kExitDone)
         return opened;
     const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
@@ -178,7 +178,7 @@ int runOptions(const Options& options, Output* output) {
     if (options.help)
         return help(options, output);
     if (options.version) {
-        const int opened = open(options, output);
+        const int opened = beginOutput(options, output);
         if (opened == kExitDone)
             fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
         return opened;
