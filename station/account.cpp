@@ -13,6 +13,9 @@
 namespace station {
 namespace {
 
+// Far above any account or group object: what is longer is another file, or a device without end.
+constexpr size_t kMostFileBytes = 65536;
+
 void warn(const Options& options, const std::string& text) {
     if (!options.quiet)
         say("warning: " + text);
@@ -66,9 +69,12 @@ Outcome loadAccount(Options* options) {
 std::string readFile(const std::string& name, std::string* text) {
     const File file(fopen(name.c_str(), "rb"));
     text->clear();
-    for (int byte = 0; file && (byte = getc(file.get())) != EOF;)
+    for (int byte = 0; file && text->size() <= kMostFileBytes && (byte = getc(file.get())) != EOF;)
         text->push_back(static_cast<char>(byte));
-    if (!file || ferror(file.get()) != 0)
+    const bool isLong = text->size() > kMostFileBytes;
+    if (isLong)
+        errno = EFBIG;
+    if (!file || isLong || ferror(file.get()) != 0)
         return "cannot read '" + name + "': " + strerror(errno);
     return "";
 }

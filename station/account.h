@@ -12,7 +12,7 @@ namespace station {
 // the file.
 Outcome loadAccount(Options* options);
 
-// Reads a file's text. Returns what is wrong, or an empty text.
+// Reads a file's text of at most 65,536 bytes. Returns what is wrong, or an empty text.
 std::string readFile(const std::string& name, std::string* text);
 
 }  // namespace station

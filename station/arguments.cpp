@@ -14,10 +14,6 @@ bool isControl(char character) {
     return byte < ' ' || byte == 0x7F;
 }
 
-bool isPrintable(char character) {
-    return character >= ' ' && character <= '~';
-}
-
 // The twelve digits of an address with one kind of separator; any other text as it is.
 std::string withoutSeparators(const std::string& text) {
     constexpr size_t kLength = 17;

@@ -49,8 +49,8 @@ std::string ftmValue(const Words& words, Request* request);
 // TEXT alone is sent as it is.
 std::string antennaFields(const Words& words, Request* request);
 
-// IMEI: what the unit takes, 1 to 15 characters and none that its shell could act on.
-std::string imeiText(const Words& words, Request* request);
+// IMEI: 15 digits. The unit takes other texts too, but one write alone in a run of its daemon.
+std::string imei(const Words& words, Request* request);
 
 // CHARACTER: one letter or digit.
 std::string antennaCharacter(const Words& words, Request* request);

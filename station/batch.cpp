@@ -38,6 +38,10 @@ std::string countOfLeft(const Series& series) {
            std::to_string(series.total) + " commands not sent";
 }
 
+Outcome unreadable(const std::string& name) {
+    return {kExitLocalFault, "cannot read '" + name + "': " + strerror(errno)};
+}
+
 // The exit code of a series that ends so; of all but its own end it tells.
 int codeOfEnd(const Series& series, LineEvent event) {
     Outcome outcome = {series.code, ""};
@@ -46,7 +50,7 @@ int codeOfEnd(const Series& series, LineEvent event) {
     else if (event == LineEvent::Interrupted)
         outcome = interrupted("");
     else if (event == LineEvent::Fault)
-        outcome = {kExitLocalFault, strerror(errno)};
+        outcome = unreadable(series.session->options.words[1]);
     if (!outcome.message.empty())
         say(series.session->options.words[0] + ": " + outcome.message);
     const bool isFirst = series.code == kExitDone || event == LineEvent::Interrupted;
@@ -112,7 +116,7 @@ Outcome readOrders(const Series& series, LineReader* lines, std::vector<Order>* 
         orders->push_back(order);
     }
     if (event == LineEvent::Fault)
-        return {kExitLocalFault, strerror(errno)};
+        return unreadable(series.session->options.words[1]);
     return event == LineEvent::Interrupted ? interrupted("") : Outcome{kExitDone, ""};
 }
 
@@ -172,14 +176,13 @@ int runBatch(const Options& options, Output* output) {
         lines.fd = file ? fileno(file.get()) : -1;
     struct stat status = {};
     if (lines.fd < 0 || fstat(lines.fd, &status) != 0)  // errno: of either
-        return refuse(series, {kExitLocalFault, "cannot read '" + name + "': " + strerror(errno)});
+        return refuse(series, unreadable(name));
     const int opened = openSession(&session);
     if (opened != kExitDone)
         return opened;
     const int code =
         S_ISREG(status.st_mode) ? runFile(&series, &lines) : runStream(&series, &lines);
-    if (options.release)
-        release(&session);
+    endSession(&session);
     return code;
 }
 
@@ -193,11 +196,13 @@ int readSheet(const Options& options, Output* output) {
     series.total = orders.size();
     int code = openSession(&session);
     for (size_t i = 0; code == kExitDone && i < orders.size(); i++) {
-        if (series.last == kExitNoAnswer)  // else a unit that is off takes a minute and more
+        if (series.last == kExitNoAnswer)  // else one that has gone off takes a minute
             orders[i].patience = {1, options.timeout};
-        if (!carryOut(&series, orders[i]))
+        const bool goesOn = carryOut(&series, orders[i]);
+        if (!goesOn || (i == 0 && series.last == kExitNoAnswer))  // a unit that is off
             break;
     }
+    endSession(&session);
     return code != kExitDone ? code : series.code;
 }
 

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <span>
 
+#include "station/values.h"
+
 namespace station {
 namespace {
 
@@ -114,18 +116,16 @@ std::string antennaFields(const Words& words, Request* request) {
     return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules + ") or one TEXT";
 }
 
-std::string imeiText(const Words& words, Request* request) {
-    constexpr size_t kLongest = 15;
-    if (words[0].empty())
-        return "IMEI is empty";
-    if (words[0].size() > kLongest)
-        return "IMEI '" + words[0] + "' is longer than 15 characters";
-    if (!consistsOf(words[0], std::string(kLettersAndDigits) + "%+,-./:=@^_"))
-        return "IMEI '" + words[0] +
-               "' holds a character other than letters, digits and "
-               "%+,-./:=@^_";
-    putText(words[0], request);
-    return "";
+std::string imei(const Words& words, Request* request) {
+    constexpr size_t kLength = 15;
+    const std::string& text = words[0];
+    putText(text, request);
+    if (text.size() == kLength && consistsOf(text, kDigits))
+        return "";
+    const std::string wrong = "IMEI '" + text + "' is not 15 digits";
+    if (text.empty() || text.size() > kLength)
+        return wrong;
+    return wrong + "; `raw 3 90 " + hexOf(request->payload) + "` sends it all the same";
 }
 
 std::string antennaCharacter(const Words& words, Request* request) {

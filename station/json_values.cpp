@@ -19,16 +19,15 @@ std::vector<std::string> split(const std::string& text, char separator) {
     return parts;
 }
 
-// "guest Wi-Fi" as guest_wifi.
-std::string keyOf(const std::string& name) {
+}  // namespace
+
+std::string jsonKey(const std::string& name) {
     std::string key;
     for (const char character : name)
         if (character != '-')
             key += character == ' ' ? '_' : static_cast<char>(tolower(character));
     return key;
 }
-
-}  // namespace
 
 json_object* jsonString(const std::string& text) {
     const std::string shown = printable(text);
@@ -58,7 +57,7 @@ json_object* jsonFlags(const std::string& text) {
     for (std::string part : split(text, ',')) {
         part.erase(0, part.find_first_not_of(' '));
         const size_t blank = part.rfind(' ');
-        json_object_object_add(object, keyOf(part.substr(0, blank)).c_str(),
+        json_object_object_add(object, jsonKey(part.substr(0, blank)).c_str(),
                                json_object_new_boolean(part.substr(blank + 1) == "on" ? 1 : 0));
     }
     return object;
@@ -78,7 +77,7 @@ json_object* jsonConfig(const std::string& text) {
     json_object* const object = json_object_new_object();
     for (const std::string& line : split(text, '\n')) {
         const size_t colon = line.find(": ");
-        const std::string key = keyOf(line.substr(0, colon));
+        const std::string key = jsonKey(line.substr(0, colon));
         const std::string value = line.substr(colon + 2);
         json_object_object_add(object, key.c_str(),
                                key == "enabled" ? jsonFlags(value) : jsonString(value));

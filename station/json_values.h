@@ -17,6 +17,9 @@ struct Form {
     size_t leastBytes = 0;  // a shorter payload is not understood
 };
 
+// A name as the key of a member: "guest Wi-Fi" as guest_wifi.
+std::string jsonKey(const std::string& name);
+
 // A string; all but printable ASCII in it as \xNN.
 json_object* jsonString(const std::string& text);
 

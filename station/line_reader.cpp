@@ -8,6 +8,8 @@
 namespace station {
 namespace {
 
+constexpr size_t kMostLineBytes = 65536;  // no packet takes as much; a device may have no line end
+
 bool isBlank(char character) {
     return character == ' ' || character == '\t';
 }
@@ -45,6 +47,10 @@ bool readWord(const std::string& line, size_t* at, std::string* word) {
 LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line) {
     std::array<char, 4096> part = {};
     while (!takeLine(reader, line)) {
+        if (reader->ahead.size() > kMostLineBytes) {
+            errno = EMSGSIZE;
+            return LineEvent::Fault;
+        }
         const int error = waitReadable(reader->fd, milliseconds);
         if (error == EAGAIN)
             return LineEvent::TimedOut;

@@ -17,7 +17,7 @@ struct LineReader {
 enum class LineEvent { Line, End, TimedOut, Interrupted, Fault };
 
 // Takes the next line without its line end. Negative milliseconds: waits without end. Of a Fault
-// errno tells.
+// errno tells; a line of more than 65,536 bytes is one (EMSGSIZE).
 LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line);
 
 // Splits a line into words: blanks part them; in single quotes all stands for itself, in double

@@ -1,7 +1,6 @@
 #include "station/listing.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace station {
 namespace {
@@ -29,12 +28,6 @@ void printText(const Listing& listing, const Output& output) {
     }
 }
 
-std::string keyOf(std::string name) {
-    for (char& character : name)
-        character = character == '-' ? '_' : static_cast<char>(tolower(character));
-    return name;
-}
-
 void printJson(const Listing& listing, const Output& output) {
     for (const Entry& entry : listing.entries) {
         const Json object(json_object_new_object());
@@ -42,7 +35,7 @@ void printJson(const Listing& listing, const Output& output) {
         json_object_object_add(object.get(), "name", jsonString(entry.name));
         json_object_object_add(object.get(), "arguments", jsonString(entry.arguments));
         for (size_t i = 0; i < entry.facts.size(); i++)
-            json_object_object_add(object.get(), keyOf(listing.factNames[i]).c_str(),
+            json_object_object_add(object.get(), jsonKey(listing.factNames[i]).c_str(),
                                    entry.facts[i] == kNone ? nullptr : jsonNumber(entry.facts[i]));
         json_object_object_add(object.get(), "help", jsonString(entry.help));
         fprintf(output.file, "%s\n", jsonLine(object.get()));
@@ -94,7 +87,7 @@ Entry entryOf(const Command& command) {
 }  // namespace
 
 Listing listCommands(const std::vector<Entry>& local) {
-    Listing listing = {"COMMAND", {"TYPE", "SUB-TYPE", "ACCESS", "MODE"}, {}};
+    Listing listing = {"COMMAND", {"TYPE", "SUB TYPE", "ACCESS", "MODE"}, {}};
     for (const Command& command : commands())
         listing.entries.push_back(entryOf(command));
     listing.entries.insert(listing.entries.end(), local.begin(), local.end());

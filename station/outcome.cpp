@@ -10,13 +10,13 @@ namespace {
 
 constexpr Exit kExits[] = {
     {kExitDone, "PASS", "done"},
-    {kExitFailed, "FAIL", "the unit failed or refused"},
+    {kExitFailed, "FAIL", "the unit failed or refused, or its value is not the one of --expect"},
     {kExitUsage, "ERROR", "usage: the command line or a line of a batch is wrong, it was not sent"},
     {kExitNoAnswer, "TIMEOUT", "no answer in time"},
     {kExitOtherStation, "ERROR", "the unit is bound to another station"},
     {kExitAccount, "ERROR", "wrong account or digest"},
     {kExitNotUnderstood, "ERROR", "not understood, by the unit or in its reply"},
-    {kExitLocalFault, "ERROR", "a fault of this machine: network, file or memory"},
+    {kExitLocalFault, "ERROR", "a fault of this machine: network or file"},
     {kExitInterrupted, "ABORTED", "interrupted by signal N"},
 };
 
@@ -30,6 +30,13 @@ std::string inNumbers(const Answer& answer) {
 // A unit obeys this packet in silence. It answers only to refuse it.
 bool isSilent(const Request& request) {
     return request.type == kTypeCancelTest;
+}
+
+std::string silenceHint(const Request& request) {
+    return request.type != kTypeSystemInit
+               ? ""
+               : "; one whose MAC/PIN test was cancelled does not answer this until its daemon is "
+                 "restarted";
 }
 
 // A request that went out without a reply to believe may have been obeyed.
@@ -49,8 +56,9 @@ Outcome withoutAnswer(const Command& command, const Request& request, const Answ
     std::string text = "no answer from " + unit + " " + inNumbers(answer);
     if (answer.error != 0)
         text += std::string(": ") + strerror(answer.error);
-    return {kExitNoAnswer,
-            text + (answer.tries > 0 && answer.error == 0 ? readBackOffer(command) : "")};
+    if (answer.tries > 0 && answer.error == 0)
+        text += readBackOffer(command) + silenceHint(request);
+    return {kExitNoAnswer, text};
 }
 
 struct Info {
@@ -82,6 +90,9 @@ Outcome refusal(const Command& command, uint8_t code) {
     if (code == kInfoFailed && command.gate == Gate::ProduceMode)
         text += " or refused outside produce mode";
     text += " (info " + std::to_string(code) + ")";
+    // Their permissions are good for one write that succeeded; those of type 7 need none.
+    if (code == kInfoFailed && command.access >= Access::Flash && command.type == kTypeSpecial)
+        text += "; if it was done before in this run of the daemon, restart that";
     if (code == kInfoOtherPeer)
         text += "; the binding lapses after 60 s of silence or with `release` from that station";
     return {info.exit, text};

@@ -82,14 +82,13 @@ void printText(const Result& result, Layout layout, const Output& output) {
 }  // namespace
 
 std::string openOutput(const Options& options, Output* output) {
-    output->format = options.format;
-    output->quiet = options.quiet;
-    output->file = stdout;
     if (options.outputFile.empty())
         return "";
     output->owned.reset(fopen(options.outputFile.c_str(), "we"));
+    if (!output->owned)
+        return "cannot write '" + options.outputFile + "': " + strerror(errno);
     output->file = output->owned.get();
-    return output->owned ? "" : "cannot write '" + options.outputFile + "': " + strerror(errno);
+    return "";
 }
 
 void print(const Result& result, Layout layout, Output* output) {

@@ -34,14 +34,16 @@ enum class Layout : uint8_t {
 
 // Where results go, and how.
 struct Output {
-    File owned;            // an --output-file
-    FILE* file = nullptr;  // that, or standard output
-    Format format = Format::Text;
-    bool quiet = false;
-    int nameWidth = 0;  // columns of a row's name
+    Format format;
+    bool quiet;
+    File owned = {};      // an --output-file
+    FILE* file = stdout;  // where results go: there until that is open
+    int nameWidth = 0;    // columns of a row's name
 };
 
-// Opens the place that the options name. Returns what went wrong, or an empty text.
+// Opens the --output-file, which it empties, if the options name one. Called late, so that a
+// mistake in the words leaves the file of earlier results alone. Returns what went wrong, or an
+// empty text.
 std::string openOutput(const Options& options, Output* output);
 
 // Prints the result as one JSON object or as text, at once. What a single command has to complain

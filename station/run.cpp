@@ -1,5 +1,8 @@
 #include "station/run.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cctype>
 
 #include "station/account.h"
@@ -43,6 +46,13 @@ int complainOfUsage(const std::string& text) {
     return complain(kExitUsage, text + " (see mfgp-station help)");
 }
 
+// Opens the output for what prints without a session. Returns the exit code, after a complaint if
+// it is not 0.
+int beginOutput(const Options& options, Output* output) {
+    const std::string wrong = openOutput(options, output);
+    return wrong.empty() ? kExitDone : complain(kExitLocalFault, wrong);
+}
+
 Listing allCommands() {
     std::vector<Entry> local;
     for (const LocalCommand& command : kLocalCommands)
@@ -52,18 +62,25 @@ Listing allCommands() {
 
 int list(const Options& options, Output* output) {
     const std::string what = options.words.size() > 1 ? options.words[1] : "commands";
+    Listing table = {};
     if (what == "commands")
-        print(allCommands(), *output);
+        table = allCommands();
     else if (what == "options")
-        print(listOptions(), *output);
+        table = listOptions();
     else if (what == "exit-codes")
-        print(listExits(), *output);
+        table = listExits();
     else
         return complainOfUsage("list: '" + what + "' is none of commands, options and exit-codes");
-    return kExitDone;
+    const int opened = beginOutput(options, output);
+    if (opened == kExitDone)
+        print(table, *output);
+    return opened;
 }
 
-int help(const Options&, Output* output) {
+int help(const Options& options, Output* output) {
+    const int opened = beginOutput(options, output);
+    if (opened != kExitDone)
+        return opened;
     fprintf(output->file, "usage: mfgp-station [options] COMMAND [ARGUMENTS]\n\noptions:\n");
     printHelp(listOptions(), *output);
     fprintf(output->file, "\ncommands:\n");
@@ -95,6 +112,9 @@ int decode(const Options& options, Output* output) {
     const std::string wrong = parseHex(digits, &datagram);
     if (!wrong.empty())
         return complainOfUsage("decode: " + wrong);
+    const int opened = beginOutput(options, output);
+    if (opened != kExitDone)
+        return opened;
     const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
     Result result = unsent(options.words, {kExitDone, ""});
     result.value.reset(explainDatagram(datagram, key));
@@ -118,7 +138,9 @@ int perform(const Options& options, Output* output) {
     if (needsConfirmation(order, false))
         outcome = confirm(&session, &terminal, order.command->name);
     const bool goesOn = outcome.code == kExitDone;
-    return finish(goesOn ? execute(&session, order) : unsent(options.words, outcome), output);
+    const Result result = goesOn ? execute(&session, order) : unsent(options.words, outcome);
+    endSession(&session);
+    return finish(result, output);
 }
 
 const LocalCommand* findLocal(const Options& options) {
@@ -141,10 +163,12 @@ std::string checkCommand(const Options& options) {
     if (local == nullptr) {
         Words rest;
         const bool isKnown = findCommand(options.words, &rest) != nullptr;
-        return isKnown ? "" : "unknown command '" + joined(options.words) + "'";
+        return isKnown ? "" : unknownCommand(options.words);
     }
     const size_t count = options.words.size() - 1;
-    if (count >= local->least && count <= local->most && options.named.empty())
+    if (!options.named.empty())
+        return std::string(local->name) + ": does not take --" + options.named[0].name;
+    if (count >= local->least && count <= local->most)
         return "";
     const std::string takes = local->arguments[0] != '\0' ? local->arguments : "no arguments";
     return std::string(local->name) + ": takes " + takes;
@@ -154,16 +178,27 @@ int runOptions(const Options& options, Output* output) {
     if (options.help)
         return help(options, output);
     if (options.version) {
-        fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
-        return kExitDone;
+        const int opened = beginOutput(options, output);
+        if (opened == kExitDone)
+            fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
+        return opened;
     }
     const LocalCommand* const local = findLocal(options);
     return local != nullptr ? local->run(options, output) : perform(options, output);
 }
 
+// A standard stream that was closed would give its number to the next file, and results would go
+// into the socket. What takes its place fails where it is used, as a closed one does.
+void holdStandardStreams() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; fd++)
+        if (fcntl(fd, F_GETFD) < 0)
+            ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 }  // namespace
 
 int run(int argc, char** argv) {
+    holdStandardStreams();
     Options options;
     std::string wrong = parseOptions(argc, argv, &options);
     if (wrong.empty())
@@ -173,10 +208,7 @@ int run(int argc, char** argv) {
     const Outcome account = loadAccount(&options);
     if (account.code != kExitDone)
         return complain(account.code, account.message);
-    Output output;  // opened late: a mistake leaves the file of earlier results alone
-    wrong = openOutput(options, &output);
-    if (!wrong.empty())
-        return complain(kExitLocalFault, wrong);
+    Output output = {options.format, options.quiet};
     output.nameWidth = usageWidth(allCommands());
     const int code = runOptions(options, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");

@@ -63,6 +63,18 @@ void takeReply(const Command& command, const Reply& reply, Result* result) {
     result->value.reset(command.form->json(result->text));
 }
 
+// Takes the last --expect, and all of them out of the options that are left to the command.
+std::optional<std::string> takeExpected(std::vector<NamedValue>* named) {
+    std::optional<std::string> expected;
+    std::erase_if(*named, [&expected](const NamedValue& given) {
+        const bool isExpected = given.name == "expect";
+        if (isExpected)
+            expected = given.value;
+        return isExpected;
+    });
+    return expected;
+}
+
 // Puts the text of a file in the place of its name, given with or without @ in front, where the
 // command takes either.
 std::string takeFile(const Command& command, Words* words) {
@@ -77,11 +89,19 @@ std::string takeFile(const Command& command, Words* words) {
 
 }  // namespace
 
+std::string unknownCommand(const Words& words) {
+    std::string known;
+    for (const Command& command : commands())
+        if (std::string_view(command.name).starts_with(words[0] + ' '))
+            known += (known.empty() ? "; there are " : ", ") + std::string(command.name);
+    return "unknown command '" + joined(words) + "'" + known;
+}
+
 Outcome makeOrder(const Options& options, Order* order) {
     Words rest;
     const Command* const command = findCommand(options.words, &rest);
     if (command == nullptr)
-        return {kExitUsage, "unknown command '" + joined(options.words) + "'"};
+        return {kExitUsage, unknownCommand(options.words)};
     *order = orderOf(*command, options);
     order->arguments = rest;
     for (const NamedValue& given : options.named)
@@ -89,22 +109,24 @@ Outcome makeOrder(const Options& options, Order* order) {
     std::string wrong = takeFile(*command, &rest);
     if (!wrong.empty())
         return {kExitLocalFault, wrong};
-    wrong = buildCommand(*command, rest, options.named, &order->request);
+    std::vector<NamedValue> named = options.named;
+    if (command->form != nullptr)
+        order->expected = takeExpected(&named);
+    wrong = buildCommand(*command, rest, named, &order->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
 Order orderOf(const Command& command, const Options& options) {
-    return {&command,
-            {},
-            {command.type, command.subType, {}},
-            patienceFor(command, options),
-            options.yes};
+    return {&command,    {}, {command.type, command.subType, {}}, patienceFor(command, options),
+            options.yes, {}};
 }
 
 int openSession(Session* session) {
     const Options& options = session->options;
+    std::string wrong = openOutput(options, session->output);
     prepareLink(options, &session->link);
-    const std::string wrong = options.dryRun ? "" : openLink(options, &session->link);
+    if (wrong.empty() && !options.dryRun)
+        wrong = openLink(options, &session->link);
     if (options.deadline > 0)
         session->link.deadline = secondsFromNow(options.deadline);
     watchInterrupts();
@@ -126,12 +148,15 @@ Result execute(Session* session, const Order& order) {
     result.tries = answer.tries;
     if (answer.delivery == Delivery::Answered)
         takeReply(*order.command, answer.reply, &result);
+    if (result.outcome.code == kExitDone && result.text != order.expected.value_or(result.text))
+        result.outcome = {kExitFailed,
+                          "expected '" + *order.expected + "', got '" + result.text + "'"};
     return result;
 }
 
-void release(Session* session) {
+void endSession(Session* session) {
     session->link.deadline = Clock::time_point::max();
-    if (session->bound)
+    if (session->bound && session->options.release)
         ask(&session->link, {kTypeCancelTest, 0, {}},
             {.tries = 1, .seconds = 0, .whateverTheSignal = true});
     session->bound = false;

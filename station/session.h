@@ -13,7 +13,8 @@ struct Order {
     Words arguments;
     Request request;
     Patience patience;
-    bool confirmed;  // --yes was given for it
+    bool confirmed;                       // --yes was given for it
+    std::optional<std::string> expected;  // the text of the value, if it has to be this one
 };
 
 struct Session {
@@ -23,6 +24,9 @@ struct Session {
     bool bound = false;  // by what this session has sent
 };
 
+// Says that the words are no command, and which ones begin with the first.
+std::string unknownCommand(const Words& words);
+
 // Makes an order of the options' words. Where the command takes @FILE, the file's text is taken for
 // its name. Returns what is wrong with the words or the file.
 Outcome makeOrder(const Options& options, Order* order);
@@ -30,16 +34,17 @@ Outcome makeOrder(const Options& options, Order* order);
 // The order of a row that takes no arguments.
 Order orderOf(const Command& command, const Options& options);
 
-// Opens the session's link if anything is to be sent, then starts the deadline and notes signals:
-// the lookup of a name heeds neither, so until it is over a signal ends the program. Returns the
-// exit code, after a complaint if it is not 0.
+// Opens the output, and the session's link if anything is to be sent, then starts the deadline and
+// notes signals: the lookup of a name heeds neither, so until it is over a signal ends the program.
+// Returns the exit code, after a complaint if it is not 0.
 int openSession(Session* session);
 
 // Carries the order out: asks the unit, or only shows the datagram.
 Result execute(Session* session, const Order& order);
 
-// Lets another station have the unit. Does not wait: no answer comes.
-void release(Session* session);
+// Ends the session. With --release another station can have the unit. Does not wait: no answer
+// comes.
+void endSession(Session* session);
 
 // The result of a command that was not sent: the outcome, unless a signal came before.
 Result unsent(const Words& words, const Outcome& outcome);

@@ -8,10 +8,6 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 
-bool isPrintable(uint8_t byte) {
-    return byte >= 0x20 && byte < 0x7F;
-}
-
 // Returns -1 for what is no hex digit.
 int hexValue(char digit) {
     if (digit >= '0' && digit <= '9')
@@ -50,12 +46,6 @@ constexpr Field kConfigRecord[] = {
     {"model", 80, 32, textOf},           {"country", 112, 64, textOf},
     {"region", 176, 64, textOf},         {"enabled", 240, 4, flagsOf},
 };
-constexpr size_t kConfigRecordSize = 244;
-constexpr size_t kEnableFlagsSize = 4;
-
-std::string tooShort(const Reply& reply) {
-    return "too short: " + std::to_string(reply.payload.size()) + " bytes";
-}
 
 }  // namespace
 
@@ -73,7 +63,7 @@ std::string decodeLine(const Reply& reply) {
 std::string decodeRaw(const Reply& reply) {
     std::string text;
     for (const uint8_t byte : reply.payload)
-        text += isPrintable(byte) ? static_cast<char>(byte) : '.';
+        text += isPrintable(static_cast<char>(byte)) ? static_cast<char>(byte) : '.';
     return "info: " + std::to_string(reply.info) +
            "\nlength: " + std::to_string(reply.payload.size()) + "\nhex: " + hexOf(reply.payload) +
            "\ntext: " + text;
@@ -84,7 +74,7 @@ std::string decodeYes(const Reply&) {
 }
 
 std::string decodeEnableFlags(const Reply& reply) {
-    return reply.payload.size() < kEnableFlagsSize ? tooShort(reply) : flagsOf(reply.payload);
+    return flagsOf(reply.payload);
 }
 
 std::string decodeFanSpeeds(const Reply& reply) {
@@ -95,8 +85,6 @@ std::string decodeFanSpeeds(const Reply& reply) {
 }
 
 std::string decodeConfigCheck(const Reply& reply) {
-    if (reply.payload.size() < kConfigRecordSize)
-        return tooShort(reply);
     std::string text;
     for (const Field& field : kConfigRecord)
         text += std::string(text.empty() ? "" : "\n") + field.name + ": " +
@@ -104,11 +92,15 @@ std::string decodeConfigCheck(const Reply& reply) {
     return text;
 }
 
+bool isPrintable(char character) {
+    return character >= ' ' && character <= '~';
+}
+
 std::string printable(std::string_view bytes) {
     std::string text;
     for (const char character : bytes) {
         const auto byte = static_cast<uint8_t>(character);
-        text += isPrintable(byte) ? std::string(1, character) : "\\x" + hexOf({&byte, 1});
+        text += isPrintable(character) ? std::string(1, character) : "\\x" + hexOf({&byte, 1});
     }
     return text;
 }

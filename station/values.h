@@ -24,14 +24,17 @@ std::string decodeRaw(const Reply& reply);
 // What the reply says by being no refusal; its payload holds nothing.
 std::string decodeYes(const Reply& reply);
 
-// The four settings, on or off.
+// The four settings, on or off. The payload has its four bytes.
 std::string decodeEnableFlags(const Reply& reply);
 
 // The number of fans and each one's speed.
 std::string decodeFanSpeeds(const Reply& reply);
 
-// The configuration record, a line for each field.
+// The configuration record, a line for each field. The payload has its 244 bytes.
 std::string decodeConfigCheck(const Reply& reply);
+
+// Printable ASCII.
+bool isPrintable(char character);
 
 // The bytes as text with \xNN for all but printable ASCII, zero bytes included.
 std::string printable(std::string_view bytes);

@@ -38,6 +38,8 @@ TEST(Batch, CarriesOutALineAtATime) {
     } rows[] = {
         {failing, "--yes run -", 1, "PASS PASS FAIL ", "\"failed (info 3)\""},
         {failing, "--yes -k run -", 1, "PASS FAIL FAIL PASS ", "failed"},
+        {"get button wps --expect 'BUTTON OK'\nget mac", "run -", 1, "FAIL ",
+         "expected 'BUTTON OK', got 'BUTTON NOT OK'"},
         {"get mac\r\nset oem-id x\nget mac", "run -", 2, "PASS ERROR ", "needs --yes"},
         {"raw 7 73", "run -", 2, "ERROR ", "needs --yes"},
         {"get mac\nget 'mac", "run -", 2, "PASS ERROR ", "a quote is not closed"},

@@ -10,7 +10,8 @@
 namespace {
 
 TEST(StationClient, ReadsAUnit) {
-    Unit unit({StateFile{"/fw/OEM_ID", "tab\there"}});
+    Unit unit({StateFile{"/fw/OEM_ID", "tab\there"}, StateFile{"/old", "old"}});
+    const std::string old = unit.path("/old").string();
     expectRows({
         {"get oem-id", 0, "tab here\n"},
         {"config set 'a text'", 0, "OK\n"},
@@ -18,6 +19,11 @@ TEST(StationClient, ReadsAUnit) {
         {"raw 7 9 00ff", 6, "the unit does not know the sub-type (info 5)"},
         {"raw 9 0", 6, "the unit does not know packet type 9"},
         {"sheet", 0, "02-1A-2B-13-7B-00\n"},
+        {"--output-file " + old + " set mac zz; cat " + old, 0, "021A2B137B00\nold"},
+        {"--output-file " + old + " run none; cat " + old, 0, "No such file or directory\nold"},
+        {"--output-file " + old + " get mac; cat " + old, 0, "02-1A-2B-13-7B-00\n"},
+        {"get mac >&-", 7, "cannot write the results"},
+        {"run - <&-", 7, "Bad file descriptor"},
     });
     EXPECT_NE(unit.trace().find("] setCfg: a text\n"), std::string::npos);
     unit.setMode("normal");
@@ -29,7 +35,9 @@ TEST(StationClient, ReadsAUnit) {
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
         {"cancel", 0, "OK\n"},
-        {"--local-port 1042 get mac", 0, "02-1A-2B-13-7B-00\n"},
+        {"--local-port 1042 --release get mac", 0, "02-1A-2B-13-7B-00\n"},
+        {"--local-port 1043 --release sheet", 1, "02-1A-2B-13-7B-00\n"},
+        {"get mac", 0, "02-1A-2B-13-7B-00\n"},
     });
 }
 
@@ -41,7 +49,7 @@ TEST(StationClient, WritesAUnitOnceAndReadsItBack) {
     expectRows({
         {"set mac 02-1a-2B-13-7B-0F", 0, "OK\n"},
         {"get mac", 0, "02-1A-2B-13-7B-0F\n"},
-        {"set mac 021A2B137B00", 1, "failed"},
+        {"set mac 021A2B137B00", 1, "(info 3); if it was done before in this run"},
         {"set model-name M60", 0, "OK\n"},
         {"get hardware-description", 0, "M60 V1.0\n"},
         {setGroup, 0, "OK\n"},
@@ -83,13 +91,16 @@ TEST(StationClient, NamesWhatIsWrong) {
     expectRows({
         {"set mac 02:1A:2B:13:7B", 2, "MAC '02:1A:2B:13:7B' is none of"},
         {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it all the same"},
-        {"set imei ''", 2, "IMEI is empty"},
+        {"set imei ''", 2, "IMEI '' is not 15 digits\n"},
         {"set pin 1234567", 2, "PIN '1234567' has 7 characters, not 8"},
         {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
         {"set device-id ''", 2, "TEXT is empty"},
         {tooLong, 2, "TEXT is 65 bytes long, more than 64"},
         {"set model-name \"$(printf 'a\\nb')\"", 2, "TEXT holds a control character"},
         {"set group /no/such/file", 7, "cannot read '/no/such/file': No such file"},
+        {"set group @/dev/zero", 7, "cannot read '/dev/zero': File too large"},
+        {"--account-file /dev/zero get mac", 7,
+         "--account-file: cannot read '/dev/zero': File too"},
         {"set group '{\"gid\": 1}'", 2, "has no \"key\""},
         {"set group \"{$(printf %1023d 1)}\"", 2, "is 1025 bytes long, more than 1024"},
         {"generate group 0", 2, "COUNT '0' is not a number above 0"},
@@ -98,7 +109,11 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"fan speeds", 2, "takes GEAR"},
         {"calibrate wifi 2", 2, "takes no arguments, but got '2'"},
         {"get mac --nss 1", 2, "does not take --nss"},
+        {"set pin 12345678 --expect OK", 2, "set pin: does not take --expect"},
+        {"--expect x sheet", 2, "sheet: does not take --expect"},
         {"", 2, "no command"},
+        {"config", 2, "unknown command 'config'; there are config get, config set (see"},
+        {"nothing", 2, "unknown command 'nothing' (see"},
         {"raw 3", 2, "takes TYPE SUBTYPE [HEX]"},
         {"--timeout 0 get mac", 2, "--timeout: '0' is not a time in seconds from 0.01"},
         {"--bogus get mac", 2, "--bogus"},
@@ -110,9 +125,13 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"antenna-test EG18-EA t0=1 t0=2", 2, "t0 is given twice"},
         {"antenna-test EG18-EA t0=1 t3=.", 2, "t3 '.' is not a decimal number"},
         {"antenna-test EG18-EA t9=1", 2, "'t9=1' is no field: EG18-EA takes t0="},
-        {"set imei 1234567890123456", 2, "longer than 15 characters"},
-        {"set imei '12 34'", 2, "holds a character other than"},
+        {"set imei 1234567890123456", 2, "is not 15 digits\n"},
+        {"set imei 12345678901234x", 2, "digits; `raw 3 90 313233343536373839303132333478` sends"},
+        {"decode $($station -n set imei 123456789012345)", 0,
+         "payload: 313233343536373839303132333435"},
         {"set external-antenna 10", 2, "CHARACTER '10' is not one letter or digit"},
+        {"run /", 7, "run: cannot read '/': Is a directory"},
+        {"run /dev/zero", 7, "run: cannot read '/dev/zero': Message too long"},
         {"help", 0, "get hardware-description"},
     });
 }
@@ -131,7 +150,9 @@ TEST(StationClient, RepeatsReadsOnly) {
                 {"--timeout 0.1 --retries 1 get mac", 3, "(2 tries)"},
                 {"--deadline 0.2 get mac", 3, "within 0.2 s (1 try)"},
                 {"--deadline 0.3 --timeout 0.1 wait", 3, "(3 tries)"},
-                {"--deadline 0.3 sheet", 3, "! no answer"}});
+                {"--timeout 0.1 init", 3, "(3 tries); one whose MAC/PIN test was cancelled"},
+                {"--timeout 0.1 sheet", 3, "! no answer"},
+                {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
     kill(unit.daemon(), SIGCONT);
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
@@ -193,6 +214,8 @@ TEST(StationClient, GivesJsonOfOneShape) {
     } rows[] = {
         {"get mac", R"(0,"PASS","02-1A-2B-13-7B-00")"},
         {"get card-signal", R"(0,"PASS",4)"},
+        {"get card-signal --expect 4", R"(0,"PASS",4)"},
+        {"get card-signal --expect 5", R"(1,"FAIL",4)"},
         {"get calibration", R"(0,"PASS",true)"},
         {"get enable-flags", R"(0,"PASS",)" + flags},
         {"fan recheck", R"(0,"PASS",null)"},  // else there are no speeds yet
