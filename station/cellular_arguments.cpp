@@ -122,10 +122,10 @@ std::string imei(const Words& words, Request* request) {
     putText(text, request);
     if (text.size() == kLength && consistsOf(text, kDigits))
         return "";
-    const std::string wrong = "IMEI '" + text + "' is not 15 digits";
-    if (text.empty() || text.size() > kLength)
-        return wrong;
-    return wrong + "; `raw 3 90 " + hexOf(request->payload) + "` sends it all the same";
+    std::string wrong = "IMEI '" + text + "' is not 15 digits";
+    if (!text.empty() && text.size() <= kLength)
+        wrong += "; `raw 3 90 " + hexOf(request->payload) + "` sends it all the same";
+    return wrong;
 }
 
 std::string antennaCharacter(const Words& words, Request* request) {
