@@ -1,13 +1,13 @@
-// The station's side: datagrams of a unit, and what the decoders make of them. Bit 0 of the first
+// The station's side: datagrams of a unit, and the values that are made of them. Bit 0 of the first
 // byte gives the datagram the right digest.
-#include "station/values.h"
+#include "core/json_handle.h"
+#include "station/json_values.h"
 #include "tests/fuzz/fuzz.h"
 
 std::string answerOf(std::string_view input) {
     using namespace station;
-    constexpr Decoder kDecoders[] = {decodeText,       decodeLine,        decodeRaw,
-                                     decodeYes,        decodeEnableFlags, decodeFanSpeeds,
-                                     decodeConfigCheck};
+    constexpr const Form* kForms[] = {&kText, &kLine,   &kNumber,  &kYes,    &kFlags,
+                                      &kFans, &kConfig, &kDevices, &kParsed, &kRaw};
     const bool sealed = (takeByte(&input) & 1) != 0;
     const Key key = keyOf("", "");
     Bytes datagram(kBufferSize);
@@ -19,7 +19,12 @@ std::string answerOf(std::string_view input) {
     const Reply reply = openReply(datagram.data(), length, key);
     std::string answer = std::to_string(static_cast<int>(reply.reading)) + ' ' +
                          std::to_string(reply.packetId) + '\n';
-    for (const Decoder decode : kDecoders)
-        answer += decode(reply) + '\n';
+    for (const Form* const form : kForms) {
+        if (reply.payload.size() < form->leastBytes)
+            continue;
+        const std::string text = form->text(reply);
+        const Json value(form->json(text));
+        answer += text + '\n' + json_object_to_json_string(value.get()) + '\n';
+    }
     return answer;
 }
