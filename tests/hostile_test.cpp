@@ -236,8 +236,8 @@ TEST(LongLife, ReadsLeaveNothingBehind) {
     expectUnchanged(unit, before);
     {
         // Held until strace has let go: who is traced cannot be looked through by a sanitizer.
-        const Injection silence(unit, kSelects, "retval=0:when=1:delay_exit=1000000");
-        while (unit.read("/strace").empty())
+        const Injection silence(unit, kSelects, "retval=0:when=1:delay_exit=60000000");
+        while (unit.read("/strace").find("INJECTED") == std::string::npos)
             usleep(10000);
     }
     for (int i = 0; i < 3000 && unit.running(); i++)
