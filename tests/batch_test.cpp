@@ -80,8 +80,8 @@ TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
 TEST(Batch, EndsOnASignal) {
     Unit unit;
     const std::string interrupt =
-        " | timeout --foreground --preserve-status -s INT 0.5 $station -o json ";
-    ShellResult result = shell("{ echo get mac; sleep 1; }" + interrupt + "run -");
+        " | timeout --foreground --preserve-status -s INT 1.5 $station -o json ";
+    ShellResult result = shell("{ echo get mac; sleep 3; }" + interrupt + "run -");
     EXPECT_EQ(result.exitCode, 128 + SIGINT);
     EXPECT_EQ(outcomes(result.output), "PASS ");
     kill(unit.daemon(), SIGSTOP);
@@ -94,9 +94,9 @@ TEST(Batch, EndsOnASignal) {
     unit.write("/lines", "get mac\nset device-id abc");
     const std::string lines = unit.path("/lines").string();
     result = shell(
-        "{ head -c 65536 /dev/zero; timeout --foreground 0.5 $station -y "
+        "{ head -c 65536 /dev/zero; timeout --foreground 1.5 $station -y "
         "--local-port 1042 run " +
-        lines + "; } | { sleep 1; tr -d '\\0'; }");
+        lines + "; } | { sleep 3; tr -d '\\0'; }");
     EXPECT_NE(result.output.find("signal 15; it was not sent"), std::string::npos) << result.output;
     expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }
