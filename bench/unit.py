@@ -85,6 +85,7 @@ class Server:
     def __exit__(self, *_):
         self.process.terminate()
         self.process.wait()
+        self.await_port(opened=False)  # strace ends before what it traces
 
     def first_answer(self, datagram):
         """Starts the server until it answers; milliseconds from the start."""
@@ -93,12 +94,16 @@ class Server:
 
     def wait(self):
         """Until the server has opened its port."""
+        self.await_port(opened=True)
+        return self
+
+    def await_port(self, opened):
         for _ in range(2000):
             with open("/proc/net/udp") as sockets:
-                if f":{self.port:04X} " in sockets.read():
-                    return self
+                if (f":{self.port:04X} " in sockets.read()) == opened:
+                    return
             time.sleep(0.01)
-        raise SystemExit(f"bench: no server at {self.command}")
+        raise SystemExit(f"bench: the port is {'not' if opened else 'still'} open: {self.command}")
 
     def resident(self):
         """Kilobytes of memory."""
