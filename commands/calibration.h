@@ -5,8 +5,8 @@
 
 // 18: runs the steps of the tool that the payload names, or judges the log of the coexistence test,
 // which goes on by itself; any other payload is the Wi-Fi calibration. No answer payload. Returns
-// 0, or -10309 without the permission, when a step could not be run, or when the log is missing or
-// its verdict bad.
+// 0, or -10309 without the permission, when the shell could not run a step, or when the log is
+// missing or its verdict bad.
 int mfgp_cmd_StartCal(ServiceContext* ctx);
 
 // 86: answers 8 zero bytes in calibration mode. Returns 0, or -10331 outside it.

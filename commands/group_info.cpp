@@ -37,6 +37,8 @@ int __check_group_input(const char* text, size_t length) {
         return -1;
     }
     fwrite(text, 1, length, input.get());
+    // Also removed here: were no shell to be had, an earlier verdict would count again.
+    unlink(kOutput);
     if (mfgp_closeWritten(std::move(input)) != 0 ||
         mfgp_execCmd("rm %s > /dev/null 2>&1; /bin/check_group %s %s", kOutput, kInput, kOutput) !=
             0)

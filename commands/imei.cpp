@@ -37,10 +37,10 @@ const ImeiLines* findLines(const Reply& reply, const char* purpose) {
     return strcmp(name, "FG621") == 0 ? &kFg621Lines : &kOtherLines;
 }
 
-// The IMEI stands in shell lines, once without quotes. Its length and digits are the station's
-// business.
+// The IMEI stands in shell lines, once without quotes behind an echo that would take a dash as the
+// start of an option. Its length and digits are the station's business.
 bool isSafe(const char* imei) {
-    return mfgp_isPlainText(imei, "%+,-./:=@^_");
+    return imei[0] != '-' && mfgp_isPlainText(imei, "%+,-./:=@^_");
 }
 
 int writeImei(const Reply& reply) {

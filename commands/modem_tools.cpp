@@ -40,8 +40,8 @@ int mfgp2_cmd_changeExtAntenna(ServiceContext* ctx) {
     const char* const argument = mfgp_argumentText(reply);
     mfgp_traceAt(reply.site, "ext_antenna switch status is:%s\n", argument);
     char line[kLineSize];
-    // Success is that of reload_config, the last of the three. The line that was cut switches
-    // nothing, whatever uci says of it.
+    // Success is that of reload_config, the last of the three. With an empty argument the line
+    // ends at its "=": nothing is committed or switched, whatever uci says of it.
     if (!isSafe(argument[0]) ||
         mfgp_formatLine(line, sizeof line,
                         "uci set ext_antenna.ext_antenna.enable=%c;uci commit "

@@ -1,7 +1,7 @@
 #include "commands/reply.h"
 
 Reply mfgp_replyBegin(ServiceContext* ctx, uint8_t subType, CallSite site) {
-    // Before version 2 there was no header in front of the payload.
+    // A packet of another version would have no header here; the receive path lets none through.
     const size_t offset = mfgp_version(ctx->recvBuf) == kProtocolVersion ? kHeaderSize : 0;
     const Reply reply = {ctx,
                          ctx->recvBuf + offset,

@@ -132,7 +132,6 @@ void beginReply(ServiceContext* ctx, ReplyInfo info) {
 // The version reads work on the command block, whichever dispatcher they are reached through. Here
 // the packet itself is what an encrypted command has inside.
 void fillCommandBlock(ServiceContext* ctx) {
-    beginReply(ctx, kInfoSuccess);
     ctx->cmdBlock = {
         .requestHeader = ctx->recvBuf,
         .replyHeader = ctx->replyBuf,
@@ -154,6 +153,7 @@ int mfgp_cmd_spCmd(ServiceContext* ctx) {
     }
     MFGP_TRACE("#flags:0x%x\n", ctx->flags);
     if (command.run != nullptr) {
+        beginReply(ctx, kInfoSuccess);
         fillCommandBlock(ctx);
         return command.run(ctx);
     }

@@ -31,7 +31,8 @@ enum Flag : uint32_t {
 };
 inline constexpr uint32_t kFlagsAtStart = 0x7F0FE;
 
-// Where a command that is reached through the encrypted-command dispatcher reads and writes.
+// Where the commands of the encrypted-command dispatcher, and those that both dispatchers share,
+// read and write.
 struct CommandBlock {
     uint8_t* requestHeader;
     uint8_t* replyHeader;

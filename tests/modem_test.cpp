@@ -188,6 +188,7 @@ TEST_F(Modem, ImeiIsWrittenOnceToFlashAndModem) {
         EXPECT_EQ(ask(kSetImei, argument), kFails);
         EXPECT_EQ(asked(), "");
         unit.write(kKind, module);
+        EXPECT_EQ(ask(kSetImei, "-n"), kFails);
         EXPECT_EQ(ask(kSetImei, argument), "");
         expectSaid("new imei is:" + imei + "\r\n");
         EXPECT_EQ(shellLines(trace).at(0), "echo " + imei + "  > /tmp/imei-tmp");
