@@ -1,5 +1,5 @@
 // What the unit's configuration says: single UCI options, the enable flags, and the record that the
-// configuration check compares. A failure is told on standard output and returned as -1; the
+// configuration check compares. A failure is logged and returned as -1; the
 // commands that ask add their own codes.
 #pragma once
 

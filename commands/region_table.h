@@ -6,7 +6,7 @@
 inline constexpr size_t kRegionSize = 2;  // bytes, not terminated
 
 struct Region {
-    const char* specialId;  // the letters in hexadecimal and four zeros
+    const char* specialId;  // of all but UN the letters in hexadecimal and four zeros
     const char* letters;
 };
 

@@ -5,7 +5,7 @@
 //
 // The first twelve bytes also are the inner header of an encrypted command (type 7), so the same
 // accessors serve both. Numbers are in network byte order; the packet id is the station's own and
-// is only ever copied.
+// the unit only copies it.
 #pragma once
 
 #include <cstddef>
@@ -62,6 +62,9 @@ inline uint8_t mfgp_info(const uint8_t* header) {
 inline uint8_t mfgp_subType(const uint8_t* header) {
     return header[10];
 }
+inline uint8_t mfgp_reserved(const uint8_t* header) {
+    return header[11];
+}
 
 inline void mfgp_setVersion(uint8_t* header, uint8_t version) {
     header[0] = version;
@@ -110,6 +113,10 @@ inline void mfgp_storeLittleEndian(uint8_t* to, uint32_t number) {
 // Two bytes as they are, without a byte order.
 inline const uint8_t* mfgp_packetId(const uint8_t* header) {
     return header + 8;
+}
+inline void mfgp_setPacketId(uint8_t* header, uint16_t id) {
+    header[8] = static_cast<uint8_t>(id >> 8);
+    header[9] = static_cast<uint8_t>(id);
 }
 inline void mfgp_copyPacketId(uint8_t* to, const uint8_t* from) {
     memcpy(to + 8, from + 8, 2);

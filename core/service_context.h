@@ -10,8 +10,8 @@
 #include "core/lua_arena.h"
 #include "core/packet.h"
 
-// Bits of the flags word. From bit 2 upward each is a permission; a factory write clears its own
-// after it has written, so that each field can be written once per run.
+// Bits of the flags word. From bit 2 upward each but the cancel guard is a permission; a factory
+// write clears its own after it has written, so that each field can be written once per run.
 enum Flag : uint32_t {
     kFlagSendReply = 1U << 0,
     kFlagSystemReady = 1U << 1,

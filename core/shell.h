@@ -16,8 +16,9 @@ inline constexpr size_t kCommandLineSize = 1024;  // bytes, with the terminator
 bool mfgp_isPlainText(const char* text, const char* marks);
 
 // Runs one shell line, formatted by printf rules into at most 1,023 characters, with an empty
-// environment, and waits for it. Returns 0 once the shell has run, whatever its exit status; -1
-// when the line does not fit or the shell cannot be started or waited for.
+// environment, and waits for it. Returns 0 once the child process has ended, whatever its status
+// and even if it could not become a shell; -1 when the line does not fit or no process can be made
+// or waited for.
 [[gnu::format(printf, 1, 2)]] int mfgp_execCmd(const char* format, ...);
 
 // As mfgp_execCmd for a finished line, and tells in *succeeded whether the line exited normally

@@ -9,7 +9,7 @@ namespace station {
 // checked to its end before anything is sent. Returns the exit code.
 int runBatch(const Options& options, Output* output);
 
-// Reads all there is to know of a unit. Returns the exit code.
+// Reads identity and state of a unit. Returns the exit code.
 int readSheet(const Options& options, Output* output);
 
 }  // namespace station

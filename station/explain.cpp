@@ -51,7 +51,7 @@ void addHeader(json_object* fields, const uint8_t* header) {
     addNumber(fields, "length", mfgp_payloadLength(header));
     addText(fields, "packet_id", "0x" + hexOf({id, 2}));
     addNumber(fields, "sub_type", mfgp_subType(header));
-    addNumber(fields, "reserved", header[kInnerHeaderSize - 1]);
+    addNumber(fields, "reserved", mfgp_reserved(header));
 }
 
 void addPayload(json_object* fields, const Bytes& plain, const Reply& reply) {

@@ -22,8 +22,7 @@ void fillHeader(uint8_t* header, uint8_t type, uint8_t subType, uint16_t packetI
     mfgp_setVersion(header, kProtocolVersion);
     mfgp_setType(header, type);
     mfgp_setPayloadLength(header, static_cast<uint32_t>(length));
-    header[8] = static_cast<uint8_t>(packetId >> 8);
-    header[9] = static_cast<uint8_t>(packetId);
+    mfgp_setPacketId(header, packetId);
     mfgp_setSubType(header, subType);
 }
 

@@ -31,7 +31,7 @@ int help(const Options& options, Output* output);
 constexpr size_t kAny = 1000;
 constexpr LocalCommand kLocalCommands[] = {
     {"run", "FILE|-", 1, 1, runBatch, "carry out a command a line on one socket"},
-    {"sheet", "", 0, 0, readSheet, "read all there is to know of a unit as a table"},
+    {"sheet", "", 0, 0, readSheet, "read identity and state of a unit as a table"},
     {"decode", "HEX...", 1, kAny, decode, "explain a captured datagram, given the account"},
     {"list", "[commands|options|exit-codes]", 0, 1, list, "the tables of this program"},
     {"help", "", 0, 0, help, "show this help"},
