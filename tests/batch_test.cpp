@@ -68,7 +68,7 @@ TEST(Batch, CarriesOutALineAtATime) {
 TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
     Unit unit;
     const ShellResult result = shell(
-        "{ echo get mac; sleep 1; echo release; sleep 0.5; } | $station --heartbeat 0.1 run -");
+        "{ echo get mac; sleep 3; echo release; sleep 0.5; } | $station --heartbeat 0.1 run -");
     EXPECT_EQ(result.exitCode, 0) << result.output;
     const std::string trace = unit.trace();
     const size_t end = trace.find("receive CANCEL TEST");
@@ -80,8 +80,8 @@ TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
 TEST(Batch, EndsOnASignal) {
     Unit unit;
     const std::string interrupt =
-        " | timeout --foreground --preserve-status -s INT 1.5 $station -o json ";
-    ShellResult result = shell("{ echo get mac; sleep 3; }" + interrupt + "run -");
+        " | timeout --foreground --preserve-status -s INT 3 $station -o json ";
+    ShellResult result = shell("{ echo get mac; sleep 6; }" + interrupt + "run -");
     EXPECT_EQ(result.exitCode, 128 + SIGINT);
     EXPECT_EQ(outcomes(result.output), "PASS ");
     kill(unit.daemon(), SIGSTOP);
@@ -94,9 +94,9 @@ TEST(Batch, EndsOnASignal) {
     unit.write("/lines", "get mac\nset device-id abc");
     const std::string lines = unit.path("/lines").string();
     result = shell(
-        "{ head -c 65536 /dev/zero; timeout --foreground 1.5 $station -y "
+        "{ head -c 65536 /dev/zero; timeout --foreground 3 $station -y "
         "--local-port 1042 run " +
-        lines + "; } | { sleep 3; tr -d '\\0'; }");
+        lines + "; } | { sleep 6; tr -d '\\0'; }");
     EXPECT_NE(result.output.find("signal 15; it was not sent"), std::string::npos) << result.output;
     expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }
