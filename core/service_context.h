@@ -54,7 +54,7 @@ struct ServiceContext {
     uint8_t replyBuf[kBufferSize];
     uint8_t recvBuf[kBufferSize];
     CommandBlock cmdBlock;
-    LuaArena luaArena;  // the account query's memory: nothing of a datagram outlives it there
+    LuaArena luaArena;  // the account query's memory, anew for each
 };
 
 // Creates the session table of one slot. Returns 0, or -10201 when out of memory.

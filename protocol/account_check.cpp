@@ -120,34 +120,31 @@ int fxApp_lua_pop_table(lua_State* lua, const FieldDescriptor* fields, char* bas
     return 0;
 }
 
-// Leaves the controller's dispatch function on the stack.
-int findDispatch(lua_State* lua) {
-    lua_getfield(lua, LUA_GLOBALSINDEX, "require");
-    lua_pushstring(lua, "luci.controller.admin.administration");
-    if (lua_pcall(lua, 1, 1, 0) != 0) {
-        printf("ERROR: require the administration moudle!\r");
-        return -1;
-    }
-    if (lua_istable(lua, -1)) {
-        lua_getfield(lua, -1, "dispatch");
-        if (lua_isfunction(lua, -1))
-            return 0;
-    }
-    printf("ERROR: this is not function.\r");
-    return -1;
-}
-
 struct Query {
     Account account;
     bool answered;
     const char* failure;  // what is said when the step in hand does not end well
 };
 
+// Leaves the controller's dispatch function on the stack.
+int findDispatch(lua_State* lua, Query* query) {
+    query->failure = "ERROR: require the administration moudle!\r";
+    lua_getfield(lua, LUA_GLOBALSINDEX, "require");
+    lua_pushstring(lua, "luci.controller.admin.administration");
+    if (lua_pcall(lua, 1, 1, 0) != 0)
+        return -1;
+    query->failure = "ERROR: this is not function.\r";
+    if (!lua_istable(lua, -1))
+        return -1;
+    lua_getfield(lua, -1, "dispatch");
+    return lua_isfunction(lua, -1) ? 0 : -1;
+}
+
 // Runs protected as a whole, so that a field access that raises an error, or memory running out,
 // fails the query instead of ending the daemon. Nothing in here needs a destructor.
 int runQuery(lua_State* lua) {
     auto* const query = static_cast<Query*>(lua_touserdata(lua, 1));
-    if (findDispatch(lua) != 0)
+    if (findDispatch(lua, query) != 0)
         return 0;
     query->failure = "ERROR: fxApp_lua_push_table failed.\r";
     if (fxApp_lua_push_table(lua, kRequest, nullptr) != 0)

@@ -10,5 +10,6 @@ int mfgp_decode(ServiceContext* ctx);
 
 // Gives the plain reply in replyBuf its digest, pads the payload with zero bytes to a multiple of 8
 // and ciphers it; recvBuf is used up as working space. Stores the number of bytes to send. Returns
-// 0, or -10307 when the payload is longer than 44,960 bytes; the number is then left as it was.
+// 0, or -10307 when the padded length, computed in 32 bits, is above 44,960; the number is then
+// left as it was.
 int mfgp_encode(ServiceContext* ctx, size_t* replyLength);
