@@ -1,7 +1,6 @@
 """What does not depend on the machine's load: system calls, instructions, processes."""
 
 import re
-import time
 
 import unit
 
@@ -22,7 +21,7 @@ def traced(root, make, request, count, filters=()):
     trace = root / "trace"
     with make(root, under=["strace", "-I2", "-f", "-qq", "-o", trace, *filters]) as server:
         ask(server.wait(), request, count)
-        time.sleep(0.3)  # until it waits again
+        server.await_rest()
     return trace.read_text().splitlines()
 
 

@@ -105,6 +105,13 @@ class Server:
             time.sleep(0.01)
         raise SystemExit(f"bench: the port is {'not' if opened else 'still'} open: {self.command}")
 
+    def await_rest(self):
+        """Until what is traced waits for the next datagram; else it is in a stop of its tracer."""
+        tracer = self.process.pid
+        server = (self.processes / f"{tracer}/task/{tracer}/children").read_text().strip()
+        while ") S " not in (self.processes / f"{server}/stat").read_text():
+            time.sleep(0.01)
+
     def resident(self):
         """Kilobytes of memory."""
         status = (self.processes / f"{self.process.pid}/status").read_text()

@@ -8,8 +8,11 @@ case "$1" in
 mfgpd)
 	# It takes no arguments and runs until nobody has asked for 10 minutes: see that it listens.
 	start-stop-daemon -S -b -x /usr/sbin/mfgpd
-	sleep 2
-	listens="$(grep -c '^ *[0-9]*: 00000000:0410 ' /proc/net/udp || true)"
+	for _ in 1 2 3 4 5 6 7 8 9 10; do
+		sleep 1
+		listens="$(grep -c '^ *[0-9]*: 00000000:0410 ' /proc/net/udp || true)"
+		[ "$listens" = 0 ] || break
+	done
 	start-stop-daemon -K -x /usr/sbin/mfgpd
 	[ "$listens" = 1 ]
 	;;
