@@ -20,7 +20,7 @@ constexpr uint16_t kOwnPort = 1041;
 
 int connectedSocket(uint16_t port) {
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    const timeval patience = {5, 0};
+    const timeval patience = {30, 0};
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     sockaddr_in address = {};
     address.sin_family = AF_INET;

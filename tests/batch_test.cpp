@@ -67,36 +67,53 @@ TEST(Batch, CarriesOutALineAtATime) {
 
 TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
     Unit unit;
-    const ShellResult result = shell(
-        "{ echo get mac; sleep 3; echo release; sleep 0.5; } | $station --heartbeat 0.1 run -");
+    const std::string log = unit.path("/log/stdout").string();
+    const ShellResult result =
+        shell("{ echo get mac; await heartbeat " + log + " 2; echo release; await CANCEL " + log +
+              "; sleep 0.5; } | $station --heartbeat 0.1 run -");
     EXPECT_EQ(result.exitCode, 0) << result.output;
     const std::string trace = unit.trace();
     const size_t end = trace.find("receive CANCEL TEST");
     EXPECT_GE(count(trace.substr(0, end), "Recive heartbeat packet"), 2U);
     EXPECT_EQ(count(trace.substr(end), "Recive heartbeat packet"), 0U);
-    EXPECT_EQ(shell("{ echo init; sleep 1; } | $station --deadline 0.4 run -").exitCode, 3);
+    const std::string pipe = unit.path("/pipe").string();  // never ends
+    EXPECT_EQ(
+        shell("mkfifo " + pipe + "; { echo init >&0; $station --deadline 0.4 run -; } <>" + pipe)
+            .exitCode,
+        3);
 }
 
 TEST(Batch, EndsOnASignal) {
     Unit unit;
-    const std::string interrupt =
-        " | timeout --foreground --preserve-status -s INT 3 $station -o json ";
-    ShellResult result = shell("{ echo get mac; sleep 6; }" + interrupt + "run -");
-    EXPECT_EQ(result.exitCode, 128 + SIGINT);
-    EXPECT_EQ(outcomes(result.output), "PASS ");
+    const std::string seen = unit.path("/seen").string(), lines = unit.path("/lines").string();
+    shell("mkfifo " + unit.path("/pipe").string());
+    // The output of a station that gets the signal when it has said the word.
+    const auto interruptedAt = [&](const std::string& word, const std::string& line,
+                                   const std::string& options) {
+        const ShellResult result =
+            shell("{ echo " + line + " >&0; { await '" + word + "' " + seen +
+                  "; kill -INT $$; } & exec $station -v -o json " + options + " run - >" + seen +
+                  " 2>&1; } <>" + unit.path("/pipe").string());
+        EXPECT_EQ(result.exitCode, 128 + SIGINT);
+        return unit.read("/seen");
+    };
+    EXPECT_EQ(outcomes(interruptedAt("PASS", "get mac", "")), "PASS ");
     kill(unit.daemon(), SIGSTOP);
-    result = shell("echo set oem-id x --yes" + interrupt + "--release run -");
-    EXPECT_EQ(result.exitCode, 128 + SIGINT);
-    EXPECT_EQ(outcomes(result.output), "ABORTED ");
-    EXPECT_NE(result.output.find("`get oem-id` tells"), std::string::npos) << result.output;
+    unit.remove("/seen");
+    const std::string output = interruptedAt("sent to", "set oem-id x --yes", "--release");
+    EXPECT_EQ(outcomes(output), "ABORTED ");
+    EXPECT_NE(output.find("`get oem-id` tells"), std::string::npos) << output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
     unit.write("/lines", "get mac\nset device-id abc");
-    const std::string lines = unit.path("/lines").string();
-    result = shell(
-        "{ head -c 65536 /dev/zero; timeout --foreground 3 $station -y "
-        "--local-port 1042 run " +
-        lines + "; } | { sleep 6; tr -d '\\0'; }");
+    unit.remove("/seen");
+    // It cannot write its first result before it has got the signal.
+    const std::string pid = unit.path("/station.pid").string();
+    const ShellResult result = shell("{ head -c 65536 /dev/zero; sh -c 'echo $$ >" + pid +
+                                     "; exec \"$@\"' sh $station -v -y "
+                                     "--local-port 1042 run " +
+                                     lines + " 2>" + seen + "; } | { await received " + seen +
+                                     "; kill $(cat " + pid + "); tr -d '\\0'; }");
     EXPECT_NE(result.output.find("signal 15; it was not sent"), std::string::npos) << result.output;
     expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }

@@ -119,8 +119,10 @@ class Faults : public testing::Test {
     void start() {
         unit.reset();
         spent.clear();
-        unit.emplace(std::vector<StateFile>{{"/flash/user-config", "kept"}},
-                     std::vector<string>{"--tmp-size", "1048576"});
+        // A coexistence test that ended would write into /tmp beside a fault of it.
+        unit.emplace(
+            std::vector<StateFile>{{"/flash/user-config", "kept"}, {"/wlan/coext_seconds", "3600"}},
+            std::vector<string>{"--tmp-size", "1048576"});
         station.emplace();
     }
 

@@ -45,17 +45,10 @@ std::set<std::string> descriptorsOf(const fs::path& process) {
     return descriptors;
 }
 
-// Once the daemon has come to rest: behind a reply it still looks at its mode.
 State stateOf(const Unit& unit) {
-    State state;
+    unit.awaitRest();
     const fs::path process = "/proc/" + std::to_string(unit.daemon());
-    for (int i = 0; i < 100; i++) {
-        const auto earlier = descriptorsOf(process);
-        usleep(50000);
-        state.descriptors = descriptorsOf(process);
-        if (state.descriptors == earlier)
-            break;
-    }
+    State state = {descriptorsOf(process)};
     std::ifstream(process / "statm") >> state.memory >> state.memory;  // behind the size of all
     return state;
 }

@@ -71,7 +71,8 @@ TEST(Simulator, EndsCleanlyOnASignal) {
     constexpr char kScript[] =
         "bash -c 'coproc env --default-signal $0 up --daemon $1 --state $2 --runner \"$4\"; "
         "p=$COPROC_PID;"
-        " read -r line <&${COPROC[0]}; kill -$3 $p; wait $p; echo $?; ! kill -0 ${line##* } 2>&-' ";
+        " read -r line <&${COPROC[0]}; kill -$3 $p; wait $p; echo $?; ! kill -0 ${line##* } 2>&- ||"
+        " echo left behind' ";
     Unit unit;
     unit.stop();
     const std::string words = MFGP_SIM " " MFGPD " " + unit.path("/").string() + " ";

@@ -4,7 +4,10 @@
 #include <sys/wait.h>
 
 ShellResult shell(const std::string& line) {
-    const std::string prepared = "station='" MFGP_STATION " --host 127.0.0.1'; ";
+    const std::string prepared =
+        "station='" MFGP_STATION
+        " --host 127.0.0.1'; await() { for _ in $(seq 300); do "
+        "[ $(cat $2 2>&- | grep -c \"$1\") -ge ${3-1} ] && return; sleep 0.1; done; }; ";
     FILE* const pipe = popen((prepared + "{ " + line + "\n} 2>&1 </dev/null").c_str(), "r");
     std::string output;
     for (int byte = 0; (byte = getc(pipe)) != EOF;)

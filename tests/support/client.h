@@ -9,7 +9,9 @@ struct ShellResult {
     std::string output;  // both streams
 };
 
-// Runs a shell line; $station stands for the program and the address of the test's units.
+// Runs a shell line; $station stands for the program and the address of the test's units, and
+// `await WORD FILE [TIMES]` waits until so many lines of the file hold the word, half a minute at
+// most.
 ShellResult shell(const std::string& line);
 
 struct StationRow {

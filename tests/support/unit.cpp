@@ -89,11 +89,15 @@ void Unit::fault(const std::string& tool, const std::string& snippet) const {
     write("/fault/" + tool, snippet + "\n");
 }
 
-void Unit::allowPipes(bool allowed) const {
-    // On its way back to the wait the daemon looks at the mode, with a descriptor of that moment.
-    const std::string process = "/proc/" + std::to_string(daemon_);
-    while (running() && readFile(process + "/stat").find(") S ") == std::string::npos)
+void Unit::awaitRest() const {
+    const std::string status = "/proc/" + std::to_string(daemon_) + "/stat";
+    while (running() && readFile(status).find(") S ") == std::string::npos)
         usleep(1000);
+}
+
+void Unit::allowPipes(bool allowed) const {
+    awaitRest();
+    const std::string process = "/proc/" + std::to_string(daemon_);
     rlimit limit = {};
     prlimit(daemon_, RLIMIT_NOFILE, nullptr, &limit);
     limit.rlim_cur = allowed ? limit.rlim_max : 0;

@@ -45,6 +45,9 @@ class Unit {
 
     // Replaces a tool's behaviour by a shell snippet that runs before it ("exit 1").
     void fault(const std::string& tool, const std::string& snippet) const;
+    // Waits, behind a reply, until the daemon waits too: on its way back there it looks at its
+    // mode, with a descriptor of that moment.
+    void awaitRest() const;
     // Leaves the daemon enough descriptors to read its mode but too few for a pipe, or gives it
     // all.
     void allowPipes(bool allowed) const;
