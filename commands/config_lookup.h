@@ -1,6 +1,6 @@
 // What the unit's configuration says: single UCI options, the enable flags, and the record that the
-// configuration check compares. A failure is logged and returned as -1; the
-// commands that ask add their own codes.
+// configuration check compares. A failure is logged and returned as -1; the commands
+// that ask add their own codes.
 #pragma once
 
 #include <cstddef>
