@@ -54,6 +54,13 @@ TEST_F(Group, IsRefusedWhenItIsNotValid) {
     expectRows(kSetGroup, {{object(kKey, kGid, "3"), kFails, error + "repeated execution \n"}});
 }
 
+TEST_F(Group, IsNotAcceptedByAnEarlierVerdict) {
+    unit.write("/tmp/mfgp_group.output", "success");
+    unit.remove("/bin/sh");
+    EXPECT_EQ(ask(kSetGroup, object(kKey, kGid, "3")), kFails);
+    expectSaid("[__check_group_input():%] open file /tmp/mfgp_group.output error\n");
+}
+
 TEST_F(Group, IsAnsweredAsAnObject) {
     const std::string cut = R"({ "key": ")" + kKey + R"(", "gid": ")" + kGid + R"(", "pack": 9 })";
     const std::string empty = R"({ "key": "a\"\/", "gid": "", "pack": 0 })";
