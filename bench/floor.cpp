@@ -27,7 +27,7 @@ extern "C" {
 #include <lualib.h>
 }
 
-#include "core/lua_arena.h"
+#include "protocol/lua_arena.h"
 
 namespace {
 

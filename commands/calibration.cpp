@@ -2,23 +2,23 @@
 
 #include <unistd.h>
 
-#include "commands/calibration_mode.h"
 #include "commands/reply.h"
+#include "commands/unit_profile.h"
 #include "core/shell.h"
 
 namespace {
 
 struct Step {
     const char* line;
-    const char* notRun = nullptr;  // log line for when it could not be run
+    const char* notRun = nullptr;  // logged when it could not be run; null: nothing
 };
 
-// Judges the first character of the coexistence log, zero when the log is empty.
+// Judges the first character of the coexistence log. It is zero when the log is empty.
 using Verdict = bool (*)(char first);
 
 struct Branch {
     const char* argument;
-    Step steps[3];  // up to the first without a line
+    Step steps[3];  // ends before the first step without a line
     Verdict verdict = nullptr;
 };
 
@@ -44,7 +44,7 @@ constexpr Branch kBranches[] = {
     {"coextResult", {}, hasPassed},
 };
 
-// What every other argument means, a misspelt one too: older stations send what they like for it.
+// Any other argument, even a misspelled one, starts the Wi-Fi calibration.
 constexpr Branch kWlan = {nullptr, {{"wifi down"}, {"/etc/init.d/qcmbr restart"}}};
 
 const Branch& branchOf(const char* argument) {
@@ -57,26 +57,26 @@ const Branch& branchOf(const char* argument) {
 bool judgeLog(Verdict verdict) {
     char first[2];
     return access("/tmp/coext.log", F_OK) == 0 &&
-           mfgp_readCommand("echo $(cat /tmp/coext.log) | tr -d \"\\n\"", first, 1) !=
+           mfgp_readCommand("echo $(cat /tmp/coext.log) | tr -d \"\\n\"", first) !=
                kPipeNotOpened &&
            verdict(first[0]);
 }
 
-bool runSteps(const Branch& branch, CallSite site) {
+bool runSteps(const Branch& branch, const char* function) {
     for (const Step& step : branch.steps) {
         if (step.line == nullptr)
             break;
         if (mfgp_execCmd("%s", step.line) != 0) {
             if (step.notRun != nullptr)
-                mfgp_traceAt(site, "%s", step.notRun);
+                MFGP_TRACE_AS(function, "%s", step.notRun);
             return false;
         }
     }
     return true;
 }
 
-bool run(const Branch& branch, CallSite site) {
-    return branch.verdict != nullptr ? judgeLog(branch.verdict) : runSteps(branch, site);
+bool runBranch(const Branch& branch, const char* function) {
+    return branch.verdict != nullptr ? judgeLog(branch.verdict) : runSteps(branch, function);
 }
 
 }  // namespace
@@ -84,8 +84,9 @@ bool run(const Branch& branch, CallSite site) {
 int mfgp_cmd_StartCal(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 18);
     MFGP_TRACE("session flag:%d\n", static_cast<int>(ctx->flags));
-    // Unlike the permissions of the factory writes this one is never used up.
-    if ((ctx->flags & kFlagCalibrate) == 0 || !run(branchOf(mfgp_argumentText(reply)), reply.site))
+    // This permission is never cleared, unlike those of the factory writes.
+    if ((ctx->flags & kFlagCalibrate) == 0 ||
+        !runBranch(branchOf(mfgp_argumentText(reply)), __func__))
         return mfgp_replyFail(reply, -10309, "start calibration data failed");
     MFGP_TRACE("start cal success\n");
     return mfgp_replyOk(reply, 0);
@@ -95,8 +96,8 @@ int mfgp_cmd_getCalStatus(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 86);
     if (is_cal() == 0) {
         MFGP_TRACE("WLAN TEST Fail!!!\n");
-        return mfgp_replyFail(reply, -10331, "get SSID failed");  // borrowed; log filters match it
+        return mfgp_replyFail(reply, -10331, "get SSID failed");  // a borrowed message
     }
     MFGP_TRACE("WLAN TEST Success!!!\n");
-    return mfgp_replyOk(reply, sizeof "WLAN OK");  // the length alone: stations count, not read
+    return mfgp_replyOk(reply, sizeof "WLAN OK");  // The payload stays zero.
 }

@@ -1,13 +1,13 @@
-// Start of the radio calibration and test tools, and whether the unit is in calibration mode.
+// Start of the radio calibration and test tools, and the calibration mode of the unit.
 #pragma once
 
 #include "core/service_context.h"
 
-// 18: runs the steps of the tool that the payload names, or judges the log of the coexistence test,
-// which goes on by itself; any other payload is the Wi-Fi calibration. No answer payload. Returns
-// 0, or -10309 without the permission, when the shell could not run a step, or when the log is
-// missing or its verdict bad.
+// Sub-type 18. Runs the steps of the tool that the argument names, or judges the log of the running
+// coexistence test. Any other argument starts the Wi-Fi calibration. The answer is empty. Returns
+// 0, or -10309 when the permission is missing, a step could not be run, or the log is missing or
+// its verdict is bad.
 int mfgp_cmd_StartCal(ServiceContext* ctx);
 
-// 86: answers 8 zero bytes in calibration mode. Returns 0, or -10331 outside it.
+// Sub-type 86. Answers 8 zero bytes in calibration mode. Returns 0, or -10331 outside it.
 int mfgp_cmd_getCalStatus(ServiceContext* ctx);

@@ -1,14 +1,14 @@
 #include "commands/card_status.h"
 
-#include "commands/modem_detection.h"
 #include "commands/reply.h"
+#include "commands/unit_profile.h"
 #include "core/shell.h"
 
 namespace {
 
-constexpr size_t kLongestReading = 9;
-constexpr size_t kImeiLength = 15;
-constexpr size_t kLongestVersion = 64;
+constexpr size_t kReadingSize = 10;        // bytes of the longest reading, with the terminator
+constexpr uint32_t kModemImeiLength = 16;  // one byte longer than an IMEI, as the protocol defines
+constexpr size_t kModemVersionSize = 65;
 
 struct CardReading {
     uint8_t subType;
@@ -27,50 +27,44 @@ constexpr CardReading kSignal     {108, "uci get mobile_status.net_status.sig_lv
 constexpr CardReading kRegistered {109, "uci get mobile_status.net_status.reg_stat",  9,   "card reg state", -10347, "get card reg state failed"};
 // clang-format on
 
-// The length without the newline that uci ends its answer with, in 32 bits as on the unit: a
-// reading without any text has 0xFFFFFFFF, logged as -1 and sent as an empty reply.
+// Returns the length without the newline that uci prints, in 32 bits. For an empty reading this is
+// 0xFFFFFFFF, which is logged as -1 and sent as an empty reply.
 uint32_t lengthLessOne(const char* text) {
     return static_cast<uint32_t>(strlen(text)) - 1U;
 }
 
-int readCard(ServiceContext* ctx, const CardReading& reading, CallSite site = mfgp_callSite()) {
-    const Reply reply = mfgp_replyBegin(ctx, reading.subType, site);
-    char text[kLongestReading + 1];
-    if (mfgp_readCommand(reading.line, text, reading.readBytes) == kPipeNotOpened)
+int readCard(ServiceContext* ctx, const CardReading& reading,
+             const char* function = __builtin_FUNCTION()) {
+    const Reply reply = mfgp_replyBegin(ctx, reading.subType, function);
+    char text[kReadingSize];
+    if (mfgp_readCommand(reading.line, std::span(text).first(reading.readBytes + 1)) ==
+        kPipeNotOpened)
         return mfgp_replyFail(reply, reading.code, reading.message);
-    mfgp_traceAt(site, "get %s is: %s, len is %d\n", reading.logName, text,
-                 static_cast<int>(lengthLessOne(text)));
+    MFGP_TRACE_AS(function, "get %s is: %s, len is %d\n", reading.logName, text,
+                  static_cast<int>(lengthLessOne(text)));
     mfgp_replyPut(reply, text);
     const char* const payload = mfgp_payloadText(reply);
-    mfgp_traceAt(site, "pRplyBuf is: %s, len is %d\n", payload,
-                 static_cast<int>(lengthLessOne(payload)));
+    MFGP_TRACE_AS(function, "pRplyBuf is: %s, len is %d\n", payload,
+                  static_cast<int>(lengthLessOne(payload)));
     return mfgp_replyOk(reply, lengthLessOne(payload));
 }
 
-// Reads the modem's version, the first line of at most 64 bytes, into text[kLongestVersion + 1].
-int readVersion(const Reply& reply, char* text) {
+// Reads the modem's version, the first line of at most 64 bytes. Returns 0 or -1.
+int readVersion(const Reply& reply, char (&text)[kModemVersionSize]) {
     const char* line = nullptr;
     if (is_support_quectel_module() == 0) {
         line = "atcon -c ATI | awk 'NR==4{print $2}'";
     } else if (is_support_fibocom_module() == 0) {
         line = "cellcli -c ATI | awk 'NR==3{print $2}'";
     } else {
-        mfgp_traceAt(reply.site, "other module,we are not sure cmd,do not process\n");
+        MFGP_TRACE_AS(reply.function, "other module,we are not sure cmd,do not process\n");
         return -1;
     }
-    const int length = mfgp_readCommand(line, text, kLongestVersion);
+    const int length = mfgp_readCommand(line, text);
     if (length == 0)
-        mfgp_traceAt(reply.site, "get lte_swver fail\n");
+        MFGP_TRACE_AS(reply.function, "get lte_swver fail\n");
     text[strcspn(text, "\n")] = '\0';
     return length > 0 ? 0 : -1;
-}
-
-int answer(const Reply& reply, const char* logName, const char* text, uint32_t length) {
-    mfgp_traceAt(reply.site, "get %s is: %s, len is %d\n", logName, text,
-                 static_cast<int>(strlen(text)));
-    mfgp_replyPut(reply, text);
-    mfgp_replyLogPayload(reply);
-    return mfgp_replyOk(reply, length);
 }
 
 }  // namespace
@@ -93,19 +87,19 @@ int mfgp2_cmd_getcardregstat(ServiceContext* ctx) {
 
 int mfgp2_cmd_getsimImei(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 110);
-    char imei[kImeiLength + 1];
-    // Through this console whatever the module is: without it the answer is empty.
-    if (mfgp_readCommand("atcon -c AT+CGSN | awk 'NR==2{print $1}'", imei, kImeiLength) ==
-        kPipeNotOpened)
+    char imei[kModemImeiLength];
+    // Uses the atcon console for every module. A module without it gives an empty answer.
+    if (mfgp_readCommand("atcon -c AT+CGSN | awk 'NR==2{print $1}'", imei) == kPipeNotOpened)
         return mfgp_replyFail(reply, -10348, "get sim imei failed");
-    // One more byte than an IMEI has: what stations have always received.
-    return answer(reply, "imei on sim", imei, kImeiLength + 1);
+    MFGP_TRACE("get imei on sim is: %s, len is %d\n", imei, static_cast<int>(strlen(imei)));
+    return mfgp_replyText(reply, imei, kModemImeiLength);
 }
 
 int mfgp2_cmd_getlteSwVer(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 116);
-    char version[kLongestVersion + 1];
+    char version[kModemVersionSize];
     if (readVersion(reply, version) != 0)
         return mfgp_replyFail(reply, -10356, "get lte soft version failed");
-    return answer(reply, "lte-swver", version, kLongestVersion + 1);
+    MFGP_TRACE("get lte-swver is: %s, len is %d\n", version, static_cast<int>(strlen(version)));
+    return mfgp_replyText(reply, version, sizeof version);
 }

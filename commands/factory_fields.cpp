@@ -1,5 +1,6 @@
 #include "commands/factory_fields.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -17,42 +18,30 @@ void mfgp_dropFirmCache() {
     mfgp_system("rm /tmp/fwinfo-* > /dev/null 2>&1");
 }
 
-int mfgp_readFirmField(const char* key, size_t maxBytes, char* text) {
+int mfgp_readFirmField(const char* key, std::span<char> text) {
     char line[kFieldSize];
-    text[0] = '\0';
-    // The shell folds blanks and newlines inside the answer to one blank; stations know it so.
-    if (mfgp_formatLine(line, sizeof line, "echo $(fwinfo %s) | tr -d \"\\n\"", key) != 0)
+    // The shell replaces each run of blanks and newlines inside the answer by one blank.
+    if (mfgp_formatLine(line, "echo $(fwinfo %s) | tr -d \"\\n\"", key) != 0)
         return -1;
-    return mfgp_readCommand(line, text, maxBytes) == kPipeNotOpened ? -1 : 0;
+    return mfgp_readCommand(line, text) == kPipeNotOpened ? -1 : 0;
 }
 
-int get_firm_info(const char* key, size_t max_length, char* out) {
-    char text[kFieldSize] = {};
-    if (max_length >= sizeof text || mfgp_readFirmField(key, max_length, text) != 0)
+int get_firm_info(const char* key, size_t max_length, std::span<char> out) {
+    char text[kFieldSize];
+    if (max_length >= sizeof text || max_length > out.size() ||
+        mfgp_readFirmField(key, std::span(text).first(max_length + 1)) != 0)
         return -1;
     const size_t length = strlen(text);
     MFGP_TRACE("get %s is: %s, len is %d\n", key, text, static_cast<int>(length));
     if (text[0] != '\n')
-        memcpy(out, text, length);
+        memcpy(out.data(), text, length);
     return 0;
 }
 
 int mfgp_echoToFile(const char* text, const char* file) {
-    char line[kCommandLineSize];
     unlink(file);
-    bool complete = false;
-    if (mfgp_formatLine(line, sizeof line, "echo %s  > %s", text, file) != 0 ||
-        mfgp_execLine(line, &complete) != 0 || !complete)
+    struct stat written = {};
+    if (mfgp_execCmd("echo %s  > %s", text, file) != 0 || stat(file, &written) != 0)
         return -1;
-    return 0;
-}
-
-int mfgp_hexDigit(char digit) {
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    if (digit >= 'a' && digit <= 'f')
-        return digit - 'a' + 10;
-    if (digit >= 'A' && digit <= 'F')
-        return digit - 'A' + 10;
-    return 0;
+    return written.st_size == static_cast<off_t>(strlen(text) + 1) ? 0 : -1;
 }

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
-#include "commands/field_text.h"
-#include "commands/modem_detection.h"
+#include "commands/argument_text.h"
 #include "commands/reply.h"
+#include "commands/unit_profile.h"
 #include "core/shell.h"
 
 namespace {
@@ -21,51 +21,51 @@ int runFans(const char* model, int gear, int time) {
     return mfgp_execCmd("ubus send \"fan_control\" '{\"gear\":%d, \"time\":%d}'", gear, time);
 }
 
-// Returns the number of fans, or -1 when the fan service has left none that can be read.
-int readFanCount(CallSite site) {
+// Returns the number of fans, or -1 when it cannot be read.
+int readFanCount(const char* function) {
     char text[kCountDigits + 1];
-    const int length = mfgp_readCommand("cat /tmp/fan_speed/fan_number", text, kCountDigits);
+    const int length = mfgp_readCommand("cat /tmp/fan_speed/fan_number", text);
     if (length == kPipeNotOpened) {
-        mfgp_traceAt(site, "open fan_number file error\n");
+        MFGP_TRACE_AS(function, "open fan_number file error\n");
         return -1;
     }
-    mfgp_traceAt(site, "fan num is: %s\n", text);
+    MFGP_TRACE_AS(function, "fan num is: %s\n", text);
     int count = 0;
     for (int i = 0; i < length; i++) {
         if (text[i] < '0' || text[i] > '9') {
-            mfgp_traceAt(site, "fan number is not digit.\n");
+            MFGP_TRACE_AS(function, "fan number is not digit.\n");
             return -1;
         }
         count = count * 10 + (text[i] - '0');
     }
     if (length == 0) {
-        mfgp_traceAt(site, "fan number is NULL.\n");
+        MFGP_TRACE_AS(function, "fan number is NULL.\n");
         return -1;
     }
     return count;
 }
 
-// Reads one fan's speed into speed[kSpeedBytes + 1].
-int readSpeed(int fan, int gear, char* speed, CallSite site) {
+// Reads one fan's speed. Returns 0 or -1.
+int readSpeed(int fan, int gear, char (&speed)[kSpeedBytes + 1], const char* function) {
     char line[kCommandLineSize];
-    mfgp_formatLine(line, sizeof line, "cat /tmp/fan_speed/fan%d_speed_gear%d", fan, gear);
-    if (mfgp_readCommand(line, speed, kSpeedBytes) == kPipeNotOpened) {
-        mfgp_traceAt(site, "open fan%d speed file error\n", fan);
+    if (mfgp_formatLine(line, "cat /tmp/fan_speed/fan%d_speed_gear%d", fan, gear) != 0 ||
+        mfgp_readCommand(line, speed) == kPipeNotOpened) {
+        MFGP_TRACE_AS(function, "open fan%d speed file error\n", fan);
         return -1;
     }
-    mfgp_traceAt(site, "get fan%d SpeedValue : %s\n", fan, speed);
+    MFGP_TRACE_AS(function, "get fan%d SpeedValue : %s\n", fan, speed);
     return 0;
 }
 
-// Writes the number of fans and their speeds into text[kSpeedsSize].
-int readSpeeds(int gear, char* text, CallSite site) {
-    const int count = readFanCount(site);
+// Writes the number of fans and the speed of each. Returns 0 or -1.
+int readSpeeds(int gear, char (&text)[kSpeedsSize], const char* function) {
+    const int count = readFanCount(function);
     if (count < 0)
         return -1;
     size_t used = static_cast<size_t>(snprintf(text, kSpeedsSize, "%d", count));
     for (int fan = 1; fan <= count; fan++) {
         char speed[kSpeedBytes + 1];
-        if (readSpeed(fan, gear, speed, site) != 0)
+        if (readSpeed(fan, gear, speed, function) != 0)
             return -1;
         used += static_cast<size_t>(snprintf(text + used, kSpeedsSize - used, " %s", speed));
     }
@@ -78,18 +78,17 @@ int mfgp_cmd_setFanSpeed(ServiceContext* ctx) {
     constexpr int kCode = -10300;
     constexpr char kMessage[] = "Set Fan Control Error";
     const Reply reply = mfgp_replyBegin(ctx, 104);
-    mfgp_setSubType(ctx->recvBuf, 104);
     char model[kModelWordSize];
     if (get_hostname(model) != 0) {
         MFGP_TRACE("we get device name fail,we don't know send which cmd for FTM\n");
         return mfgp_replyFail(reply, kCode, kMessage);
     }
     char message[513];
-    mfgp_argumentMessage(reply, message, sizeof message - 1);
+    mfgp_argumentMessage(reply, message);
     int gear = 0;
     int time = 0;
-    int* const numbers[] = {&gear, &time};
-    mfgp_scanNumbers(message, "{\"gear\":\"#\",\"time\":#}", numbers);
+    const char* const rest = mfgp_scanNumber(message, "{\"gear\":\"", &gear);
+    mfgp_scanNumber(rest, "\",\"time\":", &time);
     return runFans(model, gear, time) == 0 ? mfgp_replyOk(reply, 0)
                                            : mfgp_replyFail(reply, kCode, kMessage);
 }
@@ -98,12 +97,10 @@ int mfgp_cmd_setAllFanGear(ServiceContext* ctx) {
     constexpr int kCode = -10300;
     constexpr char kMessage[] = "recheck all gears fanspeed failed!";
     const Reply reply = mfgp_replyBegin(ctx, 89);
-    mfgp_setSubType(ctx->recvBuf, 89);
     char message[257];
-    mfgp_argumentMessage(reply, message, sizeof message - 1);
+    mfgp_argumentMessage(reply, message);
     int gear = 0;
-    int* const numbers[] = {&gear};
-    mfgp_scanNumbers(message, "{\"gear\":#}", numbers);
+    mfgp_scanNumber(message, "{\"gear\":", &gear);
     if (gear != kAllGears) {
         MFGP_TRACE("gear is %d, 255 is expected to recheck all gears speed\r\n", gear);
         return mfgp_replyFail(reply, kCode, kMessage);
@@ -115,11 +112,10 @@ int mfgp_cmd_setAllFanGear(ServiceContext* ctx) {
 
 int mfgp_cmd_getAllFanStatus(ServiceContext* ctx) {
     constexpr int kCode = -10346;
-    constexpr char kMessage[] = "get card siglvl failed";  // borrowed; log filters match it
+    constexpr char kMessage[] = "get card siglvl failed";  // a borrowed message
     const Reply reply = mfgp_replyBegin(ctx, 88);
-    mfgp_setSubType(ctx->recvBuf, 89);  // 89 and not 88: kept as it always was
     char status[3];
-    const int length = mfgp_readCommand("cat /tmp/fan_speed/test_status", status, 2);
+    const int length = mfgp_readCommand("cat /tmp/fan_speed/test_status", status);
     if (length == kPipeNotOpened) {
         MFGP_TRACE("open fanstatusOk file error\n");
         return mfgp_replyFail(reply, kCode, kMessage);
@@ -128,7 +124,7 @@ int mfgp_cmd_getAllFanStatus(ServiceContext* ctx) {
         MFGP_TRACE("get test_status error, maybe file is not exist\n");
         return mfgp_replyFail(reply, kCode, kMessage);
     }
-    status[1] = '\0';  // one character is all that stations know
+    status[1] = '\0';  // The answer is one character.
     MFGP_TRACE("fan speed status is: %s\n", status);
     return mfgp_replyText(reply, status);
 }
@@ -138,7 +134,7 @@ int mfgp_cmd_getMultiFanSpeed(ServiceContext* ctx) {
     const int gear = mfgp_textToInt(mfgp_argumentText(reply));
     MFGP_TRACE("read all fans gear%d speed \n", gear);
     char speeds[kSpeedsSize];
-    if (readSpeeds(gear, speeds, reply.site) != 0)
+    if (readSpeeds(gear, speeds, __func__) != 0)
         return mfgp_replyFail(reply, -10337, "get fanspeed failed");
     return mfgp_replyText(reply, speeds);
 }

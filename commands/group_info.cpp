@@ -8,24 +8,24 @@
 #include <utility>
 
 #include "commands/factory_fields.h"
-#include "commands/product_info.h"
+#include "commands/json_handle.h"
+#include "commands/record_editor.h"
 #include "commands/reply.h"
 #include "core/file.h"
-#include "core/json_handle.h"
 #include "core/shell.h"
 
 namespace {
 
-constexpr size_t kLongestText = 1024;
+constexpr size_t kGroupTextSize = 1025;  // bytes, with the terminator
 constexpr size_t kVerdictBytes = 100;
 constexpr size_t kLongestGenerated = 1023;
 constexpr size_t kKeyLength = 308;
 constexpr size_t kShortKeyLength = 304;
 constexpr size_t kGidLength = 36;
-constexpr size_t kPackLength = 2;  // a pack is read back with two digits at most
+constexpr size_t kPackLength = 2;  // digits of a pack number that are read back
 constexpr size_t kPackSize = 8;
 
-// Asks the firmware's checker about a group text. Returns 0 when it is accepted, else -1.
+// Lets the firmware's checker judge a group text. Returns 0 when it accepts the text, else -1.
 int __check_group_input(const char* text, size_t length) {
     constexpr char kInput[] = "/tmp/mfgp_group.input";
     constexpr char kOutput[] = "/tmp/mfgp_group.output";
@@ -37,7 +37,7 @@ int __check_group_input(const char* text, size_t length) {
         return -1;
     }
     fwrite(text, 1, length, input.get());
-    // Also removed here: were no shell to be had, an earlier verdict would count again.
+    // Also removed here, because without a shell an earlier verdict would count again.
     unlink(kOutput);
     if (mfgp_closeWritten(std::move(input)) != 0 ||
         mfgp_execCmd("rm %s > /dev/null 2>&1; /bin/check_group %s %s", kOutput, kInput, kOutput) !=
@@ -57,21 +57,21 @@ int __check_group_input(const char* text, size_t length) {
     return strcmp(verdict, "success") == 0 ? 0 : -1;
 }
 
-// Texts are borrowed from the JSON object.
+// A group object. The texts belong to the JSON object.
 struct Group {
     const char* gid;
     const char* key;
     char pack[kPackSize];
 };
 
-// The text of a string in the object; null when there is no such string.
+// Returns the text of a string member, or null when there is no such string.
 const char* stringOf(const json_object* object, const char* name) {
     json_object* const value = json_object_object_get(object, name);
     return json_object_get_type(value) == json_type_string ? json_object_get_string(value)
                                                            : nullptr;
 }
 
-// Fills the group from the object. Returns null, or the log line of what is wrong.
+// Fills the group from the object. Returns null, or the log line that names the error.
 const char* readGroup(const json_object* object, Group* group) {
     group->gid = stringOf(object, "gid");
     if (group->gid == nullptr)
@@ -93,19 +93,17 @@ const char* readGroup(const json_object* object, Group* group) {
 
 // Stores the group in product-info. Returns null, or the log line of the step that failed.
 const char* storeGroup(const Group& group) {
-    constexpr const char* kEditErrors[] = {
-        "Set GroupInfo error, modify /tmp/group-tmp key error \n",
-        "Set GroupInfo error, modify /tmp/group-tmp gid error \n",
-        "Set GroupInfo error, modify /tmp/group-tmp pack error \n",
-    };
     const Record records[] = {
-        {"preconf_k:", group.key}, {"preconf_g:", group.gid}, {"preconf_p:", group.pack}};
+        {"preconf_k:", group.key, "Set GroupInfo error, modify /tmp/group-tmp key error \n"},
+        {"preconf_g:", group.gid, "Set GroupInfo error, modify /tmp/group-tmp gid error \n"},
+        {"preconf_p:", group.pack, "Set GroupInfo error, modify /tmp/group-tmp pack error \n"},
+    };
     const EditResult result = mfgp_editProductInfo("group", records);
     switch (result.reached) {
         case EditStep::Dump:
             return "Set GroupInfo error, read /tmp/group-tmp error \n";
         case EditStep::Edit:
-            return kEditErrors[result.record];
+            return result.record->editError;
         case EditStep::WriteBack:
             return "Set GroupInfo error, write /tmp/group-tmp \n";
         case EditStep::CleanUp:
@@ -116,11 +114,11 @@ const char* storeGroup(const Group& group) {
     return nullptr;
 }
 
-// Returns null, or the log line of what is wrong.
+// Checks and stores the group of the argument. Returns null, or the log line that names the error.
 const char* setGroup(const Reply& reply) {
     if ((reply.ctx->flags & kFlagSetGroup) == 0)
         return "Set GroupInfo error, repeated execution \n";
-    char text[kLongestText + 1];
+    char text[kGroupTextSize];
     snprintf(text, sizeof text, "%s", mfgp_argumentText(reply));
     if (__check_group_input(text, strlen(text)) != 0)
         return "check group input error\n";
@@ -134,19 +132,19 @@ const char* setGroup(const Reply& reply) {
 
 struct GroupField {
     const char* firmKey;
-    size_t readBytes;
     const char* name;
     const char* valueName;
 };
 
-// Reads and logs a field into text[field.readBytes + 1], which is zeroed. Returns 0 or -1.
-int readField(const Reply& reply, const GroupField& field, char* text) {
-    if (get_firm_info(field.firmKey, field.readBytes, text) != 0) {
-        mfgp_traceAt(reply.site, "get firm info %s failed.\n", field.name);
+// Reads and logs a field into `text`, which is zeroed and one byte longer than the field. Returns 0
+// or -1.
+int readGroupField(const Reply& reply, const GroupField& field, std::span<char> text) {
+    if (get_firm_info(field.firmKey, text.size() - 1, text) != 0) {
+        MFGP_TRACE_AS(reply.function, "get firm info %s failed.\n", field.name);
         return -1;
     }
-    mfgp_traceAt(reply.site, "groupinfo %s is: %s, len is %d\n", field.valueName, text,
-                 static_cast<int>(strlen(text)));
+    MFGP_TRACE_AS(reply.function, "groupinfo %s is: %s, len is %d\n", field.valueName, text.data(),
+                  static_cast<int>(strlen(text.data())));
     return 0;
 }
 
@@ -154,22 +152,22 @@ bool isNumber(const char* text) {
     return text[strspn(text, "0123456789")] == '\0';
 }
 
-// The stored group as a JSON object; null when it cannot be read, which has been logged.
+// Returns the stored group as a JSON object, or null after logging why it cannot be read.
 Json loadGroup(const Reply& reply) {
     char key[kKeyLength + 1] = {};
     char gid[kGidLength + 1] = {};
     char pack[kPackLength + 1] = {};
-    if (readField(reply, {"PRECONF_KEY", kKeyLength, "key", "key"}, key) != 0 ||
-        readField(reply, {"PRECONF_GID", kGidLength, "gid", "gid"}, gid) != 0 ||
-        readField(reply, {"PRECONF_PACK", kPackLength, "pack", "pack_str"}, pack) != 0)
+    if (readGroupField(reply, {"PRECONF_KEY", "key", "key"}, key) != 0 ||
+        readGroupField(reply, {"PRECONF_GID", "gid", "gid"}, gid) != 0 ||
+        readGroupField(reply, {"PRECONF_PACK", "pack", "pack_str"}, pack) != 0)
         return nullptr;
     if (!isNumber(pack)) {
-        mfgp_traceAt(reply.site, "pack_str is not digit.\n");
+        MFGP_TRACE_AS(reply.function, "pack_str is not digit.\n");
         return nullptr;
     }
     Json object(json_object_new_object());
     if (!object) {
-        mfgp_traceAt(reply.site, "Unexpect new object fail\n");
+        MFGP_TRACE_AS(reply.function, "Unexpect new object fail\n");
         return nullptr;
     }
     json_object_object_add(object.get(), "key", json_object_new_string(key));
@@ -178,7 +176,7 @@ Json loadGroup(const Reply& reply) {
     return object;
 }
 
-// The leading digits as a number; 0 when there are none or they do not fit.
+// Returns the leading digits as a number, or 0 when there are none or the number is too large.
 int leadingNumber(const char* text) {
     int number = 0;
     for (; *text >= '0' && *text <= '9'; text++) {
@@ -190,23 +188,20 @@ int leadingNumber(const char* text) {
     return number;
 }
 
-// Lets the generator make data for `count` units and reads it to the payload. Returns its length
-// in bytes, 0 when there is none.
+// Runs the generator for `count` units and reads its data into the payload. Returns the number of
+// bytes, or 0 when there is no data.
 uint32_t generate(const Reply& reply, int count) {
     constexpr char kFile[] = "/tmp/mfgp_generate_group";
     char line[128];
-    // Also removed here: were no shell to be had, old data would pass for fresh.
-    unlink(kFile);
-    if (mfgp_formatLine(line, sizeof line, "rm %s; %s %d %s", kFile, "/bin/generate_group", count,
-                        kFile) != 0)
+    if (mfgp_formatLine(line, "rm %s; %s %d %s", kFile, "/bin/generate_group", count, kFile) != 0)
         return 0;
     mfgp_system(line);
     const File file = mfgp_openToRead(kFile);
     if (!file) {
-        mfgp_traceAt(reply.site, "open %s file error \n", kFile);
+        MFGP_TRACE_AS(reply.function, "open %s file error \n", kFile);
         return 0;
     }
-    const size_t length = fread(reply.payload, 1, kLongestGenerated, file.get());
+    const size_t length = fread(reply.payload.data(), 1, kLongestGenerated, file.get());
     return ferror(file.get()) == 0 ? static_cast<uint32_t>(length) : 0;
 }
 
@@ -234,9 +229,7 @@ int mfgp2_cmd_getGroupInfo(ServiceContext* ctx) {
         MFGP_TRACE("object to json error\n");
         return mfgp_replyFail(reply, -10337, "get Groupinfo failed");
     }
-    mfgp_replyPut(reply, text);
-    mfgp_replyLogPayload(reply);
-    return mfgp_replyOk(reply, static_cast<uint32_t>(strlen(mfgp_payloadText(reply))));
+    return mfgp_replyText(reply, text);
 }
 
 int mfgp2_cmd_generateGroupInfo(ServiceContext* ctx) {

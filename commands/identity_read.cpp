@@ -3,12 +3,12 @@
 #include <cstdio>
 
 #include "commands/factory_fields.h"
-#include "commands/region_table.h"
 #include "commands/reply.h"
+#include "protocol/region_table.h"
 
 namespace {
 
-constexpr size_t kLongestField = 64;
+constexpr size_t kIdentitySize = 65;  // bytes of the longest field, with the terminator
 
 struct IdentityField {
     uint8_t subType;
@@ -20,7 +20,7 @@ struct IdentityField {
     int code;
     const char* message;
     const char* logName;
-    const char* logComma;  // with or without a blank, as log readers know it
+    const char* logComma;
 };
 
 // clang-format off
@@ -29,39 +29,36 @@ constexpr IdentityField kProductId   {10, false, "PRODUCT_ID",  16,   16,    "00
 constexpr IdentityField kDeviceId    {53, true,  "DEV_ID",      64,   64,    "",         -10316, "get device ID failed",    "device id",   ","};
 constexpr IdentityField kMac         {55, true,  "MAC",         17,   17,    "",         -10320, "get mac failed",          "mac",         ", "};
 constexpr IdentityField kFirmwareId  {56, false, "FW_ID",       64,   64,    "",         -10321, "get fw ID failed",        "fw id",       ", "};
-// Reports the firmware ID's message: what a station's log filter has always matched.
+// The protocol defines the firmware ID's message for this field too.
 constexpr IdentityField kHardwareId  {57, false, "HW_ID",       64,   64,    "",         -10322, "get fw ID failed",        "hw id",       ", "};
 constexpr IdentityField kOemId       {59, true,  "OEM_ID",      64,   64,    "",         -10324, "get OEM ID failed",       "oem id",      ","};
 constexpr IdentityField kSpecialId   {64, true,  "SPECIAL_ID",  64,   64,    "UN",       -10326, "get special ID failed",   "special id",  ","};
 constexpr IdentityField kCountryCode {66, true,  "COUNTRY",     64,   64,    "UN",       -10328, "get Country Code failed", "countryCode", ","};
 // clang-format on
 
-// Reads and logs the field into text[kLongestField + 1].
-int readField(const Reply& reply, const IdentityField& field, char* text) {
-    if (field.dropCache)
-        mfgp_dropFirmCache();
-    if (mfgp_readFirmField(field.key, field.readBytes, text) != 0)
-        return mfgp_replyFail(reply, field.code, field.message);
-    mfgp_traceAt(reply.site, "get %s is: %s%slen is %d\n", field.logName, text, field.logComma,
-                 static_cast<int>(strlen(text)));
-    return 0;
-}
-
-bool isEmpty(const char* text) {
+bool isEmptyField(const char* text) {
     return text[0] == '\0' || text[0] == '\n';
 }
 
-int answer(const Reply& reply, const IdentityField& field, const char* text) {
-    mfgp_replyPut(reply, isEmpty(text) ? field.emptyAnswer : text);
-    mfgp_replyLogPayload(reply);
-    return mfgp_replyOk(reply, field.replyLength);
+// Reads and logs the field. Returns 0, or the code of the failed reply.
+int readIdentity(const Reply& reply, const IdentityField& field, char (&text)[kIdentitySize]) {
+    if (field.dropCache)
+        mfgp_dropFirmCache();
+    if (mfgp_readFirmField(field.key, std::span(text).first(field.readBytes + 1)) != 0)
+        return mfgp_replyFail(reply, field.code, field.message);
+    MFGP_TRACE_AS(reply.function, "get %s is: %s%slen is %d\n", field.logName, text, field.logComma,
+                  static_cast<int>(strlen(text)));
+    return 0;
 }
 
-int getField(ServiceContext* ctx, const IdentityField& field, CallSite site = mfgp_callSite()) {
-    const Reply reply = mfgp_replyBegin(ctx, field.subType, site);
-    char text[kLongestField + 1];
-    const int result = readField(reply, field, text);
-    return result == 0 ? answer(reply, field, text) : result;
+int getField(ServiceContext* ctx, const IdentityField& field,
+             const char* function = __builtin_FUNCTION()) {
+    const Reply reply = mfgp_replyBegin(ctx, field.subType, function);
+    char text[kIdentitySize];
+    const int result = readIdentity(reply, field, text);
+    if (result != 0)
+        return result;
+    return mfgp_replyText(reply, isEmptyField(text) ? field.emptyAnswer : text, field.replyLength);
 }
 
 }  // namespace
@@ -96,33 +93,29 @@ int mfgp_cmd_getCountryCode(ServiceContext* ctx) {
 
 int mfgp_cmd_getSpecialID(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, kSpecialId.subType);
-    char text[kLongestField + 1] = {};
-    const int result = readField(reply, kSpecialId, text);
+    char text[kIdentitySize];
+    const int result = readIdentity(reply, kSpecialId, text);
     if (result != 0)
         return result;
-    if (!isEmpty(text)) {
-        mfgp_regionOfSpecialId(text, mfgp_payloadText(reply));
-        mfgp_replyLogPayload(reply);
-        return mfgp_replyOk(reply, kSpecialId.replyLength);
-    }
-    return answer(reply, kSpecialId, text);
+    if (isEmptyField(text))
+        return mfgp_replyText(reply, kSpecialId.emptyAnswer, kSpecialId.replyLength);
+    // Copied as bytes, because a letter can be a zero byte.
+    const RegionLetters region = mfgp_regionOfSpecialId(text);
+    memcpy(reply.payload.data(), region.data(), region.size());
+    mfgp_replyLogPayload(reply);
+    return mfgp_replyOk(reply, kSpecialId.replyLength);
 }
 
 int mfgp_cmd_getHwDesc(ServiceContext* ctx) {
-    constexpr size_t kPartSize = 32;
     constexpr uint32_t kReplyLength = 128;
     const Reply reply = mfgp_replyBegin(ctx, 58);
-    char model[kPartSize];
-    char version[kPartSize];
-    if (mfgp_readFirmField("MODEL", kPartSize - 1, model) != 0 ||
-        mfgp_readFirmField("HARDVERSION", kPartSize - 1, version) != 0)
+    char model[32];
+    char version[32];
+    if (mfgp_readFirmField("MODEL", model) != 0 || mfgp_readFirmField("HARDVERSION", version) != 0)
         return mfgp_replyFail(reply, -10323, "get hw desc failed");
     char text[kReplyLength + 1] = {};
     if (model[0] != '\0' || version[0] != '\0')
         snprintf(text, sizeof text, "%s %s", model, version);
-    mfgp_traceAt(reply.site, "get device id is: %s, len is %d\n", text,
-                 static_cast<int>(strlen(text)));
-    mfgp_replyPut(reply, text);
-    mfgp_replyLogPayload(reply);
-    return mfgp_replyOk(reply, kReplyLength);
+    MFGP_TRACE("get device id is: %s, len is %d\n", text, static_cast<int>(strlen(text)));
+    return mfgp_replyText(reply, text, kReplyLength);
 }

@@ -3,27 +3,27 @@
 #include <cstdio>
 
 #include "commands/factory_fields.h"
-#include "commands/modem_detection.h"
-#include "commands/product_info.h"
-#include "commands/region_table.h"
+#include "commands/record_editor.h"
 #include "commands/reply.h"
+#include "commands/unit_profile.h"
 #include "core/file.h"
 #include "core/produce_mode.h"
 #include "core/shell.h"
+#include "protocol/region_table.h"
 
 namespace {
 
-constexpr size_t kLongestText = 64;
+constexpr size_t kValueSize = 65;  // bytes of the longest value, with the terminator
 constexpr size_t kPinLength = 8;
 constexpr size_t kMacTextSize = 18;
 
 struct ProductInfoWrite {
     uint8_t subType;
     Flag permission;
-    const char* field;  // names the working file
+    const char* field;  // part of the working file's name
     const char* key;
     const char* logName;
-    bool logsStep;  // whether a step that failed is logged
+    bool logsStep;  // log the step that failed
     int code;
     const char* message;
 };
@@ -33,7 +33,7 @@ struct ProductInfoWrite {
 constexpr ProductInfoWrite kOemId         {60, kFlagSetOemId,     "oemid", "oem_id:",       "OEM ID",       false, -10325, "set OEM ID failed"};
 constexpr ProductInfoWrite kSpecialId     {65, kFlagSetSpecialId, "sid",   "special_id:",   "special ID",   true,  -10327, "set Special ID failed"};
 constexpr ProductInfoWrite kCountryCode   {67, kFlagSetCountry,   "cc",    "country:",      "Country Code", false, -10329, "set Country Code failed"};
-// Reports under the special ID's code, which is kept: only the message tells the two apart.
+// The protocol defines the special ID's code for this field too.
 constexpr ProductInfoWrite kModelName     {82, kFlagSetModelName, "model", "product_name:", "model name",   false, -10327, "set model name failed"};
 // clang-format on
 
@@ -41,38 +41,54 @@ bool isPermitted(const Reply& reply, Flag permission) {
     return (reply.ctx->flags & permission) != 0;
 }
 
-int written(const Reply& reply, Flag permission) {
+int succeedOnce(const Reply& reply, Flag permission) {
     reply.ctx->flags &= ~permission;
     return mfgp_replyOk(reply, 0);
 }
 
-// Copies the argument, cut, into text[kLongestText + 1].
-void takeText(const Reply& reply, char* text) {
-    snprintf(text, kLongestText + 1, "%s", mfgp_argumentText(reply));
+void copyArgument(const Reply& reply, char (&value)[kValueSize]) {
+    snprintf(value, sizeof value, "%s", mfgp_argumentText(reply));
 }
 
-int writeRecord(const Reply& reply, const ProductInfoWrite& row, const char* value) {
-    mfgp_traceAt(reply.site, "%s is:%s\r\n", row.logName, value);
-    const Record records[] = {{row.key, value}};
-    const EditStep reached = mfgp_editProductInfo(row.field, records).reached;
+const char* stepLog(EditStep failed) {
+    switch (failed) {
+        case EditStep::Dump:
+            return "debug3";
+        case EditStep::Edit:
+            return "debug4";
+        case EditStep::WriteBack:
+            return "debug5";
+        case EditStep::CleanUp:
+            return "debug6";
+        case EditStep::Done:
+            break;
+    }
+    return "";
+}
+
+int writeProductInfo(const Reply& reply, const ProductInfoWrite& row, const char* value) {
+    MFGP_TRACE_AS(reply.function, "%s is:%s\r\n", row.logName, value);
+    const Record record = {row.key, value, nullptr};
+    const EditStep reached = mfgp_editProductInfo(row.field, {&record, 1}).reached;
     if (reached == EditStep::Done)
-        return written(reply, row.permission);
-    if (row.logsStep)  // debug3 for the dump to debug6 for the clean-up
-        mfgp_traceAt(reply.site, "debug%d", 3 + static_cast<int>(reached));
+        return succeedOnce(reply, row.permission);
+    if (row.logsStep)
+        MFGP_TRACE_AS(reply.function, "%s", stepLog(reached));
     return mfgp_replyFail(reply, row.code, row.message);
 }
 
-int setText(ServiceContext* ctx, const ProductInfoWrite& row, CallSite site = mfgp_callSite()) {
-    const Reply reply = mfgp_replyBegin(ctx, row.subType, site);
+int setText(ServiceContext* ctx, const ProductInfoWrite& row,
+            const char* function = __builtin_FUNCTION()) {
+    const Reply reply = mfgp_replyBegin(ctx, row.subType, function);
     if (!isPermitted(reply, row.permission))
         return mfgp_replyFail(reply, row.code, row.message);
-    char value[kLongestText + 1];
-    takeText(reply, value);
-    return writeRecord(reply, row, value);
+    char value[kValueSize];
+    copyArgument(reply, value);
+    return writeProductInfo(reply, row, value);
 }
 
-void formatMac(const uint8_t* mac, char separator, char* text) {
-    snprintf(text, kMacTextSize, "%02X%c%02X%c%02X%c%02X%c%02X%c%02X", mac[0], separator, mac[1],
+void formatMac(const uint8_t* mac, char separator, char (&text)[kMacTextSize]) {
+    snprintf(text, sizeof text, "%02X%c%02X%c%02X%c%02X%c%02X%c%02X", mac[0], separator, mac[1],
              separator, mac[2], separator, mac[3], separator, mac[4], separator, mac[5]);
 }
 
@@ -82,13 +98,14 @@ int flashMac(const char* dashed) {
     return mfgp_execCmd("flashkv -w /tmp/mac-tmp -p default-mac");
 }
 
-// Names the default Wi-Fi network after the model and the address's end, in the background.
+// Starts the script that names the default Wi-Fi network after the model and the end of the MAC
+// address. The script runs in the background and its result is ignored.
 void setDefaultSsid(const uint8_t* mac) {
     char model[kModelWordSize];
     get_hostname(model);
-    // A station can set the model name, and it stands unquoted in the line.
-    const bool usable = model[0] != '\0' && mfgp_isPlainText(model, "._-");
-    mfgp_execCmd("sh  /lib/essid/essid.sh %s %02X%02X%02X &", usable ? model : "NORVANE", mac[3],
+    // A station can set the model name, and it appears unquoted in the line.
+    const bool isUsable = model[0] != '\0' && mfgp_isPlainText(model);
+    mfgp_execCmd("sh  /lib/essid/essid.sh %s %02X%02X%02X &", isUsable ? model : "NORVANE", mac[3],
                  mac[4], mac[5]);
 }
 
@@ -116,21 +133,20 @@ int mfgp_cmd_setSpecialID(ServiceContext* ctx) {
         report(-1, "debug2");
         return mfgp_replyFail(reply, kSpecialId.code, kSpecialId.message);
     }
-    return writeRecord(reply, kSpecialId, specialId);
+    return writeProductInfo(reply, kSpecialId, specialId);
 }
 
 int mfgp_cmd_setDevID(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 54);
-    char id[kLongestText + 1];
-    takeText(reply, id);
+    char id[kValueSize];
+    copyArgument(reply, id);
     if (isPermitted(reply, kFlagSetDeviceId)) {
         MFGP_TRACE("device ID is:%s\r\n", id);
-        char record[sizeof "dev_id:" + kLongestText];
-        const int length = snprintf(record, sizeof record, "dev_id:%s", id);
-        if (mfgp_isRecordValue(id) &&
-            mfgp_writeFile("/tmp/device-tmp", record, static_cast<size_t>(length)) == 0 &&
+        char text[sizeof "dev_id:" + sizeof id];
+        const int length = snprintf(text, sizeof text, "dev_id:%s", id);
+        if (mfgp_writeFile("/tmp/device-tmp", text, static_cast<size_t>(length)) == 0 &&
             mfgp_execCmd("flashkv -w /tmp/device-tmp -p device-id") == 0)
-            return written(reply, kFlagSetDeviceId);
+            return succeedOnce(reply, kFlagSetDeviceId);
     }
     return mfgp_replyFail(reply, -10315, "set device ID failed");
 }
@@ -139,7 +155,7 @@ int mfgp2_cmd_setPin(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 76);
     if (!isPermitted(reply, kFlagSetPin)) {
         mfgp_setInfo(reply.header, kInfoFailed);
-        return -10304;  // without a report, on purpose: error logs show no line for a second PIN
+        return -10304;  // The protocol defines no report for a second PIN.
     }
     const char* const pin = mfgp_argumentText(reply);
     MFGP_TRACE("new pin is %c%c%c%c%c%c%c%c\n", pin[0], pin[1], pin[2], pin[3], pin[4], pin[5],
@@ -147,11 +163,11 @@ int mfgp2_cmd_setPin(ServiceContext* ctx) {
     char line[kPinLength + 1];
     memcpy(line, pin, kPinLength);
     line[kPinLength] = '\n';
-    // The product ID's message is kept: log filters know a failed PIN by it.
+    // The protocol defines the product ID's message for a failed PIN.
     if (mfgp_writeFile("/tmp/pin-tmp", line, sizeof line) != 0 ||
         mfgp_execCmd("flashkv -w /tmp/pin-tmp -p pin") != 0)
         return mfgp_replyFail(reply, -1, "get product id failed");
-    return written(reply, kFlagSetPin);
+    return succeedOnce(reply, kFlagSetPin);
 }
 
 int mfgp2_cmd_setMac(ServiceContext* ctx) {
@@ -168,5 +184,5 @@ int mfgp2_cmd_setMac(ServiceContext* ctx) {
         setDefaultSsid(mac);
     formatMac(mac, ':', text);
     mfgp_execCmd("mfgp_hook_setmac %s", text);
-    return written(reply, kFlagSetMac);
+    return succeedOnce(reply, kFlagSetMac);
 }

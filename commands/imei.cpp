@@ -1,8 +1,8 @@
 #include "commands/imei.h"
 
 #include "commands/factory_fields.h"
-#include "commands/modem_detection.h"
 #include "commands/reply.h"
+#include "commands/unit_profile.h"
 #include "core/shell.h"
 
 namespace {
@@ -10,37 +10,30 @@ namespace {
 constexpr size_t kImeiLength = 15;
 constexpr size_t kImeiSize = kImeiLength + 1;
 
-// How a modem is told its IMEI (between the two halves of a line), made to keep it, and asked.
-struct ImeiLines {
-    const char* write;
-    const char* writeEnd;
-    const char* keep;
-    const char* read;
-};
-
-constexpr ImeiLines kFg621Lines = {R"(cellcli -c 'AT+GTCSNUM=1,7,")", R"("')",
-                                   "cellcli -c 'AT+GTBACKUPDUT'",
-                                   "cellcli -c AT+CGSN | awk 'NR==1{print $1}'"};
-// For every other module, a name that is not known included.
-constexpr ImeiLines kOtherLines = {R"(atcon -c "AT+EGMR=1,7,\")", R"(\"")",
-                                   R"(atcon -c "AT+QPRTPARA=1")",
-                                   "atcon -c AT+CGSN | awk 'NR==2{print $1}'"};
-
-// Returns the lines of the unit's module, or null when its name is not known.
-const ImeiLines* findLines(const Reply& reply, const char* purpose) {
-    char name[kModuleNameSize] = {};
-    if (get_module_name(name) != 0) {
-        mfgp_traceAt(reply.site, "we get device name fail,we don't know send which cmd for %s\n",
-                     purpose);
-        return nullptr;
-    }
-    return strcmp(name, "FG621") == 0 ? &kFg621Lines : &kOtherLines;
+bool isFg621(const char* moduleName) {
+    return strcmp(moduleName, "FG621") == 0;
 }
 
-// The IMEI stands in shell lines, once without quotes behind an echo that would take a dash as the
-// start of an option. Its length and digits are the station's business.
-bool isSafe(const char* imei) {
-    return imei[0] != '-' && mfgp_isPlainText(imei, "%+,-./:=@^_");
+// The IMEI appears unquoted in a shell line, and echo could take a leading dash as an option.
+// Length and digits are not checked.
+bool isSafeImei(const char* imei) {
+    return imei[0] != '-' && mfgp_isPlainText(imei);
+}
+
+// Writes the IMEI into the modem and makes it permanent. Any module except the FG621, even an
+// unknown one, has the atcon console. Returns 0 or -1.
+int writeModemImei(const Reply& reply, const char* imei) {
+    char name[kModuleNameSize];
+    if (mfgp_readModuleName(name, "FTM", reply.function) != 0)
+        return -1;
+    if (isFg621(name)) {
+        if (mfgp_execCmd("cellcli -c 'AT+GTCSNUM=1,7,\"%s\"'", imei) != 0)
+            return -1;
+        return mfgp_execCmd("cellcli -c 'AT+GTBACKUPDUT'");
+    }
+    if (mfgp_execCmd("atcon -c \"AT+EGMR=1,7,\\\"%s\\\"\"", imei) != 0)
+        return -1;
+    return mfgp_execCmd("atcon -c \"AT+QPRTPARA=1\"");
 }
 
 int writeImei(const Reply& reply) {
@@ -48,27 +41,25 @@ int writeImei(const Reply& reply) {
         return -1;
     char imei[kImeiSize] = {};
     memcpy(imei, reply.argument, kImeiLength);
-    mfgp_traceAt(reply.site, "new imei is:%s\r\n", imei);
-    if (!isSafe(imei) || mfgp_echoToFile(imei, "/tmp/imei-tmp") != 0 ||
-        mfgp_execCmd("flashkv -w /tmp/imei-tmp -p default-imei") != 0)
-        return -1;
-    const ImeiLines* const lines = findLines(reply, "FTM");
-    if (lines == nullptr || mfgp_execCmd("%s%s%s", lines->write, imei, lines->writeEnd) != 0 ||
-        mfgp_execCmd("%s", lines->keep) != 0)
+    MFGP_TRACE_AS(reply.function, "new imei is:%s\r\n", imei);
+    if (!isSafeImei(imei) || mfgp_echoToFile(imei, "/tmp/imei-tmp") != 0 ||
+        mfgp_execCmd("flashkv -w /tmp/imei-tmp -p default-imei") != 0 ||
+        writeModemImei(reply, imei) != 0)
         return -1;
     reply.ctx->flags &= ~kFlagSetImei;
     return 0;
 }
 
-// Reads both IMEIs into zeroed buffers of kImeiSize.
-int readImeis(const Reply& reply, char* factory, char* modem) {
+// Reads both IMEIs into zeroed buffers. Returns 0 or -1.
+int readImeis(const Reply& reply, char (&factory)[kImeiSize], char (&modem)[kImeiSize]) {
     mfgp_dropFirmCache();
-    if (mfgp_readFirmField("IMEI", kImeiLength, factory) != 0)
+    char name[kModuleNameSize];
+    if (mfgp_readFirmField("IMEI", factory) != 0 ||
+        mfgp_readModuleName(name, "sim IMEI", reply.function) != 0)
         return -1;
-    const ImeiLines* const lines = findLines(reply, "sim IMEI");
-    if (lines == nullptr || mfgp_readCommand(lines->read, modem, kImeiLength) == kPipeNotOpened)
-        return -1;
-    return 0;
+    const char* const line = isFg621(name) ? "cellcli -c AT+CGSN | awk 'NR==1{print $1}'"
+                                           : "atcon -c AT+CGSN | awk 'NR==2{print $1}'";
+    return mfgp_readCommand(line, modem) == kPipeNotOpened ? -1 : 0;
 }
 
 }  // namespace
@@ -85,12 +76,9 @@ int mfgp2_cmd_getImei(ServiceContext* ctx) {
     char modem[kImeiSize] = {};
     if (readImeis(reply, factory, modem) != 0)
         return mfgp_replyFail(reply, -10351, "get imei failed");
-    // As bytes: a modem whose answer is shorter than an IMEI keeps its newline and so differs.
+    // Compared as bytes. A shorter answer of the modem keeps its newline and therefore differs.
     if (memcmp(factory, modem, kImeiLength) != 0)
         memset(factory, '9', kImeiLength);
-    mfgp_traceAt(reply.site, "get imei is: %s, len is %d\n", factory,
-                 static_cast<int>(strlen(factory)));
-    mfgp_replyPut(reply, factory);
-    mfgp_replyLogPayload(reply);
-    return mfgp_replyOk(reply, kImeiLength);
+    MFGP_TRACE("get imei is: %s, len is %d\n", factory, static_cast<int>(strlen(factory)));
+    return mfgp_replyText(reply, factory, kImeiLength);
 }

@@ -1,12 +1,11 @@
-// The IMEI, which the unit holds twice: in flash and in the modem. Each returns 0 or its command's
-// code.
+// The IMEI, which is stored in flash and in the modem. Each command returns 0 or its code.
 #pragma once
 
 #include "core/service_context.h"
 
-// 90: writes the argument, at most 15 bytes, to both; once per run. What a failing write has
-// already written stays.
+// Sub-type 90. Writes the argument, at most 15 bytes, to flash and then to the modem, once per run.
+// A write that fails does not undo its earlier steps.
 int mfgp2_cmd_setImei(ServiceContext* ctx);
 
-// 91: 15 bytes, the IMEI in flash, or fifteen "9" when the modem has another one.
+// Sub-type 91. Answers 15 bytes: the IMEI in flash, or fifteen "9" when the modem's IMEI differs.
 int mfgp2_cmd_getImei(ServiceContext* ctx);

@@ -1,195 +1,169 @@
 #include "commands/modem_lines.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#include "commands/field_text.h"
+#include "commands/argument_text.h"
+#include "core/report.h"
 #include "core/shell.h"
 
 namespace {
 
-constexpr AnswerCut kFtmMode = {2, "[ ]"};
-constexpr AnswerCut kLevel = {2, "[:_]"};
+// Field 4 of RG520N-EU turns the receiver on, and field 4 of FG621 asks for the level.
+bool isFieldFourZero(const TestFields& t) {
+    return t.integer(4) == 0;
+}
 
-constexpr ModemLine kEg18SetFtm[] = {{{}, "atcon -c AT+QRFTESTMODE={0}"}};
-constexpr ModemLine kEg18GetFtm[] = {{{}, "atcon -c AT+QRFTESTMODE?", kFtmMode}};
-// The 1 and the 4 belong to the form of this module.
-constexpr ModemLine kEg18Level[] = {{{}, "atcon -c AT+QRXFTM=1,{0},{1},{2},4,{3:g}", kLevel}};
+int eg18SetFtmLine(int mode, ModemLine& line) {
+    return mfgp_formatLine(line, "atcon -c AT+QRFTESTMODE=%d", mode);
+}
 
-constexpr ModemLine kRg520SetFtm[] = {{{}, "atcon -c AT+QFTMMODE={0}"}};
-constexpr ModemLine kRg520GetFtm[] = {{{}, "atcon -c AT+QFTMMODE?", kFtmMode}};
-constexpr ModemLine kRg520Level[] = {
-    {{{0, 1}}, R"(atcon -c 'at+qrftestex="LTE","rx",{1},{2},-{3},{4},{5}')", kLevel},
-    {{{0, 2}}, R"(atcon -c 'at+qrftestex="NR5G","rx",{1},{2},-{3},{4},{5}')", kLevel},
-};
-constexpr FieldIs kRg520ReceiverOff[] = {{4, 0}};
+// The constants 1 and 4 belong to this module's form.
+int eg18LevelLine(const TestFields& t, ModemLine& line, const char* /*function*/) {
+    return mfgp_formatLine(
+        line,
+        R"(atcon -c AT+QRXFTM=%d,%d,%d,%d,%d,%g | awk 'NR==2{split($0,a,"[:_]");print a[2]}')", 1,
+        t.integer(0), t.integer(1), t.integer(2), 4, t.decimal(3));
+}
 
-constexpr ModemLine kEg060SetFtm[] = {{{}, R"(atcon -c 'AT+QRFTEST="mode",{0}')"}};
-constexpr ModemLine kEg060GetFtm[] = {{{}, R"(atcon -c 'AT+QRFTEST="mode"')", kFtmMode}};
-constexpr ModemLine kEg060Level[] = {
-    {{}, R"(atcon -c 'AT+QRFTEST="rx",{0},{1},{2},{3},-{4}')", kLevel}};
+int rg520SetFtmLine(int mode, ModemLine& line) {
+    return mfgp_formatLine(line, "atcon -c AT+QFTMMODE=%d", mode);
+}
 
-// The test mode of this module is a one-way street: to leave it nothing is run, and that succeeds.
-constexpr ModemLine kFg621SetFtm[] = {{{{0, 1}}, "cellcli -c at+sfun=5"}, {{}, ""}};
-// Field 4 asks for the level, field 3 tells LTE (2) from WCDMA, field 2 which of the two levels
-// that the answer holds. A field 4 of neither 0 nor 1 gives a line that answers nothing.
-constexpr ModemLine kFg621Level[] = {
-    {{{4, 1}, {3, 2}, {2, 0}}, "cellcli -c 'AT+LTERXLEVELDBM?'", {1, "[ _]"}},
-    {{{4, 1}, {3, 2}}, "cellcli -c 'AT+LTERXLEVELDBM?'", {1, "[,_]"}},
-    {{{4, 1}, {2, 0}}, "cellcli -c 'AT+WCDMARXLEVELDBM?'", {1, "[ _]"}},
-    {{{4, 1}}, "cellcli -c 'AT+WCDMARXLEVELDBM?'", {1, "[,_]"}},
-    {{}, ""},
-};
-constexpr FieldIs kFg621NoLevel[] = {{4, 0}};
+int rg520LevelLine(const TestFields& t, ModemLine& line, const char* function) {
+    const int technology = t.integer(0);
+    const int band = t.integer(1);
+    const int chain = t.integer(2);
+    const int level = t.integer(3);
+    const int enable = t.integer(4);
+    const int channel = t.integer(5);
+    MFGP_TRACE_AS(function,
+                  "mfgp2_cmd_setantennaTest TECH=%d,band=%d,chain_index=%d,expected_rxagc_dbm=%d,"
+                  "rx_enable=%d,channel=%d\n",
+                  technology, band, chain, level, enable, channel);
+    if (technology == 1)
+        return mfgp_formatLine(
+            line,
+            R"(atcon -c 'at+qrftestex="LTE","rx",%d,%d,-%d,%d,%d' | awk 'NR==2{split($0,a,"[:_]");print a[2]}')",
+            band, chain, level, enable, channel);
+    if (technology == 2)
+        return mfgp_formatLine(
+            line,
+            R"(atcon -c 'at+qrftestex="NR5G","rx",%d,%d,-%d,%d,%d' | awk 'NR==2{split($0,a,"[:_]");print a[2]}')",
+            band, chain, level, enable, channel);
+    // The protocol defines the message of an unknown module for this case too.
+    MFGP_TRACE_AS(function,
+                  "we get device name fail,we don't know the parameters for setting Antenna\n");
+    return -1;
+}
+
+int eg060SetFtmLine(int mode, ModemLine& line) {
+    return mfgp_formatLine(line, R"(atcon -c 'AT+QRFTEST="mode",%d')", mode);
+}
+
+int eg060LevelLine(const TestFields& t, ModemLine& line, const char* /*function*/) {
+    return mfgp_formatLine(
+        line,
+        R"(atcon -c 'AT+QRFTEST="rx",%d,%d,%d,%d,-%d' | awk 'NR==2{split($0,a,"[:_]");print a[2]}')",
+        t.integer(0), t.integer(1), t.integer(2), t.integer(3), t.integer(4));
+}
+
+// This module has no line to leave the test mode. Any mode but 1 gives an empty line, which
+// succeeds.
+int fg621SetFtmLine(int mode, ModemLine& line) {
+    return mfgp_formatLine(line, "%s", mode == 1 ? "cellcli -c at+sfun=5" : "");
+}
+
+int fg621ConfigurationLine(const TestFields& t, ModemLine& line) {
+    return mfgp_formatLine(line, "cellcli -c 'AT+SPMAXRF=%d,%d,%d,%d,%d,%d'", t.integer(0), 2, 23,
+                           t.integer(1), t.integer(3), 0);
+}
+
+// Field 2 selects one of the two levels in the answer, and field 3 is 2 for LTE, else WCDMA. A
+// field 4 other than 0 and 1 gives an empty line, which answers nothing.
+int fg621LevelLine(const TestFields& t, ModemLine& line, const char* /*function*/) {
+    const bool isLte = t.integer(3) == 2;
+    const bool isFirst = t.integer(2) == 0;
+    if (t.integer(4) != 1)
+        return mfgp_formatLine(line, "%s", "");
+    if (isLte && isFirst)
+        return mfgp_formatLine(
+            line, "%s",
+            R"(cellcli -c 'AT+LTERXLEVELDBM?' | awk 'NR==1{split($0,a,"[ _]");print a[2]}')");
+    if (isLte)
+        return mfgp_formatLine(
+            line, "%s",
+            R"(cellcli -c 'AT+LTERXLEVELDBM?' | awk 'NR==1{split($0,a,"[,_]");print a[2]}')");
+    if (isFirst)
+        return mfgp_formatLine(
+            line, "%s",
+            R"(cellcli -c 'AT+WCDMARXLEVELDBM?' | awk 'NR==1{split($0,a,"[ _]");print a[2]}')");
+    return mfgp_formatLine(
+        line, "%s",
+        R"(cellcli -c 'AT+WCDMARXLEVELDBM?' | awk 'NR==1{split($0,a,"[,_]");print a[2]}')");
+}
 
 constexpr Module kModules[] = {
     {
         .name = "EG18-EA",
-        .setFtm = kEg18SetFtm,
-        .getFtm = kEg18GetFtm,
-        .testFields = 4,
+        .setFtmLine = eg18SetFtmLine,
+        .getFtmLine = R"(atcon -c AT+QRFTESTMODE? | awk 'NR==2{split($0,a,"[ ]");print a[2]}')",
+        .fieldCount = 4,
         .wrongFieldCount = "fail to get RX Antenna test parameter for EG18-EA \n",
-        .fieldLog = nullptr,
-        .configuration = nullptr,
-        .level = kEg18Level,
-        .configureOnly = {},
-        .dropLevel = {},
+        .levelLine = eg18LevelLine,
+        .configurationLine = nullptr,
+        .skipsLevel = nullptr,
+        .dropsLevel = nullptr,
     },
     {
         .name = "RG520N-EU",
-        .setFtm = kRg520SetFtm,
-        .getFtm = kRg520GetFtm,
-        .testFields = 6,
+        .setFtmLine = rg520SetFtmLine,
+        .getFtmLine = R"(atcon -c AT+QFTMMODE? | awk 'NR==2{split($0,a,"[ ]");print a[2]}')",
+        .fieldCount = 6,
         .wrongFieldCount = "fail to get RX Antenna test parameter for RG520N-EU \n",
-        .fieldLog = "TECH={0},band={1},chain_index={2},expected_rxagc_dbm={3},rx_enable={4},"
-                    "channel={5}",
-        .configuration = nullptr,
-        .level = kRg520Level,
-        .configureOnly = {},
-        .dropLevel = kRg520ReceiverOff,
+        .levelLine = rg520LevelLine,
+        .configurationLine = nullptr,
+        .skipsLevel = nullptr,
+        .dropsLevel = isFieldFourZero,
     },
     {
         .name = "EG060K-EA",
-        .setFtm = kEg060SetFtm,
-        .getFtm = kEg060GetFtm,
-        .testFields = 5,
-        // A small k, as log filters know it.
+        .setFtmLine = eg060SetFtmLine,
+        .getFtmLine = R"(atcon -c 'AT+QRFTEST="mode"' | awk 'NR==2{split($0,a,"[ ]");print a[2]}')",
+        .fieldCount = 5,
+        // The protocol defines the small k.
         .wrongFieldCount = "fail to get RX Antenna test parameter for EG060k-EA \n",
-        .fieldLog = nullptr,
-        .configuration = nullptr,
-        .level = kEg060Level,
-        .configureOnly = {},
-        .dropLevel = {},
+        .levelLine = eg060LevelLine,
+        .configurationLine = nullptr,
+        .skipsLevel = nullptr,
+        .dropsLevel = nullptr,
     },
     {
         .name = "FG621",
-        .setFtm = kFg621SetFtm,
-        .getFtm = {},
-        .testFields = 5,
+        .setFtmLine = fg621SetFtmLine,
+        .getFtmLine = nullptr,
+        .fieldCount = 5,
         .wrongFieldCount = "fail to get RX Antenna test parameter for FG621 \n",
-        .fieldLog = nullptr,
-        .configuration = "cellcli -c 'AT+SPMAXRF={0},2,23,{1},{3},0'",
-        .level = kFg621Level,
-        .configureOnly = kFg621NoLevel,
-        .dropLevel = {},
+        .levelLine = fg621LevelLine,
+        .configurationLine = fg621ConfigurationLine,
+        .skipsLevel = isFieldFourZero,
+        .dropsLevel = nullptr,
     },
 };
 
-constexpr bool isPlaceholder(const char* at) {
-    return at[0] == '{' && at[1] >= '0' && at[1] <= '9';
-}
-
-constexpr bool fieldsWithin(const char* pattern, int count) {
-    for (const char* at = pattern; at != nullptr && *at != '\0'; at++)
-        if (isPlaceholder(at) && at[1] - '0' >= count)
-            return false;
-    return true;
-}
-
-constexpr bool fieldsWithin(std::span<const ModemLine> lines, int count) {
-    for (const ModemLine& line : lines)
-        if (!fieldsWithin(line.command, count) || line.when[0].field >= count ||
-            line.when[1].field >= count || line.when[2].field >= count)
-            return false;
-    return true;
-}
-
-constexpr bool fieldsWithin(std::span<const FieldIs> conditions, int count) {
-    for (const FieldIs& condition : conditions)
-        if (condition.field >= count)
-            return false;
-    return true;
-}
-
-constexpr bool fieldsWithin(const Module& module) {
-    return fieldsWithin(module.configureOnly, module.testFields) &&
-           fieldsWithin(module.dropLevel, module.testFields) &&
-           module.testFields <= kMaxTestFields && fieldsWithin(module.setFtm, 1) &&
-           fieldsWithin(module.getFtm, 0) && fieldsWithin(module.fieldLog, module.testFields) &&
-           fieldsWithin(module.configuration, module.testFields) &&
-           fieldsWithin(module.level, module.testFields);
-}
-static_assert(std::ranges::all_of(kModules, [](const Module& row) { return fieldsWithin(row); }),
-              "a line may only name fields that its command has");
-
-bool holds(const FieldIs& condition, const char* const* fields) {
-    return condition.field < 0 || mfgp_textToInt(fields[condition.field]) == condition.value;
-}
-
 }  // namespace
+
+int TestFields::integer(int index) const {
+    return mfgp_textToInt(text[index]);
+}
+
+double TestFields::decimal(int index) const {
+    return static_cast<double>(static_cast<float>(atof(text[index])));
+}
 
 const Module* mfgp_findModule(const char* name) {
     for (const Module& module : kModules)
         if (strcmp(module.name, name) == 0)
             return &module;
     return nullptr;
-}
-
-bool mfgp_anyHolds(std::span<const FieldIs> conditions, const char* const* fields) {
-    for (const FieldIs& condition : conditions)
-        if (holds(condition, fields))
-            return true;
-    return false;
-}
-
-int mfgp_fillModemLine(const char* pattern, const char* const* fields, char* line) {
-    char* out = line;
-    *out = '\0';
-    while (*pattern != '\0') {
-        const size_t room = kModemLineSize - static_cast<size_t>(out - line);
-        const bool isValue = isPlaceholder(pattern);
-        const char* const field = isValue ? fields[pattern[1] - '0'] : nullptr;
-        const size_t length = isValue ? strcspn(pattern, "}") + 1 : 1 + strcspn(pattern + 1, "{");
-        int result = 0;
-        if (!isValue)
-            result = mfgp_formatLine(out, room, "%.*s", static_cast<int>(length), pattern);
-        else if (pattern[2] == ':')
-            result = mfgp_formatLine(out, room, "%g",
-                                     static_cast<double>(static_cast<float>(atof(field))));
-        else
-            result = mfgp_formatLine(out, room, "%d", mfgp_textToInt(field));
-        if (result != 0)
-            return -1;
-        out += strlen(out);
-        pattern += length;
-    }
-    return 0;
-}
-
-int mfgp_buildModemLine(std::span<const ModemLine> lines, const char* const* fields, char* line) {
-    for (const ModemLine& row : lines) {
-        if (!holds(row.when[0], fields) || !holds(row.when[1], fields) ||
-            !holds(row.when[2], fields))
-            continue;
-        if (row.cut.separators == nullptr)
-            return mfgp_fillModemLine(row.command, fields, line);
-        char command[kModemLineSize];
-        if (mfgp_fillModemLine(row.command, fields, command) != 0)
-            return -1;
-        return mfgp_formatLine(line, kModemLineSize,
-                               "%s | awk 'NR==%d{split($0,a,\"%s\");print a[2]}'", command,
-                               row.cut.line, row.cut.separators);
-    }
-    return -1;
 }

@@ -1,58 +1,41 @@
-// What each cellular module is asked on its AT console: one row per module, so that a new module is
-// a new row.
+// The lines that each cellular module receives on its AT console. A new module is a new row.
 #pragma once
 
 #include <cstddef>
 #include <span>
 
 inline constexpr size_t kModemLineSize = 512;  // bytes, with the terminator
-inline constexpr int kMaxTestFields = 10;
+inline constexpr size_t kMaxTestFields = 10;
 
-// Holds when the field, as a whole number, has the value.
-struct FieldIs {
-    int field = -1;  // -1: holds always
-    int value = 0;
+// The fields of an antenna test's argument.
+struct TestFields {
+    char* text[kMaxTestFields];
+
+    // Returns field `index`, counted from 0, as an integer.
+    int integer(int index) const;
+
+    // Returns field `index` as a decimal number in single precision.
+    double decimal(int index) const;
 };
 
-// Which line of the console's answer counts, and the characters that part it: its second piece is
-// the value.
-struct AnswerCut {
-    int line = 0;
-    const char* separators = nullptr;  // null: the whole answer is taken
-};
+using ModemLine = char[kModemLineSize];
 
-// In a command {2} stands for field 2 as a whole number, {3:g} for field 3 as a decimal one.
-struct ModemLine {
-    FieldIs when[3];  // all must hold
-    const char* command;
-    AnswerCut cut = {};
-};
+// Formats the line that reads the level. Traces under `function`. Returns 0, or -1 when the module
+// does not have the requested technology, which is logged, or the line does not fit.
+using LevelLine = int (*)(const TestFields& fields, ModemLine& line, const char* function);
 
 struct Module {
     const char* name;
-
-    std::span<const ModemLine> setFtm;  // field 0 is the mode; the first line that holds
-    std::span<const ModemLine> getFtm;  // empty: this module cannot be asked
-
-    int testFields;
-    const char* wrongFieldCount;       // logged
-    const char* fieldLog;              // logged before the test; null: nothing is
-    const char* configuration;         // must answer "OK" before the level is read; null: none
-    std::span<const ModemLine> level;  // the first line that holds
-    std::span<const FieldIs> configureOnly;  // if one holds, no level is read
-    std::span<const FieldIs> dropLevel;      // if one holds, the level that was read is dropped
+    int (*setFtmLine)(int mode, ModemLine& line);  // returns 0, or -1 when the line does not fit
+    const char* getFtmLine;                        // null: this module cannot be asked
+    size_t fieldCount;                             // of an antenna test's argument
+    const char* wrongFieldCount;                   // logged
+    LevelLine levelLine;
+    // A line that must answer "OK" before the level is read. Null: none.
+    int (*configurationLine)(const TestFields& fields, ModemLine& line);
+    bool (*skipsLevel)(const TestFields& fields);  // the level is not read; null: never
+    bool (*dropsLevel)(const TestFields& fields);  // the level is read but not kept; null: never
 };
 
-// Returns the row of a module, or null for a name that is none.
+// Returns the row of a module, or null for an unknown name.
 const Module* mfgp_findModule(const char* name);
-
-// Whether one of the conditions holds.
-bool mfgp_anyHolds(std::span<const FieldIs> conditions, const char* const* fields);
-
-// Puts the fields into a command or log text, into line[kModemLineSize]. Returns 0, or -1 when it
-// does not fit.
-int mfgp_fillModemLine(const char* pattern, const char* const* fields, char* line);
-
-// Builds the first of the lines that holds, with the cut of its answer, into line[kModemLineSize].
-// Returns 0, or -1 when none holds or it does not fit.
-int mfgp_buildModemLine(std::span<const ModemLine> lines, const char* const* fields, char* line);

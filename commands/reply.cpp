@@ -1,68 +1,69 @@
 #include "commands/reply.h"
 
-Reply mfgp_replyBegin(ServiceContext* ctx, uint8_t subType, CallSite site) {
-    // A packet of another version would have no header here; the receive path lets none through.
-    const size_t offset = mfgp_version(ctx->recvBuf) == kProtocolVersion ? kHeaderSize : 0;
-    const Reply reply = {ctx,
-                         ctx->recvBuf + offset,
-                         ctx->replyBuf,
-                         ctx->replyBuf + offset,
-                         static_cast<uint32_t>(kBufferSize - offset),
-                         site};
-    memset(reply.payload, 0, reply.capacity);
-    mfgp_setType(reply.header, kTypeSpecial);
-    mfgp_setCode(reply.header, kReplyCode);
+#include <algorithm>
+
+namespace {
+
+Reply begin(ServiceContext* ctx, const CommandBlock& block, const char* function) {
+    const std::span payload(block.replyPayload, block.payloadCapacity);
+    mfgp_startReply(block.replyHeader, block.requestHeader, kInfoSuccess);
+    std::ranges::fill(payload, uint8_t{0});
+    return {ctx, block.requestPayload, block.replyHeader, payload, function};
+}
+
+}  // namespace
+
+Reply mfgp_replyBegin(ServiceContext* ctx, uint8_t subType, const char* function) {
+    const CommandBlock packet = {ctx->recvBuf, ctx->replyBuf, mfgp_payload(ctx->recvBuf),
+                                 mfgp_payload(ctx->replyBuf), kBufferSize - kHeaderSize};
+    const Reply reply = begin(ctx, packet, function);
     mfgp_setSubType(reply.header, subType);
-    mfgp_setPayloadLength(reply.header, 0);
-    mfgp_copyPacketId(reply.header, ctx->recvBuf);
     return reply;
 }
 
-Reply mfgp_replyBeginBlock(ServiceContext* ctx, CallSite site) {
-    const CommandBlock& block = ctx->cmdBlock;
-    const Reply reply = {
-        ctx, block.requestPayload, block.replyHeader, block.replyPayload, block.payloadCapacity,
-        site};
-    memset(reply.payload, 0, reply.capacity);
-    mfgp_setInfo(reply.header, kInfoSuccess);
-    mfgp_setPayloadLength(reply.header, 0);
-    return reply;
+Reply mfgp_replyBeginInner(ServiceContext* ctx, const char* function) {
+    return begin(ctx, ctx->cmdBlock, function);
 }
 
-const char* mfgp_argumentText(const Reply& reply) {
-    return reinterpret_cast<const char*>(reply.argument);
+char* mfgp_argumentText(const Reply& reply) {
+    return reinterpret_cast<char*>(reply.argument);
 }
 
-void mfgp_argumentMessage(const Reply& reply, char* text, size_t maxBytes) {
-    memcpy(text, reply.argument, maxBytes);
-    text[maxBytes] = '\0';
-    mfgp_traceAt(reply.site, "msg buf is:%s\r\n", text);
+void mfgp_argumentMessage(const Reply& reply, std::span<char> text) {
+    memcpy(text.data(), reply.argument, text.size() - 1);
+    text.back() = '\0';
+    MFGP_TRACE_AS(reply.function, "msg buf is:%s\r\n", text.data());
 }
 
 void mfgp_replyLogArgument(const Reply& reply) {
     const char* const text = mfgp_argumentText(reply);
-    mfgp_traceAt(reply.site, "pRcvBuf:%s,len:%d\n", text, static_cast<int>(strlen(text)));
+    MFGP_TRACE_AS(reply.function, "pRcvBuf:%s,len:%d\n", text, static_cast<int>(strlen(text)));
 }
 
 char* mfgp_payloadText(const Reply& reply) {
-    return reinterpret_cast<char*>(reply.payload);
+    return reinterpret_cast<char*>(reply.payload.data());
 }
 
 int mfgp_replyOk(const Reply& reply, uint32_t length) {
-    mfgp_setInfo(reply.header, kInfoSuccess);
     mfgp_setPayloadLength(reply.header, length);
     return 0;
 }
 
 void mfgp_replyPut(const Reply& reply, const char* text) {
-    if (text[0] == '\n')
-        return;
-    memcpy(reply.payload, text, strnlen(text, reply.capacity - 1));
+    if (text[0] != '\n')
+        memcpy(reply.payload.data(), text, strnlen(text, reply.payload.size() - 1));
 }
 
 void mfgp_replyLogPayload(const Reply& reply) {
     const char* const text = mfgp_payloadText(reply);
-    mfgp_traceAt(reply.site, "pRplyBuf is: %s, len is %d\n", text, static_cast<int>(strlen(text)));
+    MFGP_TRACE_AS(reply.function, "pRplyBuf is: %s, len is %d\n", text,
+                  static_cast<int>(strlen(text)));
+}
+
+int mfgp_replyText(const Reply& reply, const char* text, uint32_t length) {
+    mfgp_replyPut(reply, text);
+    mfgp_replyLogPayload(reply);
+    return mfgp_replyOk(reply, length);
 }
 
 int mfgp_replyText(const Reply& reply, const char* text) {

@@ -1,5 +1,5 @@
 // The handler contract. A handler begins its reply, gets its argument, does its steps, and ends in
-// one statement that finishes the reply or fails it:
+// one statement that completes the reply or fails it:
 //
 //     int mfgp_cmd_getSSID(ServiceContext* ctx) {
 //         const Reply reply = mfgp_replyBegin(ctx, 68);
@@ -11,62 +11,62 @@
 //         return mfgp_replyText(reply, ssid);
 //     }
 //
-// It fills, it never sends: the parser encodes the reply and the receive path sends it, once.
+// A handler never sends. The parser encodes the reply and the receive path sends it once.
 #pragma once
+
+#include <span>
 
 #include "core/report.h"
 #include "core/service_context.h"
 
-// A command handler: takes the context for the length of the call, fills the reply in it and
-// returns 0 or its own negative code, which it has reported.
-using Handler = int (*)(ServiceContext* ctx);
-
-// A reply under construction, and the handler it is built for.
+// A reply under construction. `argument` and `payload` are followed by at least one zero byte.
 struct Reply {
     ServiceContext* ctx;
-    const uint8_t* argument;  // request payload; a zero byte always follows what was received
+    uint8_t* argument;  // the request's payload, followed by zeros
     uint8_t* header;
-    uint8_t* payload;   // zeroed
-    uint32_t capacity;  // bytes at payload, with room for a terminator
-    CallSite site;      // trace lines of shared workers are printed for it
+    std::span<uint8_t> payload;  // zeroed; includes room for a terminator
+    const char* function;        // the handler's name, for the trace lines of shared workers
 };
 
-// Begins the reply of a special command: type 3, code 2, the handler's own sub-type, length 0, the
-// request's packet id. The whole payload is zeroed first: decoding has left the request's plain
-// text there, which must not come back behind a short answer.
-Reply mfgp_replyBegin(ServiceContext* ctx, uint8_t subType, CallSite site = mfgp_callSite());
+// Begins the reply of a special command with the handler's own sub-type: writes a successful, empty
+// reply and zeroes the payload. Decoding left the request's plain text there, and it must not
+// follow a short answer.
+Reply mfgp_replyBegin(ServiceContext* ctx, uint8_t subType,
+                      const char* function = __builtin_FUNCTION());
 
-// Begins the reply of a command that works on the command block. Its dispatcher has prepared the
-// header; info and length are reset and the payload is zeroed.
-Reply mfgp_replyBeginBlock(ServiceContext* ctx, CallSite site = mfgp_callSite());
+// Begins the reply of a command that works on the command block, in the same way.
+Reply mfgp_replyBeginInner(ServiceContext* ctx, const char* function = __builtin_FUNCTION());
 
-// The argument as a text, terminated within the receive buffer.
-const char* mfgp_argumentText(const Reply& reply);
+// Returns the argument as a terminated text in the receive buffer.
+char* mfgp_argumentText(const Reply& reply);
 
-// Copies the argument's first maxBytes bytes into text[maxBytes + 1], terminated, and logs them as
-// the commands do whose argument is scanned.
-void mfgp_argumentMessage(const Reply& reply, char* text, size_t maxBytes);
+// Copies the start of the argument, one byte less than `text` holds, terminates it and logs it.
+void mfgp_argumentMessage(const Reply& reply, std::span<char> text);
 
-// Logs the argument as the commands do that only log it.
+// Logs the argument as text.
 void mfgp_replyLogArgument(const Reply& reply);
 
-// The payload as a text.
+// Returns the payload as text.
 char* mfgp_payloadText(const Reply& reply);
 
-// Finishes the reply with info 0 and `length` payload bytes. Returns 0.
+// Completes the reply with `length` payload bytes. Returns 0.
 int mfgp_replyOk(const Reply& reply, uint32_t length);
 
-// Copies the text without its terminator into the payload, cut to the capacity; an empty text or
-// one that begins with a newline (a tool with nothing to say) is left out and the payload stays
-// zero.
+// Copies the text without its terminator into the payload, cut to its capacity. If the text begins
+// with a newline, which means that a tool printed nothing else, the payload stays zero.
 void mfgp_replyPut(const Reply& reply, const char* text);
 
-// Logs the payload as the readers do before they answer.
+// Logs the payload as text.
 void mfgp_replyLogPayload(const Reply& reply);
 
-// Puts the text as mfgp_replyPut does, logs it, and finishes the reply with the length of what was
-// put. Returns 0.
+// Puts the text like mfgp_replyPut, logs the payload, and completes the reply with `length` bytes.
+// Returns 0.
+int mfgp_replyText(const Reply& reply, const char* text, uint32_t length);
+
+// Puts and logs the text in the same way and completes the reply with the length of what was put.
+// Returns 0.
 int mfgp_replyText(const Reply& reply, const char* text);
 
-// Finishes the reply with info 3 and reports the handler's own code and message. Returns the code.
+// Turns the reply into a failure (info 3) and reports the handler's code and message. Returns the
+// code.
 int mfgp_replyFail(const Reply& reply, int code, const char* message);

@@ -1,11 +1,12 @@
-// The soft factory reset, and the record that shows a unit's configuration before it leaves.
+// The soft factory reset, and the configuration record that a station checks before delivery.
 #pragma once
 
 #include "core/service_context.h"
 
-// 73, encrypted only: erases the three configuration partitions and reads them back. No answer
-// payload. Returns 0, or -10300 when one of them has not come back empty.
+// Sub-type 73, encrypted only. Erases the three configuration partitions and reads them back. The
+// answer is empty. Returns 0, or -10300 when one of them is not empty afterwards.
 int mfgp_cmd_reset(ServiceContext* ctx);
 
-// 135: answers the 244-byte configuration record. Returns 0, or -10335 when it cannot be filled.
+// Sub-type 135. Answers the 244-byte configuration record. Returns 0, or -10335 when a field of it
+// cannot be read.
 int mfgp_cmd_getConfigCheck(ServiceContext* ctx);

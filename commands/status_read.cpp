@@ -3,14 +3,14 @@
 #include <strings.h>
 #include <unistd.h>
 
-#include "commands/calibration_mode.h"
 #include "commands/config_lookup.h"
 #include "commands/factory_fields.h"
 #include "commands/reply.h"
+#include "commands/unit_profile.h"
 
 namespace {
 
-constexpr size_t kLongestField = 64;
+constexpr size_t kLongestStatusText = 64;
 
 struct Button {
     const char* name;
@@ -21,8 +21,8 @@ struct Button {
 constexpr Button kButtons[] = {
     {"WIFI", 4, "/tmp/button_wifi_check"},
     {"RESET", 5, "/tmp/button_reset_check"},
-    // Two characters more than the name has, so that nothing may stand behind it: "wps1" is no
-    // button, while "wifi1" is one. Stations count on both.
+    // Compares past the terminator, so WPS must match exactly, while WIFI and RESET match as
+    // prefixes.
     {"WPS", 5, "/tmp/button_wps_check"},
 };
 
@@ -35,7 +35,7 @@ bool wasPressed(const char* name) {
 
 struct FirmField {
     const char* key;
-    const char* logName;  // null: the field itself is not logged by the reader
+    const char* logName;  // null: the field is not logged again
     int code;
     const char* message;
 };
@@ -44,14 +44,14 @@ constexpr FirmField kFirmwareVersion = {"SOFTVERSION", nullptr, -10332, "get fw 
 constexpr FirmField kHardwareVersion = {"HARDVERSION", "hwver", -10333, "get hw version failed"};
 constexpr FirmField kModelName = {"MODEL", "modelname", -10339, "get model name failed"};
 
-int answerField(const Reply& reply, const FirmField& field) {
-    char text[kLongestField + 1] = {};
+int answerFirmField(const Reply& reply, const FirmField& field) {
+    char text[kLongestStatusText + 1] = {};
     mfgp_dropFirmCache();
-    if (get_firm_info(field.key, kLongestField, text) != 0)
+    if (get_firm_info(field.key, kLongestStatusText, text) != 0)
         return mfgp_replyFail(reply, field.code, field.message);
     if (field.logName != nullptr)
-        mfgp_traceAt(reply.site, "get %s is: %s, len is %d\n", field.logName, text,
-                     static_cast<int>(strlen(text)));
+        MFGP_TRACE_AS(reply.function, "get %s is: %s, len is %d\n", field.logName, text,
+                      static_cast<int>(strlen(text)));
     return mfgp_replyText(reply, text);
 }
 
@@ -61,7 +61,7 @@ int mfgp_cmd_getGpioStatus(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 50);
     if (is_cal() == 0) {
         MFGP_TRACE("WLAN TEST Fail!!!\n");
-        return mfgp_replyFail(reply, -10331, "get SSID failed");  // borrowed; log filters match it
+        return mfgp_replyFail(reply, -10331, "get SSID failed");  // a borrowed message
     }
     const char* const button = mfgp_argumentText(reply);
     MFGP_TRACE("detect button:%s\n", button);
@@ -76,7 +76,7 @@ int mfgp_cmd_getBleStatus(ServiceContext* ctx) {
     constexpr char kMessage[] = "get bluetooth enable failed";
     const Reply reply = mfgp_replyBegin(ctx, 87);
     char value[8] = {};
-    if (uci_get_option("bluetooth", "settings", "enable", value, sizeof value) != 0) {
+    if (uci_get_option("bluetooth", "settings", "enable", value) != 0) {
         MFGP_TRACE("uci get bluetooth enable failed.\n");
         return mfgp_replyFail(reply, kCode, kMessage);
     }
@@ -85,13 +85,13 @@ int mfgp_cmd_getBleStatus(ServiceContext* ctx) {
         return mfgp_replyFail(reply, kCode, kMessage);
     }
     MFGP_TRACE("BLUETOOTH TEST Success!!!\n");
-    return mfgp_replyOk(reply, sizeof "BLUETOOTH OK");  // the length alone, without the text
+    return mfgp_replyOk(reply, sizeof "BLUETOOTH OK");  // The payload stays zero.
 }
 
 int mfgp_cmd_getSSID(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 68);
-    char ssid[kLongestField + 1] = {};
-    if (get_firm_info("SSID", kLongestField, ssid) != 0) {
+    char ssid[kLongestStatusText + 1] = {};
+    if (get_firm_info("SSID", kLongestStatusText, ssid) != 0) {
         MFGP_TRACE("get firm info failed.\n");
         return mfgp_replyFail(reply, -10331, "get SSID failed");
     }
@@ -99,17 +99,17 @@ int mfgp_cmd_getSSID(ServiceContext* ctx) {
 }
 
 int mfgp_cmd_getFwVer(ServiceContext* ctx) {
-    return answerField(mfgp_replyBeginBlock(ctx), kFirmwareVersion);
+    return answerFirmField(mfgp_replyBeginInner(ctx), kFirmwareVersion);
 }
 
 int mfgp_cmd_getHwVer(ServiceContext* ctx) {
-    return answerField(mfgp_replyBeginBlock(ctx), kHardwareVersion);
+    return answerFirmField(mfgp_replyBeginInner(ctx), kHardwareVersion);
 }
 
 int mfgp_cmd_getModelName(ServiceContext* ctx) {
-    const Reply reply = mfgp_replyBeginBlock(ctx);
+    const Reply reply = mfgp_replyBeginInner(ctx);
     mfgp_replyLogArgument(reply);
-    return answerField(reply, kModelName);
+    return answerFirmField(reply, kModelName);
 }
 
 int mfgp_cmd_getEnableFlags(ServiceContext* ctx) {
@@ -120,6 +120,6 @@ int mfgp_cmd_getEnableFlags(ServiceContext* ctx) {
         return mfgp_replyFail(reply, -10334, "get enable flags failed");
     }
     MFGP_TRACE("enableFlags = %d.\n", static_cast<int>(flags));
-    mfgp_storeLittleEndian(reply.payload, flags);
+    mfgp_storeLittleEndian(reply.payload.data(), flags);
     return mfgp_replyOk(reply, sizeof flags);
 }

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <iterator>
 
-#include "commands/field_text.h"
+#include "commands/argument_text.h"
+#include "commands/json_handle.h"
 #include "commands/reply.h"
-#include "core/json_handle.h"
 #include "core/shell.h"
 
 namespace {
@@ -14,7 +14,7 @@ constexpr const char* kChainBands[] = {"2g", "5g"};
 constexpr int kChains = 2;
 
 constexpr int kNoBand = 7;
-constexpr size_t kLongestRadioName = 5;
+constexpr size_t kRadioNameSize = 6;  // bytes, with the terminator
 
 struct Radio {
     int band;
@@ -42,63 +42,64 @@ int switchChains(int band, int value) {
     return 0;
 }
 
-void takeNumber(const Json& object, const char* name, int* number) {
+void readInteger(const Json& object, const char* name, int* number) {
     json_object* const value = json_object_object_get(object.get(), name);
     if (json_object_get_type(value) == json_type_int)
         *number = json_object_get_int(value);
 }
 
-int readRequest(const Reply& reply, SpreadRequest* request) {
+int readSpreadRequest(const Reply& reply, SpreadRequest* request) {
     const char* const text = mfgp_argumentText(reply);
-    mfgp_traceAt(reply.site, "value:%s len:%d\n", text, static_cast<int>(strlen(text)));
+    MFGP_TRACE_AS(reply.function, "value:%s len:%d\n", text, static_cast<int>(strlen(text)));
     const Json object(json_tokener_parse(text));
     if (!object) {
-        // Borrowed from the group commands; log filters match it.
-        mfgp_traceAt(reply.site, "Set GroupInfo error, json_tokener_parse result is NULL\n");
+        // A message of the group commands, as the protocol defines.
+        MFGP_TRACE_AS(reply.function, "Set GroupInfo error, json_tokener_parse result is NULL\n");
         return -1;
     }
-    takeNumber(object, "band", &request->band);
-    takeNumber(object, "nss", &request->nss);
+    readInteger(object, "band", &request->band);
+    readInteger(object, "nss", &request->nss);
     return 0;
 }
 
-// Reads the interface name of the band's radio into name[kLongestRadioName + 1].
-int readRadioName(int band, char* name, CallSite site) {
+// Reads the interface name of the band's radio. Returns 0 or -1.
+int readRadioName(int band, char (&name)[kRadioNameSize], const char* function) {
     for (const Radio& radio : kRadios) {
         if (radio.band != band)
             continue;
         char line[kCommandLineSize];
-        mfgp_formatLine(line, sizeof line,
-                        "echo $(uci get interfaces.radio_%s.name -c /etc/profile.d/ 2>/dev/null) | "
-                        "tr -d \"\\n\"",
-                        radio.name);
-        if (mfgp_readCommand(line, name, kLongestRadioName) != kPipeNotOpened &&
-            mfgp_isPlainText(name, "._-"))
+        // The name appears unquoted in the line that reads the radio.
+        if (mfgp_formatLine(line,
+                            "echo $(uci get interfaces.radio_%s.name -c /etc/profile.d/ "
+                            "2>/dev/null) | tr -d \"\\n\"",
+                            radio.name) == 0 &&
+            mfgp_readCommand(line, name) != kPipeNotOpened && mfgp_isPlainText(name))
             return 0;
-        mfgp_traceAt(site, "get dev name filed\n");
+        MFGP_TRACE_AS(function, "get dev name filed\n");
         return -1;
     }
-    mfgp_traceAt(site, "error operate band\n");
+    MFGP_TRACE_AS(function, "error operate band\n");
     return -1;
 }
 
-// Takes up to nss samples of the radio, at least one if it gives any.
-int readRssi(const char* radio, int nss, Rssi* rssi, CallSite site) {
+// Reads up to nss samples of the radio, but at least one. Returns 0 or -1.
+int readRssi(const char* radio, int nss, Rssi* rssi, const char* function) {
     char line[kCommandLineSize];
-    mfgp_formatLine(line, sizeof line, "wifistats %s 10 | grep rx_per_chain_rssi_in_dbm", radio);
+    if (mfgp_formatLine(line, "wifistats %s 10 | grep rx_per_chain_rssi_in_dbm", radio) != 0)
+        return -1;
     ReadPipe pipe(line);
     if (!pipe.isOpen()) {
-        mfgp_traceAt(site, "get rssi filed\n");
+        MFGP_TRACE_AS(function, "get rssi filed\n");
         return -1;
     }
     char text[128];
-    for (int count = 0; pipe.readLine(text, sizeof text);) {
+    for (int count = 0; pipe.readLine(text);) {
         const char* const chain = strstr(text, "0:");
         if (chain == nullptr)
             continue;
-        const int sample = mfgp_textToInt(chain + 2);  // stops by itself at the comma behind it
-        // A sample that raises the maximum does not lower the minimum too. The minimum starts at 0,
-        // so one sample of -40 has a spread of -40: limits on the line are set for these numbers.
+        const int sample = mfgp_textToInt(chain + 2);  // ends at the comma after it
+        // The protocol defines that a sample which raises the maximum does not also lower the
+        // minimum. The minimum starts at 0, so a single sample of -40 gives a spread of -40.
         if (sample > rssi->max)
             rssi->max = sample;
         else if (sample < rssi->min)
@@ -113,13 +114,12 @@ int readRssi(const char* radio, int nss, Rssi* rssi, CallSite site) {
 
 int mfgp2_cmd_setSmartAntenna(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 128);
-    mfgp_setSubType(ctx->recvBuf, 128);
     char message[513];
-    mfgp_argumentMessage(reply, message, sizeof message - 1);
+    mfgp_argumentMessage(reply, message);
     int band = 0;
     int mode = 0;
-    int* const numbers[] = {&band, &mode};
-    mfgp_scanNumbers(message, "{\"band\":\"#\",\"antmode\":#}", numbers);
+    const char* const rest = mfgp_scanNumber(message, "{\"band\":\"", &band);
+    mfgp_scanNumber(rest, "\",\"antmode\":", &mode);
     return switchChains(band, mode != 0 ? 1 : 0) == 0
                ? mfgp_replyOk(reply, 0)
                : mfgp_replyFail(reply, -10300, "Set Smart Antenna Error");
@@ -128,15 +128,17 @@ int mfgp2_cmd_setSmartAntenna(ServiceContext* ctx) {
 int mfgp_cmd_getMaxDifferPerChain(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 131);
     SpreadRequest request = {kNoBand, 0};
-    char radio[kLongestRadioName + 1];
+    char radio[kRadioNameSize];
     Rssi rssi = {-128, 0};
-    if (readRequest(reply, &request) != 0 || readRadioName(request.band, radio, reply.site) != 0 ||
-        readRssi(radio, request.nss, &rssi, reply.site) != 0)
+    if (readSpreadRequest(reply, &request) != 0 ||
+        readRadioName(request.band, radio, __func__) != 0 ||
+        readRssi(radio, request.nss, &rssi, __func__) != 0)
         return mfgp_replyFail(reply, -10357, "get wifi rssi error");
-    const auto spread =  // of readings that no radio gives it wraps
+    // Unsigned, because the difference of two extreme numbers overflows an int.
+    const auto spread =
         static_cast<int>(static_cast<uint32_t>(rssi.max) - static_cast<uint32_t>(rssi.min));
     MFGP_TRACE("max rssi:%d,min rssi:%d,max_differ_between_per_chain:%d\n", rssi.max, rssi.min,
                spread);
-    const int length = snprintf(mfgp_payloadText(reply), reply.capacity, "%d", spread);
+    const int length = snprintf(mfgp_payloadText(reply), reply.payload.size(), "%d", spread);
     return mfgp_replyOk(reply, static_cast<uint32_t>(length) + 1);
 }

@@ -2,5 +2,5 @@
 
 #include <cstdint>
 
-// The seconds of the current time of day, as the 32-bit number that idle times are counted in.
+// Returns the seconds of the current time of day as an unsigned 32-bit number.
 uint32_t mfgp_clock();

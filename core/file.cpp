@@ -26,7 +26,7 @@ File mfgp_openToRead(const char* path) {
 
 File mfgp_openToWrite(const char* path) {
     constexpr mode_t kMode = 0644;
-    // Not O_WRONLY: at a FIFO of that name the daemon would wait for a reader.
+    // O_RDWR, because opening a FIFO with O_WRONLY would wait for a reader.
     constexpr int kFlags = O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
     return openStream(open(path, kFlags, kMode), "w");
 }

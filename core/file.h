@@ -1,4 +1,5 @@
-// Files of the daemon's own: closed by their owner, closed in every program the daemon starts.
+// Files that the daemon itself opens. Their owner closes them, and the programs that the daemon
+// starts do not inherit them.
 #pragma once
 
 #include <cstddef>
@@ -10,20 +11,20 @@ struct FileCloser {
 };
 using File = std::unique_ptr<FILE, FileCloser>;
 
-// Opens a file for reading; null when it cannot be opened.
+// Opens a file for reading. Returns null when it cannot be opened.
 File mfgp_openToRead(const char* path);
 
-// Creates (mode 0644) or empties a file for writing; a symbolic link in its place is refused. Null
-// when it cannot be opened.
+// Creates (mode 0644) or empties a file for writing. Refuses a symbolic link at that path. Returns
+// null when it cannot be opened.
 File mfgp_openToWrite(const char* path);
 
-// Opens a fresh temporary file for writing: replaces the X of name ("/tmp/xxx-XXXXXX"). Null when
-// it cannot be created.
+// Creates a temporary file for writing and replaces the X of its name ("/tmp/xxx-XXXXXX"). Returns
+// null when it cannot be created.
 File mfgp_openTemporary(char* name);
 
-// Closes the file. Returns 0, or -1 when anything written to it so far could not be written.
+// Closes the file. Returns 0, or -1 when any byte written so far could not be stored.
 int mfgp_closeWritten(File file);
 
-// Writes data[length] as the whole content of a file opened by mfgp_openToWrite, complete and
-// closed when this returns. Returns 0, or -1 when it cannot be opened or written in full.
+// Writes `length` bytes as the whole content of a file. The file is complete and closed on return.
+// Returns 0, or -1 when it cannot be opened or written in full.
 int mfgp_writeFile(const char* path, const void* data, size_t length);

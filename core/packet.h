@@ -1,11 +1,11 @@
-// The packet header: the only place that knows byte positions.
+// The packet header. No other file uses byte positions within it.
 //
 //   0        1      2      3      4..7             8..9        10         11         12..27   28..
 //   version  type   code   info   payload length   packet id   sub-type   reserved   digest payload
 //
-// The first twelve bytes also are the inner header of an encrypted command (type 7), so the same
-// accessors serve both. Numbers are in network byte order; the packet id is the station's own and
-// the unit only copies it.
+// The inner header of an encrypted command (type 7) has the same form as the first twelve bytes, so
+// the same accessors serve both. Numbers are in network byte order. The station chooses the packet
+// id and the unit returns its two bytes unchanged.
 #pragma once
 
 #include <cstddef>
@@ -23,9 +23,10 @@ inline constexpr size_t kDigestSize = 16;
 inline constexpr size_t kShortReplySize = 12;
 
 inline constexpr size_t kMaxDatagram = 45000;
-inline constexpr size_t kBufferSize = kMaxDatagram + 1;  // one more, so that a payload is a text
+inline constexpr size_t kBufferSize = kMaxDatagram + 1;  // with room for a terminator
 inline constexpr uint32_t kPayloadCapacity = kMaxDatagram - kHeaderSize;  // bytes on the wire
-inline constexpr uint32_t kMaxPayload = (kPayloadCapacity - 8) & ~7U;     // longest that encodes
+inline constexpr uint32_t kMaxPayload =
+    (kPayloadCapacity - 8) & ~7U;  // longest that can be encoded
 
 enum PacketType : uint8_t {
     kTypeSetConfig = 1,
@@ -81,15 +82,18 @@ inline void mfgp_setInfo(uint8_t* header, uint8_t info) {
 inline void mfgp_setSubType(uint8_t* header, uint8_t subType) {
     header[10] = subType;
 }
+inline void mfgp_setReserved(uint8_t* header, uint8_t value) {
+    header[11] = value;
+}
 
-// The payload length in bytes, from network byte order.
+// Returns the payload length in bytes, read in network byte order.
 inline uint32_t mfgp_payloadLength(const uint8_t* header) {
     return uint32_t{header[4]} << 24 | uint32_t{header[5]} << 16 | uint32_t{header[6]} << 8 |
            uint32_t{header[7]};
 }
 
-// The same four bytes taken in host order. Log lines use the length this way; on a little-endian
-// unit it is a large number, and log readers on the line know it so.
+// Returns the payload length read in host byte order. The protocol defines it so for log lines, so
+// on a little-endian unit they show a large number.
 inline uint32_t mfgp_payloadLengthHostOrder(const uint8_t* header) {
     uint32_t length = 0;
     memcpy(&length, header + 4, sizeof length);
@@ -104,22 +108,19 @@ inline void mfgp_setPayloadLength(uint8_t* header, uint32_t length) {
     header[7] = static_cast<uint8_t>(length);
 }
 
-// Stores a number with its lowest byte first: the order of the numbers within payloads.
+// Stores a number in little-endian byte order, as numbers within payloads are.
 inline void mfgp_storeLittleEndian(uint8_t* to, uint32_t number) {
     for (int i = 0; i < 4; i++)
         to[i] = static_cast<uint8_t>(number >> (8 * i));
 }
 
-// Two bytes as they are, without a byte order.
+// Returns the two bytes of the packet id, which have no byte order.
 inline const uint8_t* mfgp_packetId(const uint8_t* header) {
     return header + 8;
 }
 inline void mfgp_setPacketId(uint8_t* header, uint16_t id) {
     header[8] = static_cast<uint8_t>(id >> 8);
     header[9] = static_cast<uint8_t>(id);
-}
-inline void mfgp_copyPacketId(uint8_t* to, const uint8_t* from) {
-    memcpy(to + 8, from + 8, 2);
 }
 
 inline uint8_t* mfgp_digest(uint8_t* header) {
@@ -135,11 +136,11 @@ inline const uint8_t* mfgp_payload(const uint8_t* packet) {
     return packet + kHeaderSize;
 }
 
-// What every reply header starts from: the request's type and packet id, code 2, no payload.
+// Writes the first twelve bytes of a reply header: those of the request (version, type, packet id,
+// sub-type and the reserved byte), with code 2, the given info and payload length 0.
 inline void mfgp_startReply(uint8_t* reply, const uint8_t* request, ReplyInfo info) {
-    mfgp_setType(reply, mfgp_type(request));
+    memcpy(reply, request, kInnerHeaderSize);
     mfgp_setCode(reply, kReplyCode);
     mfgp_setInfo(reply, info);
     mfgp_setPayloadLength(reply, 0);
-    mfgp_copyPacketId(reply, request);
 }

@@ -11,10 +11,10 @@ bool mfgp_isProduceMode() {
         report(-1, "uci_alloc_context failed...\n");
         return false;
     }
-    char path[128] = "wanDetect.settings.mode";  // uci_lookup_ptr cuts it up in place
+    char path[128] = "wanDetect.settings.mode";  // uci_lookup_ptr splits it in place
     uci_ptr found = {};
     const int result = uci_lookup_ptr(context.get(), &found, path, true);
-    // An absent section or option is no error to the library, only an incomplete look-up.
+    // For an absent section or option the library returns success and an incomplete look-up.
     const bool isText = result == UCI_OK && (found.flags & uci_ptr::UCI_LOOKUP_COMPLETE) != 0 &&
                         found.o != nullptr && found.o->type == UCI_TYPE_STRING;
     if (!isText) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// True when the UCI option wanDetect.settings.mode begins with "test": the unit is on a production
-// line. Read afresh at every call, since the mode changes while the daemon runs. An absent option,
-// section or file, or a list in its place, is not produce mode and is reported (-1).
+// Returns true when the UCI option wanDetect.settings.mode begins with "test", which means that the
+// unit is on a production line. Reads the option at every call, because the mode can change while
+// the daemon runs. Reports an absent option, section or file, or a list, with -1 and returns false.
 bool mfgp_isProduceMode();

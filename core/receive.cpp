@@ -15,8 +15,8 @@ bool sameStation(const sockaddr_in& a, const sockaddr_in& b) {
            a.sin_addr.s_addr == b.sin_addr.s_addr;
 }
 
-// Binds the first station that speaks and from then on accepts only it. Returns 1 when the packet
-// may be handled.
+// Returns 1 when the packet may be handled: it is from the bound station, or no station is bound
+// and its sender becomes the bound one. Returns 0 otherwise.
 int checkPeer(ServiceContext* ctx, const sockaddr_in& sender) {
     if (ctx->peerBound != 0)
         return sameStation(ctx->peerAddr, sender) ? 1 : 0;
@@ -26,15 +26,16 @@ int checkPeer(ServiceContext* ctx, const sockaddr_in& sender) {
 }
 
 int refusePeer(ServiceContext* ctx, size_t* replyLength) {
-    mfgp_setVersion(ctx->replyBuf, kProtocolVersion);
     mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoOtherPeer);
+    mfgp_setSubType(ctx->replyBuf, 0);  // The only reply that does not return the sub-type.
+    mfgp_setReserved(ctx->replyBuf, 0);
     mfgp_encode(ctx, replyLength);
     return kOtherPeer;
 }
 
 int handleDatagram(ServiceContext* ctx, const sockaddr_in& sender, size_t* replyLength) {
     if (mfgp_version(ctx->recvBuf) != kProtocolVersion) {
-        // Twelve bytes that are zero but for the info: all an old station looks at.
+        // The short reply: twelve bytes, all zero except the info.
         mfgp_setInfo(ctx->replyBuf, kInfoWrongVersion);
         *replyLength = kShortReplySize;
         return 0;
@@ -55,7 +56,7 @@ int mfgp_parserHandler(ServiceContext* ctx) {
     if (received != 0)
         return received;
 
-    mfgp_checkAccount(ctx);  // decides nothing: a station without the account fails the digest
+    mfgp_checkAccount(ctx);  // The digest check then refuses a station that uses another account.
     ctx->flags |= kFlagSendReply;
     size_t replyLength = 0;
     const int result = handleDatagram(ctx, sender, &replyLength);

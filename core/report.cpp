@@ -16,9 +16,9 @@ int report(int code, const char* message) {
     return code;
 }
 
-void mfgp_traceAt(CallSite site, const char* format, ...) {
-    const int error = errno;  // a trace between a failure and its report must not hide the cause
-    printf("[%s():%d] ", site.function, site.line);
+void mfgp_trace(const char* function, int line, const char* format, ...) {
+    const int error = errno;  // A trace between a failure and its report must not hide the cause.
+    printf("[%s():%d] ", function, line);
     va_list arguments;
     va_start(arguments, format);
     vprintf(format, arguments);

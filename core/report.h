@@ -1,25 +1,18 @@
-// What the daemon says: error reports on standard error, trace lines on standard output.
+// Error reports on standard error and trace lines on standard output.
 #pragma once
 
 // Writes "[Error][errCode: CODE][errMsg: MESSAGE]|[errno: HEX]" to standard error, with the errno
-// of the moment of the call; without a message (null) that field is left out. Returns `code`, so
+// of the moment of the call. If message is null, the errMsg field is left out. Returns `code`, so
 // that a caller reports and returns in one statement.
 int report(int code, const char* message);
 
-// The place a trace line is printed for: a shared worker prints under the name of the handler that
-// it serves, so that a log reads the same whichever commands share code.
-struct CallSite {
-    const char* function;
-    int line;
-};
-
-// The caller's own place, when used as a default argument.
-constexpr CallSite mfgp_callSite(const char* function = __builtin_FUNCTION(),
-                                 int line = __builtin_LINE()) {
-    return {function, line};
-}
-
 // Writes "[FUNCTION():LINE] " and the formatted text (printf rules) to standard output.
-[[gnu::format(printf, 2, 3)]] void mfgp_traceAt(CallSite site, const char* format, ...);
+[[gnu::format(printf, 3, 4)]] void mfgp_trace(const char* function, int line, const char* format,
+                                              ...);
 
-#define MFGP_TRACE(...) mfgp_traceAt(CallSite{__func__, __LINE__}, __VA_ARGS__)
+// Traces under the enclosing function's name.
+#define MFGP_TRACE(...) mfgp_trace(__func__, __LINE__, __VA_ARGS__)
+
+// Traces under the given function's name, with the line of this call. A worker that serves several
+// handlers logs under the name of the handler.
+#define MFGP_TRACE_AS(function, ...) mfgp_trace(function, __LINE__, __VA_ARGS__)

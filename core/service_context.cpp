@@ -7,7 +7,7 @@
 
 namespace {
 
-// One slot on purpose: a second context is refused.
+// Exactly one slot, so that a second context is refused.
 struct SessionTable {
     ServiceContext* slot;
     int registrations;
@@ -62,7 +62,7 @@ int mfgp_contextCreate(ServiceContext** out) {
     const int result = mfgp_sessionRegister(ctx);
     if (result == 0)
         *out = ctx;
-    // A context that got no slot is not freed: the process ends on this error.
+    // A context without a slot is not freed, because the process ends on this error.
     return result;  // NOLINT(clang-analyzer-unix.Malloc)
 }
 

@@ -12,8 +12,8 @@
 namespace {
 
 constexpr int kWait = 600;              // seconds without a datagram that end the daemon
-constexpr int kWaitProduceMode = 1800;  // the same on a production line
-constexpr int kIdleLimit = 60;          // seconds after which a silent station is forgotten
+constexpr int kWaitProduceMode = 1800;  // the same in produce mode
+constexpr int kIdleLimit = 60;          // seconds of silence after which the binding lapses
 
 void serve(ServiceContext* ctx) {
     for (;;) {

@@ -1,13 +1,22 @@
 #include "core/transport.h"
 
 #include <arpa/inet.h>
+#include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "core/report.h"
 
 int mfgp_udpSocketCreate(ServiceContext* ctx) {
+    // Close-on-exec, because a test tool left in the background would keep the port.
     ctx->sockFd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (ctx->sockFd >= FD_SETSIZE) {
+        close(ctx->sockFd);
+        ctx->sockFd = -1;
+        errno = EMFILE;
+    }
     return ctx->sockFd >= 0 ? 0 : report(-10101, "mfgp_udpSocketCreate failed");
 }
 
@@ -23,7 +32,7 @@ int mfgp_udpSocketBind(ServiceContext* ctx) {
 }
 
 int mfgp_udpSocketClose(ServiceContext* ctx) {
-    // Start-up comes here also when it got no further than the context, or not even that far.
+    // Also called when start-up failed before the socket, or the context, was created.
     if (ctx == nullptr || close(ctx->sockFd) != 0)
         return report(-10102, "mfgp_udpSocketClose failed");
     ctx->sockFd = -1;

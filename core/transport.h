@@ -1,23 +1,24 @@
-// The UDP socket of the service context. Every function returns 0 or, after reporting it, a code
-// of the -101xx group.
+// The UDP socket of the service context. Each function returns 0, or reports and returns an error
+// code of the -101xx group.
 #pragma once
 
 #include "core/service_context.h"
 
-// Opens the socket into ctx->sockFd, closed in every program the daemon starts: a test tool left
-// in the background must not keep the port after the daemon has ended. -10101 on failure.
+// Opens the socket as ctx->sockFd. Returns -10101 on failure, and also when its number is too large
+// for select() because the daemon inherited too many open files.
 int mfgp_udpSocketCreate(ServiceContext* ctx);
 
-// Binds the socket to port 1040 of every address (-10103 on failure) and allows broadcast (-1 on
-// failure, the one that is not reported).
+// Binds the socket to port 1040 of every address and allows broadcast. Returns -10103 when it
+// cannot be bound. Returns -1 without a report when broadcast cannot be allowed.
 int mfgp_udpSocketBind(ServiceContext* ctx);
 
-// Closes ctx->sockFd. -10102 on failure, also when it was never opened or there is no context.
+// Closes ctx->sockFd. Returns -10102 on failure, and also when the socket was never opened or the
+// context is null.
 int mfgp_udpSocketClose(ServiceContext* ctx);
 
-// Receives one datagram of at most 45,000 bytes into ctx->recvBuf. -10106 on failure, also when
-// the datagram that woke the daemon turned out damaged and nothing is there.
+// Receives one datagram of at most 45,000 bytes into ctx->recvBuf. Returns -10106 on failure,
+// including when select() reported a datagram that the kernel then dropped (bad checksum).
 int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender);
 
-// Sends the first `length` bytes of ctx->replyBuf. -10105 on failure.
+// Sends the first `length` bytes of ctx->replyBuf. Returns -10105 on failure.
 int mfgp_udpSend(ServiceContext* ctx, size_t length, const sockaddr_in& receiver);

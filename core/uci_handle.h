@@ -13,8 +13,9 @@ struct UciContextCloser {
 // Owns a UCI context and every package loaded in it.
 using UciContext = std::unique_ptr<uci_context, UciContextCloser>;
 
-// Writes "PREFIX: TEXT" for the context's last error to standard error. The library's own
-// uci_perror appends to a static buffer at every call and writes past its end from the 128th on.
+// Writes "PREFIX: TEXT" for the context's last error to standard error. Used instead of the
+// library's uci_perror, which appends to a static buffer at every call and writes past its end from
+// the 128th call on.
 inline void mfgp_uciPrintError(uci_context* context, const char* prefix) {
     char* text = nullptr;
     uci_get_errorstr(context, &text, prefix);

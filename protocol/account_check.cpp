@@ -4,15 +4,18 @@
 #include <memory>
 
 extern "C" {
+#include <lauxlib.h>
 #include <lua.h>
 }
 
-#include "core/lua_arena.h"
 #include "protocol/cipher.h"
+#include "protocol/lua_arena.h"
 
-// The bridge to the web controller. Its messages are printed bare and most end in "\r" without a
-// newline; log readers split at either.
+// The Lua bridge to the web controller. The protocol defines its messages without a function name,
+// most of them with "\r" and no newline at the end.
 namespace {
+
+LuaArena luaArena;
 
 constexpr size_t kAccountFieldSize = 16;  // 15 characters and a terminator
 constexpr char kDefaultAccountText[] = "kiosk";
@@ -22,12 +25,12 @@ struct Account {
     char password[kAccountFieldSize];
 };
 
-// Handles one table field: the value is on top of the Lua stack, `place` points to where the
-// descriptor's offset leads. Returns 0, or -1 to give up.
+// Handles one table field, whose value is on top of the Lua stack. `place` is the record's address
+// plus the descriptor's offset. Returns 0, or -1 to end the exchange.
 using FieldCallback = int (*)(lua_State* lua, char* place);
 
-// One field of a table that goes to the controller or comes from it; a list of them ends at a null
-// name. An entry to push that has no callback pushes its argument as a text.
+// One field of a table that is sent to the controller or received from it. A list of fields ends
+// with a null name. A field without a callback pushes its argument as a string.
 struct FieldDescriptor {
     const char* name;
     size_t offset;
@@ -35,14 +38,18 @@ struct FieldDescriptor {
     const char* argument;
 };
 
-// Prints the error on top of the stack, which need not be a text.
+// Prints the error value on top of the stack, which can be of any type. Allocates nothing in Lua,
+// because an allocation can run a finalizer that raises an error outside of a protected call.
 void printRaised(lua_State* lua) {
-    const char* const text = lua_tolstring(lua, -1, nullptr);
-    printf("ERROR: pcall: %s\r\n", text != nullptr ? text : "");
+    if (lua_type(lua, -1) == LUA_TNUMBER)
+        printf("ERROR: pcall: " LUA_NUMBER_FMT "\r\n", lua_tonumber(lua, -1));
+    else
+        printf("ERROR: pcall: %s\r\n",
+               lua_type(lua, -1) == LUA_TSTRING ? lua_tolstring(lua, -1, nullptr) : "");
 }
 
 int copyText(lua_State* lua, char* place) {
-    const char* const text = lua_tolstring(lua, -1, nullptr);  // null for what is not a text
+    const char* const text = lua_tolstring(lua, -1, nullptr);  // null unless string or number
     snprintf(place, kAccountFieldSize, "%s", text != nullptr ? text : "");
     return 0;
 }
@@ -59,7 +66,7 @@ constexpr FieldDescriptor kAnswer[] = {
     {},
 };
 
-// Leaves a new table filled after the descriptor on the stack.
+// Pushes a new table that is filled from the descriptor. Returns 0, or -1 when a callback failed.
 int fxApp_lua_push_table(lua_State* lua, const FieldDescriptor* fields, char* base) {
     lua_createtable(lua, 0, 0);
     for (; fields->name != nullptr; fields++) {
@@ -74,8 +81,8 @@ int fxApp_lua_push_table(lua_State* lua, const FieldDescriptor* fields, char* ba
     return 0;
 }
 
-// Calls the function under the request table on the stack and leaves the answer's data there: a
-// table or nil.
+// Calls the function below the request table on the stack. Leaves the answer's "data", a table or
+// nil, on the stack. Returns 0, or -1 after printing the reason.
 int fxApp_lua_call_luci(lua_State* lua) {
     if (lua_pcall(lua, 1, 1, 0) != 0) {
         printRaised(lua);
@@ -101,7 +108,8 @@ int fxApp_lua_call_luci(lua_State* lua) {
     return 0;
 }
 
-// Reads the fields of the table on top of the stack after the descriptor.
+// Reads the fields of the table on top of the stack into the record at `base`. Returns 0, or -1
+// when a callback failed.
 int fxApp_lua_pop_table(lua_State* lua, const FieldDescriptor* fields, char* base) {
     if (lua_isnil(lua, -1)) {
         printf("ERROR: lua_isnil\r");
@@ -123,10 +131,10 @@ int fxApp_lua_pop_table(lua_State* lua, const FieldDescriptor* fields, char* bas
 struct Query {
     Account account;
     bool answered;
-    const char* failure;  // what is said when the step in hand does not end well
+    const char* failure;  // printed when the current step fails
 };
 
-// Leaves the controller's dispatch function on the stack.
+// Leaves the controller's dispatch function on the stack. Returns 0 or -1.
 int findDispatch(lua_State* lua, Query* query) {
     query->failure = "ERROR: require the administration moudle!\r";
     lua_getfield(lua, LUA_GLOBALSINDEX, "require");
@@ -134,14 +142,18 @@ int findDispatch(lua_State* lua, Query* query) {
     if (lua_pcall(lua, 1, 1, 0) != 0)
         return -1;
     query->failure = "ERROR: this is not function.\r";
-    if (!lua_istable(lua, -1))
-        return -1;
+    if (!lua_istable(lua, -1)) {
+        if (luaL_getmetafield(lua, -1, "__index") == 0)
+            return -1;
+        lua_settop(lua, -2);
+    }
     lua_getfield(lua, -1, "dispatch");
     return lua_isfunction(lua, -1) ? 0 : -1;
 }
 
-// Runs protected as a whole, so that a field access that raises an error, or memory running out,
-// fails the query instead of ending the daemon. Nothing in here needs a destructor.
+// Runs as one protected call, so that a field access that raises an error, or a lack of memory,
+// fails the query instead of ending the daemon. An error skips destructors, so no function of the
+// query owns anything.
 int runQuery(lua_State* lua) {
     auto* const query = static_cast<Query*>(lua_touserdata(lua, 1));
     if (findDispatch(lua, query) != 0)
@@ -167,10 +179,8 @@ const char* textOrDefault(const char* text) {
     return text[0] != '\0' ? text : kDefaultAccountText;
 }
 
-}  // namespace
-
-int mfgp_checkAccount(ServiceContext* ctx) {
-    const std::unique_ptr<lua_State, LuaCloser> lua(mfgp_openLua(&ctx->luaArena));
+int updateKey(ServiceContext* ctx) {
+    const std::unique_ptr<lua_State, LuaCloser> lua(mfgp_openLua(&luaArena));
     if (!lua) {
         printf("ERROR: luaL_newstate failed\r\n");
         return -1;
@@ -185,4 +195,13 @@ int mfgp_checkAccount(ServiceContext* ctx) {
     mfgp_deriveKey(ctx->payloadKey, textOrDefault(query.account.username),
                    textOrDefault(query.account.password));
     return 0;
+}
+
+}  // namespace
+
+int mfgp_checkAccount(ServiceContext* ctx) {
+    const int result = updateKey(ctx);
+    // Most messages end without a newline and would otherwise wait for the next one.
+    fflush(stdout);
+    return result;
 }

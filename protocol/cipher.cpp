@@ -39,9 +39,9 @@ uint32_t mfgp_desEcb(const uint8_t* in, uint32_t length, uint8_t* out, uint32_t 
         length > capacity - kCipherBlock)
         return 0;
     if (length == 0)
-        return 0;  // without the key schedule, which costs more than many a payload
+        return 0;  // saves the key schedule, which costs more than a short payload
     des_ctx des;
-    des_set_key(&des, key);  // answers 0 for a weak key, but the schedule holds all the same
+    des_set_key(&des, key);  // returns 0 for a weak key but sets it
     const auto run = direction == CipherDirection::Encrypt ? des_encrypt : des_decrypt;
     const uint32_t partial = length % kCipherBlock;
     const uint32_t whole = length - partial;

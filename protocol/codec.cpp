@@ -3,8 +3,9 @@
 #include "core/report.h"
 #include "protocol/cipher.h"
 
-// Lengths are computed in 32 bits, as on the unit, so that they wrap there and here alike: a card
-// reader with nothing to say announces 0xFFFFFFFF and the station gets 28 bytes with length 0.
+// Lengths are computed in 32 bits, so that they wrap on every machine as they do on the unit. A
+// card status command without a reading sets length 0xFFFFFFFF, and the station receives 28 bytes
+// with length 0.
 
 int mfgp_decode(ServiceContext* ctx) {
     uint8_t* const request = ctx->recvBuf;
@@ -25,8 +26,8 @@ int mfgp_decode(ServiceContext* ctx) {
 
     const size_t packetLength = kHeaderSize + length;
     memcpy(request, plain, packetLength);
-    // What came behind the announced length was neither deciphered nor digested: nothing may read
-    // it as an argument.
+    // Bytes after the announced length were neither deciphered nor covered by the digest, so no
+    // command may read them as its argument.
     memset(request + packetLength, 0, kBufferSize - packetLength);
     plain[packetLength] = 0;
     return 0;

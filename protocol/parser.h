@@ -2,12 +2,13 @@
 
 #include "core/service_context.h"
 
-// Handles one version-2 request of an accepted station: decodes it, lets its packet type's handler
-// fill replyBuf and encodes the reply. Stores the number of bytes to send. Returns 0, -1 for an
-// unknown type (nothing is encoded, so an empty datagram goes out) or the encoder's error.
+// Handles one version-2 request of the bound station: decodes it, lets the handler of its packet
+// type fill replyBuf, encodes the reply and stores the number of bytes to send. Returns 0 or the
+// encoder's error. For an unknown type, returns -1 and leaves the number at 0, so that an empty
+// datagram is sent.
 int mfgp_parserVerTwoOpt(ServiceContext* ctx, size_t* replyLength);
 
-// Set configuration: prints the request's text and stores nothing. Returns 0.
+// Set configuration: logs the request's text and stores nothing. Returns 0.
 int mfgp_cmd_setCfg(ServiceContext* ctx);
 
 // Get configuration: answers the fixed LAN address. Returns 0.

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "commands/region_table.h"
+#include "protocol/region_table.h"
 #include "station/values.h"
 
 namespace station {

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <iterator>
 
-#include "core/json_handle.h"
+#include "commands/json_handle.h"
 #include "station/commands.h"
 #include "station/diagnostics.h"
 #include "station/outcome.h"

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "core/file.h"
-#include "core/json_handle.h"
+#include "commands/json_handle.h"
 #include "station/outcome.h"
 
 namespace station {

@@ -41,12 +41,22 @@ TEST(AccountCheck, TheControllersAnswerMakesTheKey) {
         unit.write(kModule, moduleThat(body));
         EXPECT_TRUE(understood({user, password})) << body << unit.trace();
     }
+    unit.write(kModule,
+               "local u = newproxy(true) getmetatable(u).__index = {dispatch = function() "
+               "return {success = true, data = {username = 'userdata'}} end} return u");
+    EXPECT_TRUE(understood({"userdata", "kiosk"})) << unit.trace();
 }
 
 TEST(AccountCheck, AFailureKeepsTheLastKeyAndSaysWhy) {
     Unit unit({StateFile{"/account/username", "admin\n"}, {"/account/password", "secret\n"}});
     ASSERT_TRUE(understood({"admin", "secret"}));
     const std::string raises = "setmetatable({}, {__index = function() error('no') end})";
+    // Raises a number while finalizers that raise errors are pending.
+    const std::string number =
+        "local big = string.rep('x', 70000) collectgarbage('stop') "
+        "for i = 1, 3000 do getmetatable(newproxy(true)).__gc = error end "
+        "return setmetatable({}, {__index = function() collectgarbage('restart') "
+        "collectgarbage('setstepmul', 1000000) error(42, 0) end})";
     const std::string noModule = "ERROR: require the administration moudle!\r";
     const std::string noFunction = "ERROR: this is not function.\r";
     const std::string noCall = "ERROR: fxApp_lua_call_luci failed\r";
@@ -55,6 +65,7 @@ TEST(AccountCheck, AFailureKeepsTheLastKeyAndSaysWhy) {
           {"return true", noFunction},
           {"return {dispatch = 1}", noFunction},
           {"return " + raises, ": no\r\n" + noFunction},
+          {number, "ERROR: pcall: 42\r\n" + noFunction},
           {moduleThat("error('at call')"), "at call\r\n" + noCall},
           {moduleThat("return 7"), "ERROR: lua_istable\r" + noCall},
           {moduleThat("return {success = false}"), "ERROR: success != true\r" + noCall},

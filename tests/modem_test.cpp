@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "commands/field_text.h"
+#include "commands/argument_text.h"
 #include "tests/support/commands.h"
 
 namespace fs = std::filesystem;
@@ -157,6 +157,24 @@ TEST_F(Modem, RefusesBeforeAnythingRuns) {
          }) {
         expectRows(command, {{argument, kFails, said, kKind, module}});
         EXPECT_EQ(asked(), "");
+    }
+}
+
+TEST_F(Modem, ExternalAntennaTakesOneCharacterUnchecked) {
+    const auto set = [](const std::string& value) {
+        return Lines{"uci set ext_antenna.ext_antenna.enable=" + value, "uci commit ext_antenna",
+                     "reload_config"};
+    };
+    for (const auto& [argument, answer, calls] : {
+             std::tuple{"1;>/c", Text(""), set("1")},
+             {"%", "", set("%")},
+             {"`", kFails, {}},
+             {"'", kFails, {}},
+         }) {
+        unit.calls();
+        expectRows(kExtAntenna, {{argument, answer}});
+        EXPECT_EQ(unit.calls(), calls) << argument;
+        EXPECT_FALSE(unit.exists("/c"));
     }
 }
 

@@ -240,14 +240,14 @@ TEST_F(Production, ResetProvesThatThePartitionsAreEmpty) {
     Lines run;
     for (const std::string& one : partitions)
         run.push_back("flashkv -e -p " + one);
-    for (const std::string& one : partitions)
-        run.push_back("rm /tmp/checknull-" + one);
     const auto expectReset = [&](const Text& result, const std::string& said) {
         for (const std::string& one : partitions) {
             unit.write("/flash/" + one, padded("", 1));
             unit.write("/tmp/checknull-" + one, "");  // a stale one proves nothing
         }
         expectRows(kReset, {{kArgument, result, said, "", "", run}}, true);
+        for (const std::string& one : partitions)
+            EXPECT_FALSE(unit.exists("/tmp/checknull-" + one));
     };
     expectReset("", "packet length is: " + std::to_string(htonl(30)) + "\n");
     for (const std::string& one : partitions) {

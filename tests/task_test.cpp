@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/select.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -109,6 +110,64 @@ TEST(Task, OutlivesTheReaderOfItsLog) {
     EXPECT_EQ(std::stoull(ignored, nullptr, 16) >> (SIGPIPE - 1) & 1, 0U);
     kill(daemon, SIGTERM);
     pclose(log);
+}
+
+struct Finished {
+    std::string output;  // standard output and error
+    int status;
+};
+
+Finished runLine(const std::string& line) {
+    FILE* const pipe = popen(("exec 2>&1; " + line).c_str(), "r");
+    Finished finished = {};
+    for (int byte = 0; (byte = fgetc(pipe)) != EOF;)
+        finished.output += static_cast<char>(byte);
+    finished.status = WEXITSTATUS(pclose(pipe));
+    return finished;
+}
+
+TEST(Task, TakesNoArgumentsExceptVersion) {
+    const std::string run = MFGP_RUNNER " " MFGPD;
+    const Finished version = runLine(run + " --version");
+    EXPECT_EQ(version.output.substr(0, 6), "mfgpd ");
+    EXPECT_EQ(version.status, 0);
+    for (const char* arguments : {" -h", " --help", " --version x", " ''"}) {
+        const Finished refused = runLine(run + arguments);
+        EXPECT_EQ(refused.output, "mfgpd takes no arguments; see mfgpd(8)\n");
+        EXPECT_EQ(refused.status, 2);
+    }
+}
+
+TEST(Task, WithTooManyInheritedDescriptors_EndsCleanly) {
+    const Finished ended = runLine(
+        "ulimit -n 4096; python3 -c 'import os, sys\n"
+        "for _ in range(1100): os.set_inheritable(os.open(\"/dev/null\", 0), True)\n"
+        "os.execvp(sys.argv[1], sys.argv[1:])' " MFGP_RUNNER " " MFGPD);
+    EXPECT_NE(ended.output.find(errorLine(-10101, "mfgp_udpSocketCreate failed")),
+              std::string::npos)
+        << ended.output;
+    EXPECT_EQ(ended.status, 0);
+}
+
+TEST(Task, WithClosedStandardStreamsAndIgnoredChildren_Serves) {
+    const pid_t daemon = fork();
+    if (daemon == 0) {
+        signal(SIGCHLD, SIG_IGN);
+        for (int fd = 0; fd < 3; fd++)
+            close(fd);
+        execl("/bin/sh", "sh", "-c", "exec " MFGP_RUNNER " " MFGPD, nullptr);
+        _exit(127);
+    }
+    while (readFile("/proc/net/udp").find(":0410 ") == std::string::npos)
+        usleep(1000);
+    const std::string process = "/proc/" + std::to_string(daemon);
+    for (const char* fd : {"/fd/0", "/fd/1", "/fd/2"})
+        EXPECT_EQ(std::filesystem::read_symlink(process + fd), "/dev/null");
+    const std::string status = readFile(process + "/status");
+    const std::string ignored = status.substr(status.find("SigIgn:") + 8);
+    EXPECT_EQ(std::stoull(ignored, nullptr, 16) >> (SIGCHLD - 1) & 1, 0U);
+    kill(daemon, SIGTERM);
+    waitpid(daemon, nullptr, 0);
 }
 
 TEST(Task, EndsAtOnceWhenThePortIsTaken) {

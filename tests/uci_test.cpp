@@ -40,7 +40,7 @@ TEST_F(Uci, WithoutASectionEverySectionMustCarryTheOption) {
         put(content);
         char out[8] = {};
         testing::internal::CaptureStdout();
-        EXPECT_EQ(uci_get_option("pkg", nullptr, "o", out, sizeof out), *value == 0 ? -1 : 0);
+        EXPECT_EQ(uci_get_option("pkg", nullptr, "o", out), *value == 0 ? -1 : 0);
         EXPECT_STREQ(out, value);
         EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with(trace));
     }

@@ -6,7 +6,7 @@ set -e
 
 case "$1" in
 mfgpd)
-	# It takes no arguments and runs until nobody has asked for 10 minutes: see that it listens.
+	# It runs until no datagram has arrived for 10 minutes, so check that it listens.
 	start-stop-daemon -S -b -x /usr/sbin/mfgpd
 	for _ in 1 2 3 4 5 6 7 8 9 10; do
 		sleep 1

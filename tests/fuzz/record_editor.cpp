@@ -1,5 +1,5 @@
 // The record editor. The input is a value and the dump it is set in.
-#include "commands/product_info.h"
+#include "commands/record_editor.h"
 
 #include <cstring>
 

@@ -66,6 +66,9 @@ Outcome run(std::string_view line) {
     const size_t file = line.rfind("/tmp/");
     const bool writes = line.find("flashkv -r") != std::string_view::npos ||
                         line.find("_group ") != std::string_view::npos;
+    const size_t echoed = line.find("  > /tmp/");
+    if (line.starts_with("echo ") && echoed != std::string_view::npos && how != '0')
+        layFile(line.substr(file), std::string(line.substr(5, echoed - 5)) + "\n");
     if (writes && how != '0')
         layFile(line.substr(file, line.find(' ', file) - file), answer);
     return {true, how != '-', &outputs.back()};
@@ -124,14 +127,14 @@ int report(int code, const char* message) {
     return code;
 }
 
-void mfgp_traceAt(CallSite site, const char* format, ...) {
+void mfgp_trace(const char* function, int /*line*/, const char* format, ...) {
     char text[1 << 17];
     va_list arguments;
     va_start(arguments, format);
     vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     lastTrace = text;
-    said += site.function + (' ' + lastTrace);
+    said += function + (' ' + lastTrace);
 }
 
 // --- in place of calls of the C library, by the linker ---
@@ -164,8 +167,10 @@ int statusOf(std::string_view line) {
 
 // The command runner logs the line before it starts a shell: "cmd: LINE \r\n".
 pid_t waitForShell(int* status) {
-    *status = statusOf(std::string_view(lastTrace).substr(5, lastTrace.size() - 8));
-    return *status == -1 ? -1 : 1;
+    const int result = statusOf(std::string_view(lastTrace).substr(5, lastTrace.size() - 8));
+    if (status != nullptr)
+        *status = result;
+    return result == -1 ? -1 : 1;
 }
 
 }  // namespace

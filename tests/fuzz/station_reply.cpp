@@ -1,6 +1,6 @@
 // The station's side: datagrams of a unit, and the values that are made of them. Bit 0 of the first
 // byte gives the datagram the right digest.
-#include "core/json_handle.h"
+#include "commands/json_handle.h"
 #include "station/json_values.h"
 #include "tests/fuzz/fuzz.h"
 

@@ -1,4 +1,4 @@
-// JSON objects with an owner.
+// An owner for JSON objects.
 #pragma once
 
 #include <json-c/json.h>

@@ -1,4 +1,4 @@
-#include "protocol/usb_test.h"
+#include "protocol/usb_list.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@ namespace {
 std::string listOf(const std::string& devices, size_t capacity = 1000) {
     FILE* const file = fmemopen(const_cast<char*>(devices.data()), devices.size(), "r");
     std::string text(capacity, '#');
-    text.resize(mfgp_listUsbStorage(file, text.data(), capacity));
+    text.resize(mfgp_listUsbStorage(file, text));
     fclose(file);
     return text;
 }

@@ -1,4 +1,4 @@
-#include "core/lua_arena.h"
+#include "protocol/lua_arena.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -24,17 +24,17 @@ bool holds(const LuaArena* arena, const void* block) {
            sizeof arena->bytes;
 }
 
-// The next bytes of the array, or a block from malloc. From the first such on Lua collects its
-// garbage as usual.
+// Takes the next bytes of the array, or falls back to malloc. The first fallback turns Lua's
+// garbage collector on.
 void* take(LuaArena* arena, size_t size) {
     if (size <= sizeof arena->bytes - arena->used) {
         void* const block = arena->bytes + arena->used;
         arena->used += roundUp(size);
         return block;
     }
-    if (arena->asleep != nullptr)
-        lua_gc(arena->asleep, LUA_GCRESTART, 0);  // sets a number, touches no memory
-    arena->asleep = nullptr;
+    if (arena->arenaOnly != nullptr)
+        lua_gc(arena->arenaOnly, LUA_GCRESTART, 0);  // Allocates nothing.
+    arena->arenaOnly = nullptr;
     return malloc(size);
 }
 
@@ -60,9 +60,9 @@ void* allocate(void* place, void* block, size_t oldSize, size_t newSize) {
 }
 
 int panic(lua_State* lua) {
-    const char* const text = lua_tolstring(lua, -1, nullptr);
+    const bool isText = lua_type(lua, -1) == LUA_TSTRING;
     fprintf(stderr, "PANIC: unprotected error in call to Lua API (%s)\n",
-            text != nullptr ? text : "");
+            isText ? lua_tolstring(lua, -1, nullptr) : "");
     return 0;
 }
 
@@ -77,27 +77,27 @@ lua_State* mfgp_openLua(LuaArena* arena) {
     if (arena->imageSize != 0) {
         memcpy(arena->bytes, arena->image, arena->imageSize);
         arena->used = arena->imageSize;
-        arena->asleep = arena->atStart;
-        return arena->atStart;
+        arena->arenaOnly = arena->imageState;
+        return arena->imageState;
     }
     lua_State* const lua = mfgp_newLua(arena);
-    if (lua != nullptr && arena->asleep != nullptr) {
+    if (lua != nullptr && arena->arenaOnly != nullptr) {
         memcpy(arena->image, arena->bytes, arena->used);
         arena->imageSize = arena->used;
-        arena->atStart = lua;
+        arena->imageState = lua;
     }
     return lua;
 }
 
 lua_State* mfgp_newLua(LuaArena* arena) {
     arena->used = 0;
-    arena->asleep = nullptr;
+    arena->arenaOnly = nullptr;
     lua_State* const lua = lua_newstate(allocate, arena);
     if (lua == nullptr)
         return nullptr;
     lua_atpanic(lua, panic);
     lua_gc(lua, LUA_GCSTOP, 0);
-    arena->asleep = lua;
+    arena->arenaOnly = lua;
     if (lua_cpcall(lua, openLibraries, nullptr) == 0)
         return lua;
     lua_close(lua);

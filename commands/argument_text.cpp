@@ -1,26 +1,27 @@
-#include "commands/field_text.h"
+#include "commands/argument_text.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 
-int split_by_char(char separator, char* text, char** tokens, int maximum) {
-    int count = 0;
+int split_by_char(char separator, char* text, std::span<char*> tokens) {
+    size_t count = 0;
     char* start = text;
-    for (char* at = text; *at != '\0' && count < maximum; at++) {
+    for (char* at = text; *at != '\0' && count < tokens.size(); at++) {
         if (*at != separator && *at != '\r')
             continue;
         const bool isLast = *at == '\r';
         tokens[count++] = start;
         *at = '\0';
         if (isLast)
-            return count;
+            return static_cast<int>(count);
         start = at + 1;
     }
-    if (count < maximum && *start != '\0')
+    if (count < tokens.size() && *start != '\0')
         tokens[count++] = start;
-    return count;
+    return static_cast<int>(count);
 }
 
 char* int_to_text(int32_t value, char* buffer, int radix) {
@@ -51,23 +52,19 @@ char* int_to_text(int32_t value, char* buffer, int radix) {
 
 int mfgp_textToInt(const char* text) {
     constexpr int kDecimal = 10;
-    // On the unit a long has 32 bits and strtol itself stops at the ends of an int.
+    // On the unit, a long has 32 bits and strtol already limits the value to an int.
     return static_cast<int>(std::clamp<long>(strtol(text, nullptr, kDecimal), INT_MIN, INT_MAX));
 }
 
-void mfgp_scanNumbers(const char* text, const char* pattern, int* const* numbers) {
+const char* mfgp_scanNumber(const char* text, const char* label, int* number) {
     constexpr int kDecimal = 10;
-    for (; *pattern != '\0'; pattern++) {
-        if (*pattern != '#') {
-            if (*text++ != *pattern)
-                return;
-            continue;
-        }
-        char* end = nullptr;
-        strtol(text, &end, kDecimal);
-        if (end == text)
-            return;
-        **numbers++ = mfgp_textToInt(text);
-        text = end;
-    }
+    if (text == nullptr || strncmp(text, label, strlen(label)) != 0)
+        return nullptr;
+    text += strlen(label);
+    char* end = nullptr;
+    strtol(text, &end, kDecimal);
+    if (end == text)
+        return nullptr;
+    *number = mfgp_textToInt(text);
+    return end;
 }
