@@ -1,4 +1,4 @@
-#include "commands/calibration.h"
+#include "commands/handlers.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "commands/card_status.h"
+#include "commands/handlers.h"
 
 #include "commands/reply.h"
 #include "commands/unit_profile.h"

@@ -3,19 +3,7 @@
 #include <algorithm>
 #include <span>
 
-#include "commands/calibration.h"
-#include "commands/card_status.h"
-#include "commands/fan.h"
-#include "commands/group_info.h"
-#include "commands/identity_read.h"
-#include "commands/identity_write.h"
-#include "commands/imei.h"
-#include "commands/modem_antenna.h"
-#include "commands/modem_tools.h"
-#include "commands/radio_hooks.h"
-#include "commands/reset_check.h"
-#include "commands/status_read.h"
-#include "commands/wifi_chain.h"
+#include "commands/handlers.h"
 #include "core/produce_mode.h"
 #include "core/report.h"
 

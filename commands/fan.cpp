@@ -1,4 +1,4 @@
-#include "commands/fan.h"
+#include "commands/handlers.h"
 
 #include <cstdio>
 

@@ -1,4 +1,4 @@
-#include "commands/group_info.h"
+#include "commands/handlers.h"
 
 #include <unistd.h>
 
@@ -193,7 +193,7 @@ int leadingNumber(const char* text) {
 uint32_t generate(const Reply& reply, int count) {
     constexpr char kFile[] = "/tmp/mfgp_generate_group";
     char line[128];
-    if (mfgp_formatLine(line, "rm %s; %s %d %s", kFile, "/bin/generate_group", count, kFile) != 0)
+    if (mfgp_formatLine(line, "rm %s; /bin/generate_group %d %s", kFile, count, kFile) != 0)
         return 0;
     mfgp_system(line);
     const File file = mfgp_openToRead(kFile);

@@ -1,4 +1,4 @@
-#include "commands/identity_read.h"
+#include "commands/handlers.h"
 
 #include <cstdio>
 

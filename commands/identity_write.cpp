@@ -1,4 +1,4 @@
-#include "commands/identity_write.h"
+#include "commands/handlers.h"
 
 #include <cstdio>
 

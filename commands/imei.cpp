@@ -1,4 +1,4 @@
-#include "commands/imei.h"
+#include "commands/handlers.h"
 
 #include "commands/factory_fields.h"
 #include "commands/reply.h"

@@ -1,4 +1,4 @@
-#include "commands/modem_antenna.h"
+#include "commands/handlers.h"
 
 #include <unistd.h>
 

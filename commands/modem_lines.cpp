@@ -111,9 +111,6 @@ constexpr Module kModules[] = {
         .fieldCount = 4,
         .wrongFieldCount = "fail to get RX Antenna test parameter for EG18-EA \n",
         .levelLine = eg18LevelLine,
-        .configurationLine = nullptr,
-        .skipsLevel = nullptr,
-        .dropsLevel = nullptr,
     },
     {
         .name = "RG520N-EU",
@@ -122,8 +119,6 @@ constexpr Module kModules[] = {
         .fieldCount = 6,
         .wrongFieldCount = "fail to get RX Antenna test parameter for RG520N-EU \n",
         .levelLine = rg520LevelLine,
-        .configurationLine = nullptr,
-        .skipsLevel = nullptr,
         .dropsLevel = isFieldFourZero,
     },
     {
@@ -134,9 +129,6 @@ constexpr Module kModules[] = {
         // The protocol defines the small k.
         .wrongFieldCount = "fail to get RX Antenna test parameter for EG060k-EA \n",
         .levelLine = eg060LevelLine,
-        .configurationLine = nullptr,
-        .skipsLevel = nullptr,
-        .dropsLevel = nullptr,
     },
     {
         .name = "FG621",
@@ -147,7 +139,6 @@ constexpr Module kModules[] = {
         .levelLine = fg621LevelLine,
         .configurationLine = fg621ConfigurationLine,
         .skipsLevel = isFieldFourZero,
-        .dropsLevel = nullptr,
     },
 };
 

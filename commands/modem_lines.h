@@ -32,9 +32,9 @@ struct Module {
     const char* wrongFieldCount;                   // logged
     LevelLine levelLine;
     // A line that must answer "OK" before the level is read. Null: none.
-    int (*configurationLine)(const TestFields& fields, ModemLine& line);
-    bool (*skipsLevel)(const TestFields& fields);  // the level is not read; null: never
-    bool (*dropsLevel)(const TestFields& fields);  // the level is read but not kept; null: never
+    int (*configurationLine)(const TestFields& fields, ModemLine& line) = nullptr;
+    bool (*skipsLevel)(const TestFields& fields) = nullptr;  // the level is not read; null: never
+    bool (*dropsLevel)(const TestFields& fields) = nullptr;  // it is read but not kept; null: never
 };
 
 // Returns the row of a module, or null for an unknown name.

@@ -1,4 +1,4 @@
-#include "commands/radio_hooks.h"
+#include "commands/handlers.h"
 
 #include "commands/reply.h"
 #include "core/shell.h"

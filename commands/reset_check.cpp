@@ -1,4 +1,4 @@
-#include "commands/reset_check.h"
+#include "commands/handlers.h"
 
 #include <unistd.h>
 

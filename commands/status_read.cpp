@@ -1,4 +1,4 @@
-#include "commands/status_read.h"
+#include "commands/handlers.h"
 
 #include <strings.h>
 #include <unistd.h>

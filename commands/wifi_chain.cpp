@@ -1,4 +1,4 @@
-#include "commands/wifi_chain.h"
+#include "commands/handlers.h"
 
 #include <cstdio>
 #include <iterator>

@@ -2,7 +2,7 @@
 // mode, bit 1 that files exist, bit 2 that permissions are used up, bits 3 and 4 the packet type;
 // sub-type; argument; configuration, which is the list of USB devices as well; answers of the
 // tools.
-#include "commands/modem_antenna.h"
+#include "commands/handlers.h"
 #include "protocol/cipher.h"
 #include "tests/fuzz/scripted_unit.h"
 
