@@ -8,11 +8,7 @@
 #include "core/report.h"
 #include "core/shell.h"
 
-namespace {
-
-constexpr size_t kFieldSize = 512;
-
-}  // namespace
+static constexpr size_t kFieldSize = 512;
 
 void mfgp_dropFirmCache() {
     mfgp_system("rm /tmp/fwinfo-* > /dev/null 2>&1");

@@ -13,7 +13,8 @@ int mfgp_readFirmField(const char* key, std::span<char> text);
 
 // Reads at most max_length bytes (below 512) of one factory field, logs it and copies it without
 // terminator into `out`, which has at least max_length zeroed bytes. An empty field leaves `out`
-// unchanged. Returns 0 when the tool could be started, whether or not it printed anything, else -1.
+// unchanged. Returns 0, whether or not the tool printed anything, or -1 when it could not be
+// started or max_length is too large.
 int get_firm_info(const char* key, size_t max_length, std::span<char> out);
 
 // Writes the text and a newline to a file for a flash tool, with the shell line "echo TEXT  >

@@ -19,7 +19,7 @@ namespace {
 constexpr size_t kGroupTextSize = 1025;  // bytes, with the terminator
 constexpr size_t kVerdictBytes = 100;
 constexpr size_t kLongestGenerated = 1023;
-constexpr size_t kKeyLength = 308;
+constexpr size_t kGroupKeyLength = 308;
 constexpr size_t kShortKeyLength = 304;
 constexpr size_t kGidLength = 36;
 constexpr size_t kPackLength = 2;  // digits of a pack number that are read back
@@ -37,7 +37,7 @@ int __check_group_input(const char* text, size_t length) {
         return -1;
     }
     fwrite(text, 1, length, input.get());
-    // Also removed here, because without a shell an earlier verdict would count again.
+    // Without /bin/sh the rm of the line does not run, and an old verdict would be read.
     unlink(kOutput);
     if (mfgp_closeWritten(std::move(input)) != 0 ||
         mfgp_execCmd("rm %s > /dev/null 2>&1; /bin/check_group %s %s", kOutput, kInput, kOutput) !=
@@ -82,7 +82,7 @@ const char* readGroup(const json_object* object, Group* group) {
     if (group->key == nullptr)
         return "Set GroupInfo error, not find key object \n";
     const size_t keyLength = strlen(group->key);
-    if (keyLength != kKeyLength && keyLength != kShortKeyLength)
+    if (keyLength != kGroupKeyLength && keyLength != kShortKeyLength)
         return "Set GroupInfo error, key not valid \n";
     json_object* const pack = json_object_object_get(object, "pack");
     if (json_object_get_type(pack) != json_type_int)
@@ -154,7 +154,7 @@ bool isNumber(const char* text) {
 
 // Returns the stored group as a JSON object, or null after logging why it cannot be read.
 Json loadGroup(const Reply& reply) {
-    char key[kKeyLength + 1] = {};
+    char key[kGroupKeyLength + 1] = {};
     char gid[kGidLength + 1] = {};
     char pack[kPackLength + 1] = {};
     if (readGroupField(reply, {"PRECONF_KEY", "key", "key"}, key) != 0 ||
@@ -222,14 +222,12 @@ int mfgp2_cmd_getGroupInfo(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 78);
     mfgp_dropFirmCache();
     const Json object = loadGroup(reply);
-    if (!object)
-        return mfgp_replyFail(reply, -10337, "get Groupinfo failed");
-    const char* const text = json_object_to_json_string(object.get());
-    if (text == nullptr) {
+    const char* const text = object ? json_object_to_json_string(object.get()) : nullptr;
+    if (text != nullptr)
+        return mfgp_replyText(reply, text);
+    if (object)
         MFGP_TRACE("object to json error\n");
-        return mfgp_replyFail(reply, -10337, "get Groupinfo failed");
-    }
-    return mfgp_replyText(reply, text);
+    return mfgp_replyFail(reply, -10337, "get Groupinfo failed");
 }
 
 int mfgp2_cmd_generateGroupInfo(ServiceContext* ctx) {

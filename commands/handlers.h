@@ -14,7 +14,7 @@ int mfgp_cmd_getFwID(ServiceContext* ctx);         // 56: 64 bytes; -10321
 int mfgp_cmd_getHwID(ServiceContext* ctx);         // 57: 64 bytes; -10322
 int mfgp_cmd_getHwDesc(ServiceContext* ctx);       // 58: 128 bytes: model, hardware version; -10323
 int mfgp_cmd_getOemID(ServiceContext* ctx);        // 59: 64 bytes; -10324
-int mfgp_cmd_getSpecialID(ServiceContext* ctx);    // 64: 64 bytes: the region's letters; -10326
+int mfgp_cmd_getSpecialID(ServiceContext* ctx);    // 64: 64 bytes: two letters or bytes; -10326
 int mfgp_cmd_getCountryCode(ServiceContext* ctx);  // 66: 64 bytes; "UN" if empty; -10328
 
 // identity_write.cpp. A successful write clears its permission in the flags word, so each field can

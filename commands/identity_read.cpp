@@ -12,7 +12,7 @@ constexpr size_t kIdentitySize = 65;  // bytes of the longest field, with the te
 
 struct IdentityField {
     uint8_t subType;
-    bool dropCache;  // the field may have been written in this run
+    bool dropCache;  // remove the cached answers of the tool first
     const char* key;
     size_t readBytes;
     uint32_t replyLength;

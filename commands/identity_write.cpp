@@ -20,7 +20,7 @@ constexpr size_t kMacTextSize = 18;
 struct ProductInfoWrite {
     uint8_t subType;
     Flag permission;
-    const char* field;  // part of the working file's name
+    const char* fileStem;  // of the working file
     const char* key;
     const char* logName;
     bool logsStep;  // log the step that failed
@@ -29,12 +29,12 @@ struct ProductInfoWrite {
 };
 
 // clang-format off
-//                                         no.  permission         field    key              log name        step   code    message
-constexpr ProductInfoWrite kOemId         {60, kFlagSetOemId,     "oemid", "oem_id:",       "OEM ID",       false, -10325, "set OEM ID failed"};
-constexpr ProductInfoWrite kSpecialId     {65, kFlagSetSpecialId, "sid",   "special_id:",   "special ID",   true,  -10327, "set Special ID failed"};
-constexpr ProductInfoWrite kCountryCode   {67, kFlagSetCountry,   "cc",    "country:",      "Country Code", false, -10329, "set Country Code failed"};
+//                                            no. permission         stem     key              log name        step   code    message
+constexpr ProductInfoWrite kWriteOemId       {60, kFlagSetOemId,     "oemid", "oem_id:",       "OEM ID",       false, -10325, "set OEM ID failed"};
+constexpr ProductInfoWrite kWriteSpecialId   {65, kFlagSetSpecialId, "sid",   "special_id:",   "special ID",   true,  -10327, "set Special ID failed"};
+constexpr ProductInfoWrite kWriteCountryCode {67, kFlagSetCountry,   "cc",    "country:",      "Country Code", false, -10329, "set Country Code failed"};
 // The protocol defines the special ID's code for this field too.
-constexpr ProductInfoWrite kModelName     {82, kFlagSetModelName, "model", "product_name:", "model name",   false, -10327, "set model name failed"};
+constexpr ProductInfoWrite kWriteModelName   {82, kFlagSetModelName, "model", "product_name:", "model name",   false, -10327, "set model name failed"};
 // clang-format on
 
 bool isPermitted(const Reply& reply, Flag permission) {
@@ -69,7 +69,7 @@ const char* stepLog(EditStep failed) {
 int writeProductInfo(const Reply& reply, const ProductInfoWrite& row, const char* value) {
     MFGP_TRACE_AS(reply.function, "%s is:%s\r\n", row.logName, value);
     const Record record = {row.key, value, nullptr};
-    const EditStep reached = mfgp_editProductInfo(row.field, {&record, 1}).reached;
+    const EditStep reached = mfgp_editProductInfo(row.fileStem, {&record, 1}).reached;
     if (reached == EditStep::Done)
         return succeedOnce(reply, row.permission);
     if (row.logsStep)
@@ -112,28 +112,28 @@ void setDefaultSsid(const uint8_t* mac) {
 }  // namespace
 
 int mfgp_cmd_setOemID(ServiceContext* ctx) {
-    return setText(ctx, kOemId);
+    return setText(ctx, kWriteOemId);
 }
 
 int mfgp_cmd_setCountryCode(ServiceContext* ctx) {
-    return setText(ctx, kCountryCode);
+    return setText(ctx, kWriteCountryCode);
 }
 
 int mfgp_cmd_setModelName(ServiceContext* ctx) {
-    return setText(ctx, kModelName);
+    return setText(ctx, kWriteModelName);
 }
 
 int mfgp_cmd_setSpecialID(ServiceContext* ctx) {
-    const Reply reply = mfgp_replyBegin(ctx, kSpecialId.subType);
+    const Reply reply = mfgp_replyBegin(ctx, kWriteSpecialId.subType);
     MFGP_TRACE("debug1");
-    if (!isPermitted(reply, kSpecialId.permission))
-        return mfgp_replyFail(reply, kSpecialId.code, kSpecialId.message);
+    if (!isPermitted(reply, kWriteSpecialId.permission))
+        return mfgp_replyFail(reply, kWriteSpecialId.code, kWriteSpecialId.message);
     const char* const specialId = mfgp_specialIdOfRegion(mfgp_argumentText(reply));
     if (specialId == nullptr) {
         report(-1, "debug2");
-        return mfgp_replyFail(reply, kSpecialId.code, kSpecialId.message);
+        return mfgp_replyFail(reply, kWriteSpecialId.code, kWriteSpecialId.message);
     }
-    return writeProductInfo(reply, kSpecialId, specialId);
+    return writeProductInfo(reply, kWriteSpecialId, specialId);
 }
 
 int mfgp_cmd_setDevID(ServiceContext* ctx) {

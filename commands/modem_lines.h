@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
 
 inline constexpr size_t kModemLineSize = 512;  // bytes, with the terminator
 inline constexpr size_t kMaxTestFields = 10;

@@ -67,9 +67,9 @@ int mfgp_editRecord(const char* path, const char* key, const char* value) {
     return -1;
 }
 
-EditResult mfgp_editProductInfo(const char* field, std::span<const Record> records) {
+EditResult mfgp_editProductInfo(const char* fileStem, std::span<const Record> records) {
     char file[64];
-    if (mfgp_formatLine(file, "/tmp/%s-tmp", field) != 0)
+    if (mfgp_formatLine(file, "/tmp/%s-tmp", fileStem) != 0)
         return {EditStep::Dump, nullptr};
     unlink(file);
     if (mfgp_execCmd("flashkv -r %s -p product-info", file) != 0)

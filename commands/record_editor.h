@@ -24,8 +24,8 @@ struct EditResult {
     const Record* record;  // the record that could not be set when Edit failed, else null
 };
 
-// Dumps product-info to /tmp/FIELD-tmp, sets the records in order, writes the partition back and
+// Dumps product-info to /tmp/STEM-tmp, sets the records in order, writes the partition back and
 // removes the working file. Stops at the first step that fails. A working file left by an earlier
 // failure is removed before the dump, so a dump that leaves no file fails the edit and nothing is
 // written back.
-EditResult mfgp_editProductInfo(const char* field, std::span<const Record> records);
+EditResult mfgp_editProductInfo(const char* fileStem, std::span<const Record> records);

@@ -19,7 +19,7 @@
 #include "core/report.h"
 #include "core/service_context.h"
 
-// A reply under construction. `argument` and `payload` are followed by at least one zero byte.
+// A reply under construction.
 struct Reply {
     ServiceContext* ctx;
     uint8_t* argument;  // the request's payload, followed by zeros

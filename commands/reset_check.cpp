@@ -95,13 +95,6 @@ int readDutFlags(uint32_t* flags, const char* function) {
     return 0;
 }
 
-int readDutModel(char (&model)[kModelWordSize], const char* function) {
-    if (mfgp_readModelWord(model) == 0)
-        return 0;
-    MFGP_TRACE_AS(function, "get hostname failed.\n");
-    return -1;
-}
-
 // Fills the record. Returns 0, or -1 without a record or when a field cannot be read. The fields
 // that were read before it are then filled and the rest is zero.
 int get_dut_config(DutConfig* pCfg) {
@@ -115,7 +108,7 @@ int get_dut_config(DutConfig* pCfg) {
                         readDutRegion(pCfg->specialID, __func__) == 0 &&
                         readDutField("COUNTRY", pCfg->country, "country", __func__) == 0 &&
                         readDutFlags(&pCfg->enableFlags, __func__) == 0 &&
-                        readDutModel(pCfg->hostname, __func__) == 0;
+                        get_hostname(pCfg->hostname, __func__) == 0;
     return filled ? 0 : -1;
 }
 

@@ -30,20 +30,15 @@ int askFamily(const char* line, const char* name, const char* function = __built
 
 }  // namespace
 
-int mfgp_readModelWord(char (&model)[kModelWordSize]) {
+int get_hostname(char (&model)[kModelWordSize], const char* function) {
     char answer[256];
     memset(model, 0, sizeof model);
-    if (mfgp_readCommand("fwinfo MODEL", answer) == kPipeNotOpened)
+    if (mfgp_readCommand("fwinfo MODEL", answer) == kPipeNotOpened) {
+        MFGP_TRACE_AS(function, "get hostname failed.\n");
         return -1;
+    }
     sscanf(answer, "%31s", model);
     return 0;
-}
-
-int get_hostname(char (&model)[kModelWordSize]) {
-    if (mfgp_readModelWord(model) == 0)
-        return 0;
-    MFGP_TRACE("get hostname failed.\n");
-    return -1;
 }
 
 int is_support_quectel_module() {

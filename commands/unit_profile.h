@@ -8,11 +8,9 @@ inline constexpr size_t kModelWordSize = 32;   // bytes, with the terminator
 inline constexpr size_t kModuleNameSize = 32;  // bytes, with the terminator
 
 // Reads the first word of the unit's model, at most 31 characters. Clears `model` first. Returns 0,
-// also for an empty word, or -1 when the tool could not be started.
-int mfgp_readModelWord(char (&model)[kModelWordSize]);
-
-// Reads the model word in the same way and logs a failure.
-int get_hostname(char (&model)[kModelWordSize]);
+// also for an empty word. If the tool could not be started, logs it under `function` and returns
+// -1.
+int get_hostname(char (&model)[kModelWordSize], const char* function = "get_hostname");
 
 // Returns 0 when the module is driven through the atcon console, else -1. Also -1 when the
 // configuration could not be read.

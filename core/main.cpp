@@ -12,7 +12,7 @@ namespace {
 
 void ignoreClosedLog(int) {}
 
-// Gives the process what the daemon relies on, whatever started it.
+// Sets up the standard streams and signals that the daemon needs.
 void prepareProcess() {
     // With a closed standard stream, the next file would get its number and receive log text.
     int fd = 0;
@@ -26,11 +26,11 @@ void prepareProcess() {
     // A handler instead of SIG_IGN: the daemon survives when the reader of its log exits, while
     // the tools, which do not inherit the handler, still end when nobody reads their output.
     signal(SIGPIPE, ignoreClosedLog);
-    // Log lines appear when they are printed, also in a pipe or a file.
+    // A complete log line appears at once, even in a pipe or a file.
     setvbuf(stdout, nullptr, _IOLBF, 0);
 }
 
-// Answers a call with arguments. Returns the exit code.
+// Handles command-line arguments. Returns the exit code.
 int explain(int argc, char** argv) {
     if (argc == 2 && strcmp(argv[1], "--version") == 0) {
         puts("mfgpd " MFGPD_VERSION);

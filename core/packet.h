@@ -92,8 +92,8 @@ inline uint32_t mfgp_payloadLength(const uint8_t* header) {
            uint32_t{header[7]};
 }
 
-// Returns the payload length read in host byte order. The protocol defines it so for log lines, so
-// on a little-endian unit they show a large number.
+// Returns the payload length read in host byte order, as the protocol defines for two log lines. On
+// a little-endian unit the value is much too large.
 inline uint32_t mfgp_payloadLengthHostOrder(const uint8_t* header) {
     uint32_t length = 0;
     memcpy(&length, header + 4, sizeof length);
@@ -108,13 +108,13 @@ inline void mfgp_setPayloadLength(uint8_t* header, uint32_t length) {
     header[7] = static_cast<uint8_t>(length);
 }
 
-// Stores a number in little-endian byte order, as numbers within payloads are.
+// Stores a number in little-endian byte order, as in the answers that hold a number.
 inline void mfgp_storeLittleEndian(uint8_t* to, uint32_t number) {
     for (int i = 0; i < 4; i++)
         to[i] = static_cast<uint8_t>(number >> (8 * i));
 }
 
-// Returns the two bytes of the packet id, which have no byte order.
+// Returns the two bytes of the packet id, which are copied unchanged.
 inline const uint8_t* mfgp_packetId(const uint8_t* header) {
     return header + 8;
 }

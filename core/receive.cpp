@@ -27,7 +27,8 @@ int checkPeer(ServiceContext* ctx, const sockaddr_in& sender) {
 
 int refusePeer(ServiceContext* ctx, size_t* replyLength) {
     mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoOtherPeer);
-    mfgp_setSubType(ctx->replyBuf, 0);  // The only reply that does not return the sub-type.
+    // The reply to another station contains neither the sub-type nor the reserved byte.
+    mfgp_setSubType(ctx->replyBuf, 0);
     mfgp_setReserved(ctx->replyBuf, 0);
     mfgp_encode(ctx, replyLength);
     return kOtherPeer;

@@ -15,18 +15,6 @@ struct SessionTable {
 
 SessionTable* sessionTable = nullptr;
 
-}  // namespace
-
-int mfgp_sessionTableCreate() {
-    sessionTable = static_cast<SessionTable*>(calloc(1, sizeof(SessionTable)));
-    return sessionTable != nullptr ? 0 : report(-10201, "no memery");
-}
-
-void mfgp_sessionTableFree() {
-    free(sessionTable);
-    sessionTable = nullptr;
-}
-
 int mfgp_sessionRegister(ServiceContext* ctx) {
     if (ctx == nullptr)
         return report(-10204, "add: argument invalid");
@@ -50,6 +38,18 @@ int mfgp_sessionRemove(ServiceContext* ctx) {
         return report(-10205, "session not found");
     sessionTable->slot = nullptr;
     return 0;
+}
+
+}  // namespace
+
+int mfgp_sessionTableCreate() {
+    sessionTable = static_cast<SessionTable*>(calloc(1, sizeof(SessionTable)));
+    return sessionTable != nullptr ? 0 : report(-10201, "no memery");
+}
+
+void mfgp_sessionTableFree() {
+    free(sessionTable);
+    sessionTable = nullptr;
 }
 
 int mfgp_contextCreate(ServiceContext** out) {

@@ -62,13 +62,6 @@ int mfgp_sessionTableCreate();
 // Frees the session table. A context registered in it is not freed.
 void mfgp_sessionTableFree();
 
-// Stores the context in the free slot and writes its session name from the registration counter.
-// Returns 0, -10204 (no context or no table) or -10206 (slot taken).
-int mfgp_sessionRegister(ServiceContext* ctx);
-
-// Empties the slot that holds the context. Returns 0 or -10205.
-int mfgp_sessionRemove(ServiceContext* ctx);
-
 // Allocates a zeroed context, registers it and stores it in *out. Returns 0, -10202 (null argument
 // or out of memory) or the error of the registration. On an error *out is unchanged.
 int mfgp_contextCreate(ServiceContext** out);

@@ -1,5 +1,5 @@
-// Starts processes. No other file forks, opens a pipe or formats a command line. Every command is
-// waited for.
+// Formats and runs shell lines. Only this file starts processes, and it waits for each shell. A
+// program that a line starts in the background keeps running.
 #pragma once
 
 #include <cstddef>
@@ -26,7 +26,7 @@ bool mfgp_isPlainText(const char* text);
 // Runs one line through system(). Returns 1 when it exited normally with status 0, else 0.
 int mfgp_system(const char* line);
 
-// Owns the reading end of a shell line's output. The destructor closes it and waits for the line.
+// Owns the reading end of a shell line's output. The destructor closes it and waits for the shell.
 class ReadPipe {
   public:
     explicit ReadPipe(const char* line);

@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr int kWait = 600;              // seconds without a datagram that end the daemon
-constexpr int kWaitProduceMode = 1800;  // the same in produce mode
+constexpr int kWait = 600;              // seconds without a datagram after which the daemon ends
+constexpr int kWaitProduceMode = 1800;  // seconds, in produce mode
 constexpr int kIdleLimit = 60;          // seconds of silence after which the binding lapses
 
 void serve(ServiceContext* ctx) {

@@ -1,5 +1,5 @@
-// The UDP socket of the service context. Each function returns 0, or reports and returns an error
-// code of the -101xx group.
+// The UDP socket of the service context. Each function returns 0. Unless stated otherwise, it
+// reports a failure and returns an error code of the -101xx group.
 #pragma once
 
 #include "core/service_context.h"

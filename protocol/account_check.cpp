@@ -60,7 +60,7 @@ constexpr FieldDescriptor kRequest[] = {
     {},
 };
 
-constexpr FieldDescriptor kAnswer[] = {
+constexpr FieldDescriptor kAccountFields[] = {
     {"username", offsetof(Account, username), copyText, nullptr},
     {"password", offsetof(Account, password), copyText, nullptr},
     {},
@@ -165,7 +165,7 @@ int runQuery(lua_State* lua) {
     if (fxApp_lua_call_luci(lua) != 0)
         return 0;
     query->failure = "ERROR: fxApp_lua_pop_table failed\r";
-    if (fxApp_lua_pop_table(lua, kAnswer, reinterpret_cast<char*>(&query->account)) != 0)
+    if (fxApp_lua_pop_table(lua, kAccountFields, reinterpret_cast<char*>(&query->account)) != 0)
         return 0;
     query->answered = true;
     return 0;

@@ -36,10 +36,8 @@ bool mfgp_md5Matches(const uint8_t* expected, const void* data, size_t length) {
 uint32_t mfgp_desEcb(const uint8_t* in, uint32_t length, uint8_t* out, uint32_t capacity,
                      const uint8_t* key, CipherDirection direction) {
     if (in == nullptr || out == nullptr || key == nullptr || capacity < kCipherBlock ||
-        length > capacity - kCipherBlock)
+        length > capacity - kCipherBlock || length == 0)
         return 0;
-    if (length == 0)
-        return 0;  // saves the key schedule, which costs more than a short payload
     des_ctx des;
     des_set_key(&des, key);  // returns 0 for a weak key but sets it
     const auto run = direction == CipherDirection::Encrypt ? des_encrypt : des_decrypt;

@@ -18,7 +18,7 @@ bool mfgp_md5Matches(const uint8_t* expected, const void* data, size_t length);
 // Runs single DES (FIPS 46-3) in ECB mode over `length` bytes with the 8 key bytes as given. Parity
 // bits are ignored and weak keys, such as the all-zero key, are accepted. A partial last block is
 // filled with zero bytes. Returns the number of bytes written to out, a multiple of 8. Returns 0
-// when a pointer is null or the input is longer than capacity - 8. In and out may be the same
+// for a null pointer, no input, or an input longer than capacity - 8. In and out may be the same
 // buffer.
 uint32_t mfgp_desEcb(const uint8_t* in, uint32_t length, uint8_t* out, uint32_t capacity,
                      const uint8_t* key, CipherDirection direction);

@@ -11,6 +11,6 @@ int mfgp_decode(ServiceContext* ctx);
 
 // Pads the payload in replyBuf with zero bytes to a multiple of 8, writes the digest, ciphers the
 // payload and stores the number of bytes to send. Overwrites recvBuf, which is its working space.
-// Returns 0, or -10307 when the padded length, computed in 32 bits, is above 44,960. The number is
-// then unchanged.
+// Returns 0, or -10307 when the padded length, computed in 32 bits, is above 44,960. On a
+// failure the number is unchanged.
 int mfgp_encode(ServiceContext* ctx, size_t* replyLength);

@@ -12,6 +12,25 @@ const char* requestText(const ServiceContext* ctx) {
     return reinterpret_cast<const char*>(mfgp_payload(ctx->recvBuf));
 }
 
+// Logs the request's text and stores nothing. Returns 0.
+int mfgp_cmd_setCfg(ServiceContext* ctx) {
+    MFGP_TRACE("setCfg: %s\n", requestText(ctx));
+    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoSuccess);
+    return 0;
+}
+
+// Answers the fixed LAN address. Returns 0.
+int mfgp_cmd_getCfg(ServiceContext* ctx) {
+    // Fixed, whatever the real LAN address is.
+    static constexpr char kAnswer[] = "lan_ip 192.168.1.123";
+    constexpr size_t kLength = sizeof kAnswer - 1;
+    MFGP_TRACE("getCfg: %s\n", requestText(ctx));
+    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoSuccess);
+    memcpy(mfgp_payload(ctx->replyBuf), kAnswer, kLength);
+    mfgp_setPayloadLength(ctx->replyBuf, kLength);
+    return 0;
+}
+
 // Replies only while the unit is ready for a test.
 void systemInit(ServiceContext* ctx) {
     if ((ctx->flags & kFlagSystemReady) != 0)
@@ -74,23 +93,6 @@ int handle(ServiceContext* ctx, const char* function) {
 }
 
 }  // namespace
-
-int mfgp_cmd_setCfg(ServiceContext* ctx) {
-    MFGP_TRACE("setCfg: %s\n", requestText(ctx));
-    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoSuccess);
-    return 0;
-}
-
-int mfgp_cmd_getCfg(ServiceContext* ctx) {
-    // Fixed, whatever the real LAN address is.
-    static constexpr char kAnswer[] = "lan_ip 192.168.1.123";
-    constexpr size_t kLength = sizeof kAnswer - 1;
-    MFGP_TRACE("getCfg: %s\n", requestText(ctx));
-    mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoSuccess);
-    memcpy(mfgp_payload(ctx->replyBuf), kAnswer, kLength);
-    mfgp_setPayloadLength(ctx->replyBuf, kLength);
-    return 0;
-}
 
 int mfgp_parserVerTwoOpt(ServiceContext* ctx, size_t* replyLength) {
     if (mfgp_decode(ctx) != 0)

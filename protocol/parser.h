@@ -7,9 +7,3 @@
 // encoder's error. For an unknown type, returns -1 and leaves the number at 0, so that an empty
 // datagram is sent.
 int mfgp_parserVerTwoOpt(ServiceContext* ctx, size_t* replyLength);
-
-// Set configuration: logs the request's text and stores nothing. Returns 0.
-int mfgp_cmd_setCfg(ServiceContext* ctx);
-
-// Get configuration: answers the fixed LAN address. Returns 0.
-int mfgp_cmd_getCfg(ServiceContext* ctx);

@@ -2,6 +2,9 @@
 
 #include <cstring>
 
+namespace {
+
+// Returns the value of a hexadecimal digit in either case, and 0 for any other character.
 int mfgp_hexDigit(char digit) {
     if (digit >= '0' && digit <= '9')
         return digit - '0';
@@ -11,6 +14,8 @@ int mfgp_hexDigit(char digit) {
         return digit - 'A' + 10;
     return 0;
 }
+
+}  // namespace
 
 RegionLetters mfgp_regionOfSpecialId(const char* specialId) {
     for (const Region& row : kRegions) {

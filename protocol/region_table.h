@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 
 using RegionLetters = std::array<char, 2>;  // not terminated
 
@@ -18,9 +17,6 @@ inline constexpr Region kRegions[20] = {
     {"52550000", "RU"}, {"54570000", "TW"}, {"53570000", "SW"}, {"42340000", "B4"},
     {"5A470000", "ZG"}, {"45470000", "EG"}, {"53470000", "SG"}, {"4E5A0000", "NZ"},
 };
-
-// Returns the value of a hexadecimal digit in either case, and 0 for any other character.
-int mfgp_hexDigit(char digit);
 
 // Returns the region of a special ID: the first row of the table whose code occurs anywhere in the
 // text. Without such a row, returns the first four characters read as two hexadecimal bytes, which

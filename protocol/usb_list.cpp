@@ -74,7 +74,7 @@ size_t mfgp_listUsbStorage(FILE* devices, std::span<char> text) {
 
 int mfgp_usbTest(ServiceContext* ctx) {
     mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoSuccess);
-    // Only as long as can be encoded, so that a long list is answered with the entries that fit.
+    // Limited to the longest payload that can be encoded.
     const std::span text(reinterpret_cast<char*>(mfgp_payload(ctx->replyBuf)), kMaxPayload + 1);
     memset(text.data(), 0, text.size());
     const File devices = mfgp_openToRead("/proc/bus/usb/devices");
