@@ -31,7 +31,7 @@ int __check_group_input(const char* text, size_t length) {
     constexpr char kOutput[] = "/tmp/mfgp_group.output";
     if (length < 1)
         return -1;
-    File input = mfgp_openToWrite(kInput);
+    File input = mfgp_createFile(kInput);
     if (!input) {
         MFGP_TRACE("open file %s error\n", kInput);
         return -1;

@@ -80,7 +80,7 @@ int writeProductInfo(const Reply& reply, const ProductInfoWrite& row, const char
 int setText(ServiceContext* ctx, const ProductInfoWrite& row,
             const char* function = __builtin_FUNCTION()) {
     const Reply reply = mfgp_replyBegin(ctx, row.subType, function);
-    if (!isPermitted(reply, row.permission))
+    if (!isPermitted(reply, row.permission) || !mfgp_hasArgument(reply))
         return mfgp_replyFail(reply, row.code, row.message);
     char value[kValueSize];
     copyArgument(reply, value);
@@ -140,7 +140,7 @@ int mfgp_cmd_setDevID(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 54);
     char id[kValueSize];
     copyArgument(reply, id);
-    if (isPermitted(reply, kFlagSetDeviceId)) {
+    if (isPermitted(reply, kFlagSetDeviceId) && mfgp_hasArgument(reply)) {
         MFGP_TRACE("device ID is:%s\r\n", id);
         char text[sizeof "dev_id:" + sizeof id];
         const int length = snprintf(text, sizeof text, "dev_id:%s", id);
@@ -157,13 +157,15 @@ int mfgp2_cmd_setPin(ServiceContext* ctx) {
         mfgp_setInfo(reply.header, kInfoFailed);
         return -10304;  // The protocol defines no report for a second PIN.
     }
+    // The protocol defines the product ID's message for a failed PIN.
+    if (!mfgp_hasArgument(reply))
+        return mfgp_replyFail(reply, -1, "get product id failed");
     const char* const pin = mfgp_argumentText(reply);
     MFGP_TRACE("new pin is %c%c%c%c%c%c%c%c\n", pin[0], pin[1], pin[2], pin[3], pin[4], pin[5],
                pin[6], pin[7]);
     char line[kPinLength + 1];
     memcpy(line, pin, kPinLength);
     line[kPinLength] = '\n';
-    // The protocol defines the product ID's message for a failed PIN.
     if (mfgp_writeFile("/tmp/pin-tmp", line, sizeof line) != 0 ||
         mfgp_execCmd("flashkv -w /tmp/pin-tmp -p pin") != 0)
         return mfgp_replyFail(reply, -1, "get product id failed");
@@ -172,7 +174,7 @@ int mfgp2_cmd_setPin(ServiceContext* ctx) {
 
 int mfgp2_cmd_setMac(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 75);
-    if (!isPermitted(reply, kFlagSetMac))
+    if (!isPermitted(reply, kFlagSetMac) || !mfgp_hasArgument(reply))
         return mfgp_replyFail(reply, -10303, "set mac failed");
     const uint8_t* const mac = reply.argument;
     char text[kMacTextSize];

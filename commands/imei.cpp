@@ -37,7 +37,7 @@ int writeModemImei(const Reply& reply, const char* imei) {
 }
 
 int writeImei(const Reply& reply) {
-    if ((reply.ctx->flags & kFlagSetImei) == 0)
+    if ((reply.ctx->flags & kFlagSetImei) == 0 || !mfgp_hasArgument(reply))
         return -1;
     char imei[kImeiSize] = {};
     memcpy(imei, reply.argument, kImeiLength);

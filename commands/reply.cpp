@@ -29,6 +29,10 @@ char* mfgp_argumentText(const Reply& reply) {
     return reinterpret_cast<char*>(reply.argument);
 }
 
+bool mfgp_hasArgument(const Reply& reply) {
+    return mfgp_payloadLength(reply.ctx->recvBuf) != 0;
+}
+
 void mfgp_argumentMessage(const Reply& reply, std::span<char> text) {
     memcpy(text.data(), reply.argument, text.size() - 1);
     text.back() = '\0';

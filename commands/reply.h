@@ -40,6 +40,10 @@ Reply mfgp_replyBeginInner(ServiceContext* ctx, const char* function = __builtin
 // Returns the argument as a terminated text in the receive buffer.
 char* mfgp_argumentText(const Reply& reply);
 
+// Returns true when the request has a payload. A write must not obey a request without one, because
+// nothing authenticates it: its digest does not depend on the key.
+bool mfgp_hasArgument(const Reply& reply);
+
 // Copies the start of the argument, one byte less than `text` holds, terminates it and logs it.
 void mfgp_argumentMessage(const Reply& reply, std::span<char> text);
 

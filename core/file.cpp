@@ -1,6 +1,7 @@
 #include "core/file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -21,14 +22,18 @@ File openStream(int fd, const char* mode) {
 }  // namespace
 
 File mfgp_openToRead(const char* path) {
-    return openStream(open(path, O_RDONLY | O_CLOEXEC), "r");
+    // O_NONBLOCK, because opening a FIFO would wait for a writer.
+    File file = openStream(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC), "r");
+    struct stat status = {};
+    if (file && (fstat(fileno(file.get()), &status) != 0 || S_ISFIFO(status.st_mode)))
+        return nullptr;
+    return file;
 }
 
-File mfgp_openToWrite(const char* path) {
-    constexpr mode_t kMode = 0644;
-    // O_RDWR, because opening a FIFO with O_WRONLY would wait for a reader.
-    constexpr int kFlags = O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
-    return openStream(open(path, kFlags, kMode), "w");
+File mfgp_createFile(const char* path) {
+    constexpr mode_t kMode = 0600;
+    unlink(path);
+    return openStream(open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode), "w");
 }
 
 File mfgp_openTemporary(char* name) {
@@ -42,7 +47,7 @@ int mfgp_closeWritten(File file) {
 }
 
 int mfgp_writeFile(const char* path, const void* data, size_t length) {
-    File file = mfgp_openToWrite(path);
+    File file = mfgp_createFile(path);
     if (!file)
         return -1;
     fwrite(data, 1, length, file.get());

@@ -11,12 +11,12 @@ struct FileCloser {
 };
 using File = std::unique_ptr<FILE, FileCloser>;
 
-// Opens a file for reading. Returns null when it cannot be opened.
+// Opens a file for reading. Returns null when it cannot be opened or is a FIFO.
 File mfgp_openToRead(const char* path);
 
-// Creates (mode 0644) or empties a file for writing. Refuses a symbolic link at that path. Returns
-// null when it cannot be opened.
-File mfgp_openToWrite(const char* path);
+// Creates a new file (mode 0600) for writing and removes what was at that path before, such as a
+// FIFO or a link that another user put there. Returns null when it cannot be created.
+File mfgp_createFile(const char* path);
 
 // Creates a temporary file for writing and replaces the X of its name ("/tmp/xxx-XXXXXX"). Returns
 // null when it cannot be created.

@@ -25,7 +25,22 @@ int checkPeer(ServiceContext* ctx, const sockaddr_in& sender) {
     return 1;
 }
 
+// Answers to strangers are left out when many already wait, so that forged datagrams never delay
+// the bound station.
+void limitAnswers(ServiceContext* ctx) {
+    if (mfgp_udpIsCongested(ctx))
+        ctx->flags &= ~kFlagSendReply;
+}
+
+// A datagram that equals the short reply is another unit's answer. Answering it would start an
+// endless exchange between the two units.
+bool isShortReply(const uint8_t* datagram, size_t length) {
+    static constexpr uint8_t kShortReply[kShortReplySize] = {0, 0, 0, kInfoWrongVersion};
+    return length == kShortReplySize && memcmp(datagram, kShortReply, kShortReplySize) == 0;
+}
+
 int refusePeer(ServiceContext* ctx, size_t* replyLength) {
+    limitAnswers(ctx);
     mfgp_startReply(ctx->replyBuf, ctx->recvBuf, kInfoOtherPeer);
     // The reply to another station contains neither the sub-type nor the reserved byte.
     mfgp_setSubType(ctx->replyBuf, 0);
@@ -37,6 +52,7 @@ int refusePeer(ServiceContext* ctx, size_t* replyLength) {
 int handleDatagram(ServiceContext* ctx, const sockaddr_in& sender, size_t* replyLength) {
     if (mfgp_version(ctx->recvBuf) != kProtocolVersion) {
         // The short reply: twelve bytes, all zero except the info.
+        limitAnswers(ctx);
         mfgp_setInfo(ctx->replyBuf, kInfoWrongVersion);
         *replyLength = kShortReplySize;
         return 0;
@@ -53,8 +69,9 @@ int mfgp_parserHandler(ServiceContext* ctx) {
     memset(ctx->recvBuf, 0, sizeof ctx->recvBuf);
     memset(ctx->replyBuf, 0, sizeof ctx->replyBuf);
     sockaddr_in sender = {};
-    const int received = mfgp_udpReceive(ctx, &sender);
-    if (received != 0)
+    size_t length = 0;
+    const int received = mfgp_udpReceive(ctx, &sender, &length);
+    if (received != 0 || isShortReply(ctx->recvBuf, length))
         return received;
 
     mfgp_checkAccount(ctx);  // The digest check then refuses a station that uses another account.

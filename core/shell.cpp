@@ -1,6 +1,7 @@
 #include "core/shell.h"
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,6 +31,15 @@ namespace {
     execve("/bin/sh", arguments, environment);
     // _exit, because exit would write the parent's buffered log lines a second time.
     _exit(127);
+}
+
+// Waits for the child. Returns 0 when it has ended, or -1 when it cannot be waited for.
+int awaitShell(pid_t child) {
+    pid_t waited = 0;
+    do
+        waited = waitpid(child, nullptr, 0);
+    while (waited < 0 && errno == EINTR);
+    return waited < 0 ? -1 : 0;
 }
 
 }  // namespace
@@ -66,11 +76,7 @@ int mfgp_execCmd(const char* format, ...) {
         return -1;
     if (child == 0)
         becomeShell(line);
-    pid_t waited = 0;
-    do
-        waited = waitpid(child, nullptr, 0);
-    while (waited < 0 && errno == EINTR);
-    return waited < 0 ? -1 : 0;
+    return awaitShell(child);
 }
 
 int mfgp_system(const char* line) {
@@ -78,15 +84,34 @@ int mfgp_system(const char* line) {
     return status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 1 : 0;
 }
 
-ReadPipe::ReadPipe(const char* line) : stream_(popen(line, "r")) {
-    // A background program of a later command must not inherit this pipe.
-    if (stream_ != nullptr)
-        fcntl(fileno(stream_), F_SETFD, FD_CLOEXEC);
+ReadPipe::ReadPipe(const char* line) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return;
+    char name[] = "sh";
+    char noFileNames[] = "-f";
+    char option[] = "-c";
+    char* const arguments[] = {name, noFileNames, option, const_cast<char*>(line), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    const int error = posix_spawn(&child_, "/bin/sh", &actions, nullptr, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+    stream_ = error == 0 ? fdopen(ends[0], "r") : nullptr;
+    if (stream_ == nullptr)
+        close(ends[0]);
+    if (error != 0) {
+        child_ = -1;
+        errno = error;
+    }
 }
 
 ReadPipe::~ReadPipe() {
     if (stream_ != nullptr)
-        pclose(stream_);
+        fclose(stream_);
+    if (child_ != -1)
+        awaitShell(child_);
 }
 
 size_t ReadPipe::read(std::span<char> out) {

@@ -2,6 +2,8 @@
 // program that a line starts in the background keeps running.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdio>
 #include <span>
@@ -26,7 +28,9 @@ bool mfgp_isPlainText(const char* text);
 // Runs one line through system(). Returns 1 when it exited normally with status 0, else 0.
 int mfgp_system(const char* line);
 
-// Owns the reading end of a shell line's output. The destructor closes it and waits for the shell.
+// Owns the reading end of a shell line's output. The shell does not expand file names (sh -f), so
+// that text which a tool printed is never replaced by names of files. The destructor closes it and
+// waits for the shell.
 class ReadPipe {
   public:
     explicit ReadPipe(const char* line);
@@ -45,7 +49,8 @@ class ReadPipe {
     bool readLine(std::span<char> line);
 
   private:
-    FILE* stream_;
+    FILE* stream_ = nullptr;
+    pid_t child_ = -1;
 };
 
 inline constexpr int kPipeNotOpened = -1;

@@ -1,6 +1,8 @@
 #include "core/transport.h"
 
 #include <arpa/inet.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -39,15 +41,24 @@ int mfgp_udpSocketClose(ServiceContext* ctx) {
     return 0;
 }
 
-int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender) {
+int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender, size_t* length) {
     socklen_t senderSize = sizeof *sender;
     const ssize_t received = recvfrom(ctx->sockFd, ctx->recvBuf, kMaxDatagram, MSG_DONTWAIT,
                                       reinterpret_cast<sockaddr*>(sender), &senderSize);
-    return received >= 0 ? 0 : report(-10106, "receive error");
+    if (received < 0)
+        return report(-10106, "receive error");
+    *length = static_cast<size_t>(received);
+    return 0;
+}
+
+bool mfgp_udpIsCongested(const ServiceContext* ctx) {
+    constexpr int kMaxQueued = 64 * 1024;
+    int queued = 0;  // bytes
+    return ioctl(ctx->sockFd, SIOCOUTQ, &queued) == 0 && queued > kMaxQueued;
 }
 
 int mfgp_udpSend(ServiceContext* ctx, size_t length, const sockaddr_in& receiver) {
-    const ssize_t sent = sendto(ctx->sockFd, ctx->replyBuf, length, 0,
+    const ssize_t sent = sendto(ctx->sockFd, ctx->replyBuf, length, MSG_DONTWAIT,
                                 reinterpret_cast<const sockaddr*>(&receiver), sizeof receiver);
     return sent == static_cast<ssize_t>(length) ? 0
                                                 : report(-10105, "mfgp_parserHandler sendto error");

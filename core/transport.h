@@ -16,9 +16,15 @@ int mfgp_udpSocketBind(ServiceContext* ctx);
 // context is null.
 int mfgp_udpSocketClose(ServiceContext* ctx);
 
-// Receives one datagram of at most 45,000 bytes into ctx->recvBuf. Returns -10106 on failure,
+// Receives one datagram of at most 45,000 bytes into ctx->recvBuf and stores its length in bytes.
+// Returns -10106 on failure,
 // including when select() reported a datagram that the kernel then dropped (bad checksum).
-int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender);
+int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender, size_t* length);
 
-// Sends the first `length` bytes of ctx->replyBuf. Returns -10105 on failure.
+// Returns true when more than 64 KiB wait to be sent, because answers to absent hosts wait for
+// their address resolution.
+bool mfgp_udpIsCongested(const ServiceContext* ctx);
+
+// Sends the first `length` bytes of ctx->replyBuf without waiting. Returns -10105 on failure, and
+// also when the send would have to wait.
 int mfgp_udpSend(ServiceContext* ctx, size_t length, const sockaddr_in& receiver);

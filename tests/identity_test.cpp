@@ -35,6 +35,7 @@ TEST_F(IdentityReads, AnswerAFieldInItsLength) {
         expectRows(command, {{argument, fixed("value"), said, file, "value\n"}}, encrypted);
         EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), !cleansUp);
         expectRows(command, {{"", fixed("a b"), "", file, "a\nb"}}, encrypted);
+        expectRows(command, {{"", fixed("/*/* ?"), "", file, "/*/* ?"}}, encrypted);
     }
 }
 

@@ -1,4 +1,8 @@
 // The writes and the hooks: what each runs and stores.
+#include <sys/stat.h>
+
+#include <functional>
+
 #include "tests/support/commands.h"
 
 namespace {
@@ -72,20 +76,44 @@ TEST_F(IdentityWrites, TheMacNamesTheNetworkAfterACheckedModelWord) {
     }
 }
 
-TEST_F(IdentityWrites, RefuseAnUnknownRegionAndFollowNoLink) {
+TEST_F(IdentityWrites, OfAnUnknownRegionAreRefused) {
+    expectRows(kSetSpecialId, {{"XX", kFails}, {"", kFails}});
+}
+
+TEST_F(IdentityWrites, WithAFilePlantedInTmp_FlashOnlyTheValue) {
     const std::string radio = unit.read("/flash/radio");
-    for (const auto& [command, argument, file] : {
-             std::tuple{kSetSpecialId, "XX", "sid-tmp"},
-             {kSetSpecialId, "", "sid-tmp"},
-             {kSetDeviceId, "ID", "device-tmp"},
-             {kSetPin, "1", "pin-tmp"},
-             {kSetGroup, "{}", "mfgp_group.input"},
-         }) {
-        std::filesystem::create_symlink("/flash/radio", unit.path(std::string("/tmp/") + file));
-        expectRows(command, {{argument, kFails}});
-        unit.remove(std::string("/tmp/") + file);
+    const std::function<void(const std::filesystem::path&)> ways[] = {
+        [](const auto& path) { std::filesystem::create_symlink("/flash/radio", path); },
+        [&](const auto& path) { std::filesystem::create_hard_link(unit.path("/flash/radio"), path); },
+        [](const auto& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); },
+    };
+    for (const auto& plant : ways) {
+        unit.stop();
+        unit.start();
+        for (const char* file : {"device-tmp", "pin-tmp", "mac-tmp", "oemid-tmp", "imei-tmp",
+                                 "mfgp_group.input", "mfgp_group.output"})
+            plant(unit.path(std::string("/tmp/") + file));
+        EXPECT_EQ(ask(kSetDeviceId, "ID"), "");
+        EXPECT_EQ(ask(kSetPin, "12345678"), "");
+        EXPECT_EQ(ask(kSetMac, kMac), "");
+        EXPECT_EQ(ask(kSetOemId, "OEM"), "");
+        EXPECT_EQ(ask(90, "123456789012345"), "");
+        EXPECT_EQ(ask(kSetGroup, kGroup), "");
+        EXPECT_EQ(unit.read("/flash/device-id"), "dev_id:ID");
+        EXPECT_EQ(unit.read("/flash/pin"), "12345678\n");
+        EXPECT_EQ(unit.read("/flash/default-mac"), "02-1A-2B-13-7B-0F\n");
+        EXPECT_EQ(unit.read("/flash/default-imei"), "123456789012345\n");
+        EXPECT_EQ(unit.read("/flash/radio"), radio);
     }
-    EXPECT_EQ(unit.read("/flash/radio"), radio);
+}
+
+TEST_F(IdentityWrites, WithoutAPayload_AreRefusedAndStayPermitted) {
+    unit.calls();
+    for (const int subType : {54, 60, 67, 75, 76, 82, 90, 94})
+        EXPECT_EQ(ask(static_cast<uint8_t>(subType), ""), kFails) << subType;
+    EXPECT_EQ(unit.calls(), Lines{});
+    for (const int subType : {54, 60, 67, 75, 76, 82, 90})
+        EXPECT_EQ(ask(static_cast<uint8_t>(subType), padded("", 8)), "") << subType;
 }
 
 TEST_F(IdentityWrites, OfARadioAreEraseOnceAndTestModeAgainAndAgain) {

@@ -196,7 +196,7 @@ TEST_F(Modem, ImeiIsWrittenOnceToFlashAndModem) {
     for (const auto& [module, argument, imei, console] : {
              // clang-format off
              std::tuple{"RG520N-EU", digits + "678", digits, "atcon -c 'AT+EGMR=1,7,\"" + digits + "\"' then atcon -c AT+QPRTPARA=1"},
-             {"EM05", "", "", "atcon -c 'AT+EGMR=1,7,\"\"' then atcon -c AT+QPRTPARA=1"},
+             {"EM05", padded("", 8), "", "atcon -c 'AT+EGMR=1,7,\"\"' then atcon -c AT+QPRTPARA=1"},
              {"FG621", odd, odd, "cellcli -c 'AT+GTCSNUM=1,7,\"" + odd + "\"' then cellcli -c AT+GTBACKUPDUT"},
              // clang-format on
          }) {

@@ -79,4 +79,11 @@ TEST_F(ReceivePath, BytesThatDidNotComeReadAsZero) {
     EXPECT_EQ(handle(station, whole.substr(0, 28)).value_or("none").at(3), 0);
 }
 
+TEST_F(ReceivePath, ADatagramThatIsTheShortReply_IsNotAnswered) {
+    const std::string shortReply("\0\0\0\7\0\0\0\0\0\0\0\0", 12);
+    EXPECT_FALSE(handle(station, shortReply));
+    EXPECT_EQ(handle(station, shortReply + '\0'), shortReply);
+    EXPECT_EQ(handle(station, shortReply.substr(0, 11)), shortReply);
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tests/fuzz/scripted_unit.h"
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <list>
+#include <utility>
 
 #include "core/report.h"
 #include "protocol/cipher.h"
@@ -139,6 +141,8 @@ void mfgp_trace(const char* function, int /*line*/, const char* format, ...) {
 
 // --- in place of calls of the C library, by the linker ---
 
+extern "C" FILE* __real_fdopen(int fd, const char* mode);
+
 #define IN_UNIT(result, name, parameters, arguments, inUnit) \
     result __real_##name parameters;                         \
     result __wrap_##name parameters {                        \
@@ -154,9 +158,21 @@ int makeTemporary(char* name, int (*make)(char*)) {
     return fd;
 }
 
-FILE* openPipe(const char* line) {
-    const auto [started, succeeded, output] = run(line);
-    return started ? fmemopen(output->data(), output->size(), "r") : nullptr;
+// A read pipe starts its line and then opens the stream of its output.
+std::string* pipedOutput;
+
+int startPiped(char* const* arguments) {
+    const auto [started, succeeded, output] = run(arguments[3]);
+    pipedOutput = output;
+    return started ? 0 : EAGAIN;
+}
+
+FILE* openStream(int fd, const char* mode) {
+    if (pipedOutput == nullptr)
+        return __real_fdopen(fd, mode);
+    close(fd);
+    std::string* const output = std::exchange(pipedOutput, nullptr);
+    return fmemopen(output->data(), output->size(), mode);
 }
 
 int statusOf(std::string_view line) {
@@ -166,11 +182,13 @@ int statusOf(std::string_view line) {
 }
 
 // The command runner logs the line before it starts a shell: "cmd: LINE \r\n".
-pid_t waitForShell(int* status) {
-    const int result = statusOf(std::string_view(lastTrace).substr(5, lastTrace.size() - 8));
-    if (status != nullptr)
-        *status = result;
-    return result == -1 ? -1 : 1;
+constexpr pid_t kRunner = 1, kPiped = 2;
+
+pid_t waitForShell(pid_t child) {
+    if (child == kPiped)
+        return child;
+    const std::string_view line = std::string_view(lastTrace).substr(5, lastTrace.size() - 8);
+    return statusOf(line) == -1 ? -1 : child;
 }
 
 }  // namespace
@@ -188,10 +206,14 @@ IN_UNIT(int, rename, (const char* from, const char* to), (from, to),
 IN_UNIT(int, mkstemp, (char* name), (name), makeTemporary(name, __real_mkstemp))
 IN_UNIT(int, access, (const char* path, int mode), (path, mode), allFilesExist ? 0 : -1)
 IN_UNIT(unsigned, sleep, (unsigned seconds), (seconds), 0)
-IN_UNIT(FILE*, popen, (const char* line, const char* mode), (line, mode), openPipe(line))
-IN_UNIT(int, pclose, (FILE * stream), (stream), fclose(stream))
+IN_UNIT(int, posix_spawn,
+        (pid_t * child, const char* path, const posix_spawn_file_actions_t* actions,
+         const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment),
+        (child, path, actions, attributes, arguments, environment),
+        (*child = kPiped, startPiped(arguments)))
+IN_UNIT(FILE*, fdopen, (int fd, const char* mode), (fd, mode), openStream(fd, mode))
 IN_UNIT(int, system, (const char* line), (line), statusOf(line))
-IN_UNIT(pid_t, fork, (), (), 1)
+IN_UNIT(pid_t, fork, (), (), kRunner)
 IN_UNIT(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options),
-        waitForShell(status))
+        waitForShell(child))
 }
