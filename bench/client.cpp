@@ -50,7 +50,7 @@ size_t exchange(int fd, const station::Bytes& request, station::Bytes* reply) {
 int sendHostile(int fd, size_t count, const station::Key& key) {
     station::Bytes reply(65536);
     size_t answered = 0;
-    const timeval patience = {0, 5000};
+    const timeval patience = {0, 50000};
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     for (size_t i = 0; i < count; i++) {
         station::Bytes payload(static_cast<size_t>(rand() % (i % 50 == 0 ? 40000 : 300)));
