@@ -2,6 +2,9 @@
 // to the answer in nanoseconds.
 //
 //   bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES
+//   bench-client PORT COUNT hostile
+//     sends datagrams of random types, sub-types and payloads, all with a correct digest, and
+//     prints how many were answered within 5 ms
 #include <arpa/inet.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -10,6 +13,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "station/message.h"
 
@@ -42,11 +46,34 @@ size_t exchange(int fd, const station::Bytes& request, station::Bytes* reply) {
     return length < 0 ? 0 : static_cast<size_t>(length);
 }
 
+// The numbers are the same in each run. rand is good enough for them.
+int sendHostile(int fd, size_t count, const station::Key& key) {
+    station::Bytes reply(65536);
+    size_t answered = 0;
+    const timeval patience = {0, 50000};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    for (size_t i = 0; i < count; i++) {
+        station::Bytes payload(static_cast<size_t>(rand() % (i % 50 == 0 ? 40000 : 300)));
+        for (uint8_t& byte : payload)
+            byte = static_cast<uint8_t>(rand());
+        const auto type = static_cast<uint8_t>(rand() % (i % 2 == 0 ? 10 : 256));
+        const auto subType = static_cast<uint8_t>(rand());
+        const auto request =
+            station::buildRequest({type, subType, payload}, static_cast<uint16_t>(i), key);
+        answered += exchange(fd, request, &reply) != 0;
+    }
+    printf("%zu\n", answered);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 4 && strcmp(argv[3], "hostile") == 0)
+        return sendHostile(connectedSocket(static_cast<uint16_t>(atoi(argv[1]))),
+                           strtoul(argv[2], nullptr, 10), station::keyOf("", ""));
     if (argc != 6) {
-        fprintf(stderr, "usage: bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES\n");
+        fprintf(stderr, "usage: bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES|hostile\n");
         return 2;
     }
     const int fd = connectedSocket(static_cast<uint16_t>(atoi(argv[1])));
@@ -57,7 +84,7 @@ int main(int argc, char** argv) {
          station::Bytes(strtoul(argv[5], nullptr, 10), 'b')},
         1, key);
     station::Bytes reply(65536);
-    std::vector<long> times;
+    std::vector<int64_t> times;
     for (size_t i = 0; i < count; i++) {
         const auto start = std::chrono::steady_clock::now();
         const size_t length = exchange(fd, request, &reply);
@@ -72,6 +99,6 @@ int main(int argc, char** argv) {
     }
     const auto middle = times.begin() + static_cast<ptrdiff_t>(count / 2);
     std::nth_element(times.begin(), middle, times.end());
-    printf("%ld\n", *middle);
+    printf("%lld\n", static_cast<long long>(*middle));
     return 0;
 }

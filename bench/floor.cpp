@@ -1,9 +1,9 @@
 // The least that a server of this protocol could do, and a shell line alone: what the daemon's
 // times are compared with.
 //
-//   bench-floor echo|naive|arena PORT
-//     answers each datagram with itself; naive and arena first ask the controller in a fresh Lua
-//     state, decipher, digest twice and cipher again, as a heartbeat needs it
+//   bench-floor echo|naive|arena|image PORT
+//     answers each datagram with itself; naive, arena and image first ask the controller in a fresh
+//     Lua state, decipher, digest twice and cipher again, as a heartbeat needs it
 //   bench-floor popen COUNT LINE [CLEAN-UP]
 //     runs a shell line again and again, each time after the clean-up if there is one; prints the
 //     median in nanoseconds
@@ -102,8 +102,9 @@ void answer(size_t length, const std::string& text) {
             lua_State* const lua = luaL_newstate();
             luaL_openlibs(lua);
             answer(static_cast<size_t>(length), account(lua));
-        } else if (form == "arena") {
-            answer(static_cast<size_t>(length), account(mfgp_newLua(&arena)));
+        } else if (form == "arena" || form == "image") {
+            lua_State* const lua = form == "arena" ? mfgp_newLua(&arena) : mfgp_openLua(&arena);
+            answer(static_cast<size_t>(length), account(lua));
         }
         sendto(fd, datagram, static_cast<size_t>(length), 0, reinterpret_cast<sockaddr*>(&address),
                size);
@@ -111,7 +112,7 @@ void answer(size_t length, const std::string& text) {
 }
 
 int runLine(int count, const char* line, const char* cleanUp) {
-    std::vector<long> times;
+    std::vector<int64_t> times;
     for (int i = 0; i < count; i++) {
         const auto start = std::chrono::steady_clock::now();
         if (cleanUp != nullptr && system(cleanUp) == -1)
@@ -123,7 +124,7 @@ int runLine(int count, const char* line, const char* cleanUp) {
         times.push_back((std::chrono::steady_clock::now() - start).count());
     }
     std::nth_element(times.begin(), times.begin() + count / 2, times.end());
-    printf("%ld\n", times[static_cast<size_t>(count / 2)]);
+    printf("%lld\n", static_cast<long long>(times[static_cast<size_t>(count / 2)]));
     return 0;
 }
 
@@ -133,8 +134,9 @@ int main(int argc, char** argv) {
     const std::string form = argc > 1 ? argv[1] : "";
     if (form == "popen" && (argc == 4 || argc == 5))
         return runLine(atoi(argv[2]), argv[3], argv[4]);
-    if (argc == 3 && (form == "echo" || form == "naive" || form == "arena"))
+    if (argc == 3 && (form == "echo" || form == "naive" || form == "arena" || form == "image"))
         serve(form, static_cast<uint16_t>(atoi(argv[2])));
-    fprintf(stderr, "usage: bench-floor echo|naive|arena PORT | popen COUNT LINE [CLEAN-UP]\n");
+    fprintf(stderr,
+            "usage: bench-floor echo|naive|arena|image PORT | popen COUNT LINE [CLEAN-UP]\n");
     return 2;
 }
