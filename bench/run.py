@@ -13,14 +13,12 @@ import statistics
 import subprocess
 
 import counts
-import plot
 import unit
 
 HEARTBEAT = (4, 0, 64)  # type, sub-type, payload bytes
 LARGE = (4, 0, 44960)
 CONFIGURATION = (2, 0, 0)
 GET_MAC, GET_FIRMWARE = (3, 55, 0), (3, 56, 0)
-SIZES = (0, 64, 1024, 5624, 11240, 22480, 33720, 44960)
 READ = 'echo $(fwinfo %s) | tr -d "\\n"'
 CLEAN_UP = "rm /tmp/fwinfo-* > /dev/null 2>&1"
 LINES = {"mac": CLEAN_UP + "; " + READ % "MAC", "firmware": READ % "FW_ID"}
@@ -74,12 +72,6 @@ def measure_times(root, servers, rounds, quick):
     return times
 
 
-def measure_sizes(server, rounds):
-    """Microseconds by payload bytes."""
-    return {size: statistics.median(counts.ask(server, (4, 0, size), 50) / 1000
-                                    for _ in range(rounds)) for size in SIZES}
-
-
 def measure_life(server, total):
     """Memory and time at the first 1,000 requests and at the last."""
     first = counts.ask(server, HEARTBEAT, 1000) / 1000
@@ -101,7 +93,6 @@ def measure_running(root, options):
             stack.enter_context(server).wait()
         result["life"] = measure_life(servers["mfgpd"], 4000 if options.quick else 10000)
         result["times_us"] = measure_times(root, servers, options.rounds, options.quick)
-        result["sizes_us"] = measure_sizes(servers["mfgpd"], options.rounds)
         if "snmpd" in servers:
             unit.run(*time_rows(root, servers, result["life"]["requests"], 1)["SNMPv3 GET"])
             result["snmpd_resident_kb"] = servers["snmpd"].resident()
@@ -127,13 +118,6 @@ def measure_counts(root):
         result[f"instructions_{name}"] = counts.instructions(root, counts.under_callgrind(make),
                                                              HEARTBEAT)
     return result
-
-
-def linearity(sizes):
-    """The largest distance from the straight line through the ends, in parts of the last."""
-    first, last = min(sizes), max(sizes)
-    slope = (sizes[last] - sizes[first]) / (last - first)
-    return max(abs(us - sizes[first] - slope * size) for size, us in sizes.items()) / sizes[last]
 
 
 def ratios(result):
@@ -165,7 +149,6 @@ def ratios(result):
         "get MAC, of both in one line":
             (of("get MAC", "popen: clean up and read MAC in one line"), None, False),
         "last 1,000 heartbeats, of the first 1,000": (life["last_us"] / life["first_us"], None, False),
-        "farthest from linear in the payload's bytes": (linearity(result["sizes_us"]), None, False),
     }
     if "snmpd_resident_kb" in result:
         rows |= {
@@ -198,13 +181,17 @@ def table(result):
               f"{count['instructions_arena']:,.0f} of the arena floor, "
               f"{count['instructions_naive']:,.0f} of the naive one. "
               f"Resident after {life['requests']:,} requests: {life['resident_kb']:,} KB."]
-    if "codec" in result:
-        lines += ["", "The codec alone: " + "; ".join(
-            f"{row['name']} bytes {row['real_time'] / 1000:,.1f} us" for row in result["codec"]) + "."]
     where = result["machine"]
     lines += ["", f"{result['rounds']} rounds on {where['cores']} cores of {where['processor']}, "
               f"Linux {where['kernel']}, load at the start {where['load']:.1f}."]
     return "\n".join(lines) + "\n"
+
+
+def publish(text):
+    page = unit.HERE / "docs/performance.md"
+    before, after = "<!-- table -->\n", "<!-- end of table -->\n"
+    old = page.read_text()
+    page.write_text(old[:old.index(before)] + before + text + old[old.index(after):])
 
 
 def machine():
@@ -218,7 +205,7 @@ def main():
     parser.add_argument("--quick", action="store_true",
                         help="one short round; fails when a count is above its aim")
     parser.add_argument("--rounds", type=int, default=9)
-    parser.add_argument("--publish", action="store_true", help="put the results into docs/")
+    parser.add_argument("--publish", action="store_true", help="put the table into docs/performance.md")
     options = parser.parse_args()
     if options.quick:
         options.rounds = 1
@@ -233,13 +220,12 @@ def main():
         for mounted in ("proc", "dev/null"):
             subprocess.run(["umount", root / mounted], check=False)
         shutil.rmtree(root)
-    if not options.quick:
-        result["codec"] = json.loads(unit.run(unit.BUILD / "bench-codec", "--benchmark_format=json",
-                                              stderr=subprocess.DEVNULL))["benchmarks"]
     result["ratios"] = ratios(result)
     text = table(result)
     print(text)
-    plot.write(result, text, unit.HERE / "docs" if options.publish else unit.BUILD)
+    (unit.HERE / "build/performance.json").write_text(json.dumps(result, indent=1) + "\n")
+    if options.publish:
+        publish(text)
     missed = [name for name, row in result["ratios"].items()
               if row["count"] and row["value"] > row["aim"]]
     if missed:

@@ -9,7 +9,7 @@ import tempfile
 import time
 
 HERE = pathlib.Path(__file__).resolve().parent.parent
-BUILD = HERE / "build/bench"
+BUILD = HERE / "build/release"
 SNMPD = shutil.which("snmpd", path="/usr/sbin:/usr/bin")
 SNMP_PORT = 1161
 PATH = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}

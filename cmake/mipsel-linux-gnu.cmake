@@ -1,2 +1,23 @@
+# A cross build for 32-bit MIPS (little-endian) with Debian's compiler and the libraries that
+# scripts/sysroot unpacked. Its programs run here under QEMU.
 set(architecture mipsel)
-include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)
+set(triple ${architecture}-linux-gnu)
+get_filename_component(sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-${architecture} ABSOLUTE)
+
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${architecture})
+set(CMAKE_C_COMPILER ${triple}-gcc)
+set(CMAKE_CXX_COMPILER ${triple}-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE ${triple})
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${architecture}-static;-L;${sysroot})
+set(CMAKE_SKIP_RPATH ON)  # the emulator knows where the libraries are
+
+# What OpenWrt adds for such a processor. The libraries' headers are in part per architecture.
+set(CMAKE_C_FLAGS_INIT "-mips16 -minterlink-mips16 -isystem ${sysroot}/usr/include/${triple}")
+set(CMAKE_CXX_FLAGS_INIT ${CMAKE_C_FLAGS_INIT})
+
+list(APPEND CMAKE_FIND_ROOT_PATH ${sysroot})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)

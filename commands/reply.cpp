@@ -7,7 +7,7 @@ namespace {
 Reply begin(ServiceContext* ctx, const CommandBlock& block, const char* function) {
     const std::span payload(block.replyPayload, block.payloadCapacity);
     mfgp_startReply(block.replyHeader, block.requestHeader, kInfoSuccess);
-    std::ranges::fill(payload, uint8_t{0});
+    std::fill(payload.begin(), payload.end(), uint8_t{0});
     return {ctx, block.requestPayload, block.replyHeader, payload, function};
 }
 

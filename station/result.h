@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "core/file.h"
 #include "commands/json_handle.h"
+#include "core/file.h"
 #include "station/outcome.h"
 
 namespace station {

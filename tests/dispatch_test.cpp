@@ -45,7 +45,7 @@ TEST_F(Dispatch, AModeThatCannotBeReadIsNotProduceMode) {
          {std::pair{"config settings 'settings'\n\toption other '1'\n", notFound},
           {"config settings 'settings'\n\tlist mode 'test'\n", notFound},
           {"config settings\n\toption mode 'test'\n", notFound},
-          {"config settings 'settings\n", "lookup ptr: "},  // the rest differs in libuci
+          {"config settings 'settings\n", "lookup ptr: "},  // the reason depends on the library
           {"", notFound}}) {
         unit.remove("/etc/config/wanDetect");
         if (*file != 0)

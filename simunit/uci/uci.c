@@ -2,7 +2,6 @@
 #include "uci.h"
 
 #include <ctype.h>
-#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -51,9 +50,7 @@ void uci_free_element(struct uci_element* e) {
             free(uci_to_section(e)->type);
             break;
         case UCI_TYPE_OPTION:
-            if (uci_to_option(e)->type == UCI_TYPE_LIST)
-                free_list(&uci_to_option(e)->v.list);
-            else
+            if (uci_to_option(e)->type == UCI_TYPE_STRING)
                 free(uci_to_option(e)->v.string);
             break;
         default:
@@ -149,13 +146,6 @@ int uci_load(struct uci_context* ctx, const char* name, struct uci_package** out
     return set_error(ctx, err);
 }
 
-int uci_unload(struct uci_context* ctx, struct uci_package* package) {
-    if (package == NULL)
-        return set_error(ctx, UCI_ERR_INVAL);
-    uci_free_element(&package->e);
-    return set_error(ctx, UCI_OK);
-}
-
 /* --- look-ups --- */
 
 int uci_lookup_next(struct uci_context* ctx, struct uci_element** e, struct uci_list* list,
@@ -174,82 +164,32 @@ static char* cut_part(char** rest) {
     return part;
 }
 
-/*
- * Finds "@type[N]", where N counts the sections of the type, from the end when negative; without
- * a type it counts all. Absent is no error, as for a name.
- */
-static int find_extended(struct uci_package* package, char* text, struct uci_element** found) {
-    char* bracket = strchr(text, '[');
-    *found = NULL;
-    if (text[0] != '@' || bracket == NULL)
-        return UCI_ERR_INVAL;
-    char* end = bracket;
-    errno = 0;
-    long index = strtol(bracket + 1, &end, 10);
-    if (end == bracket + 1 || strcmp(end, "]") != 0)
-        return UCI_ERR_INVAL;
-    if (errno == ERANGE)
-        return UCI_OK;
-    const char* type = text + 1;
-    const size_t length = (size_t)(bracket - type);
-    const bool backwards = index < 0;
-    if (backwards)
-        index = -(index + 1);
-    struct uci_list* const head = &package->sections;
-    for (struct uci_list* at = backwards ? head->prev : head->next; at != head;
-         at = backwards ? at->prev : at->next) {
-        const char* own = uci_to_section(at)->type;
-        const bool counts = length == 0 || (strncmp(own, type, length) == 0 && own[length] == '\0');
-        if (counts && index-- == 0) {
-            *found = uci_to_element(at);
-            break;
-        }
-    }
-    return UCI_OK;
-}
-
 int uci_lookup_ptr(struct uci_context* ctx, struct uci_ptr* ptr, char* path, bool extended) {
+    (void)extended;
     memset(ptr, 0, sizeof *ptr);
     char* rest = path;
     ptr->package = cut_part(&rest);
-    char* section = cut_part(&rest);
-    ptr->section = section;
+    ptr->section = cut_part(&rest);
     ptr->option = cut_part(&rest);
-    ptr->target = ptr->option != NULL    ? UCI_TYPE_OPTION
-                  : ptr->section != NULL ? UCI_TYPE_SECTION
-                                         : UCI_TYPE_PACKAGE;
-    const bool is_extended = section != NULL && !uci_name_ok(section, "");
-    if (ptr->package == NULL || rest != NULL || !uci_name_ok(ptr->package, "") ||
-        (is_extended && !extended) || (ptr->option != NULL && !uci_name_ok(ptr->option, "")))
+    if (ptr->option == NULL || rest != NULL)
         return set_error(ctx, UCI_ERR_INVAL);
-
+    ptr->target = UCI_TYPE_OPTION;
     ptr->flags = UCI_LOOKUP_DONE;
-    if (is_extended)
-        ptr->flags |= UCI_LOOKUP_EXTENDED;
-    struct uci_element* e = uci_find(&ctx->root, ptr->package);
-    ptr->p = uci_to_package(e);
-    if (e == NULL && uci_load(ctx, ptr->package, &ptr->p) != UCI_OK)
+    ptr->p = uci_to_package(uci_find(&ctx->root, ptr->package));
+    if (ptr->p == NULL && uci_load(ctx, ptr->package, &ptr->p) != UCI_OK)
         return ctx->err;
-    e = &ptr->p->e;
-    ptr->last = e;
-    if (section != NULL) {
-        e = uci_find(&ptr->p->sections, section);
-        if (is_extended && find_extended(ptr->p, section, &e) != UCI_OK)
-            return set_error(ctx, UCI_ERR_INVAL);
-        if (e != NULL) {
-            ptr->s = uci_to_section(e);
-            ptr->last = e;
-        }
-    }
-    if (ptr->option != NULL && ptr->s != NULL) {
+    ptr->last = &ptr->p->e;
+    struct uci_element* e = uci_find(&ptr->p->sections, ptr->section);
+    if (e != NULL) {
+        ptr->s = uci_to_section(e);
+        ptr->last = e;
         e = uci_find(&ptr->s->options, ptr->option);
-        if (e != NULL) {
-            ptr->o = uci_to_option(e);
-            ptr->last = e;
-        }
     }
-    if (e != NULL)
+    if (e != NULL) {
+        ptr->o = uci_to_option(e);
+        ptr->last = e;
         ptr->flags |= UCI_LOOKUP_COMPLETE;
+    }
     return set_error(ctx, UCI_OK);
 }
 
@@ -272,12 +212,4 @@ void uci_get_errorstr(struct uci_context* ctx, char** dest, const char* prefix) 
     *dest = malloc(size);
     if (*dest != NULL)
         snprintf(*dest, size, "%s%s%s%s", prefix, colon, text, place);
-}
-
-void uci_perror(struct uci_context* ctx, const char* prefix) {
-    char* text;
-    uci_get_errorstr(ctx, &text, prefix);
-    if (text != NULL)
-        fprintf(stderr, "%s\n", text);
-    free(text);
 }

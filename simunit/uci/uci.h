@@ -1,6 +1,6 @@
 /*
  * Stand-in for libuci on machines that do not have it: the part of its interface that the daemon
- * uses, with the same names, fields, error codes and error texts. Read-only.
+ * calls, with the same names, fields, error codes and error texts. It only reads.
  */
 #ifndef UCI_H
 #define UCI_H
@@ -23,13 +23,7 @@ enum {
     UCI_ERR_UNKNOWN
 };
 
-enum uci_type {
-    UCI_TYPE_UNSPEC,
-    UCI_TYPE_PACKAGE,
-    UCI_TYPE_SECTION,
-    UCI_TYPE_OPTION,
-    UCI_TYPE_ITEM /* an element of an option's list */
-};
+enum uci_type { UCI_TYPE_UNSPEC, UCI_TYPE_PACKAGE, UCI_TYPE_SECTION, UCI_TYPE_OPTION };
 
 enum uci_option_type { UCI_TYPE_STRING, UCI_TYPE_LIST };
 
@@ -84,9 +78,8 @@ struct uci_ptr {
     enum uci_type target; /* what the path names */
     /* The enumerators belong to the record: in C++ they are uci_ptr::UCI_LOOKUP_DONE and so on. */
     enum {
-        UCI_LOOKUP_DONE = 1 << 0,     /* the look-up has been made */
-        UCI_LOOKUP_COMPLETE = 1 << 1, /* and found all that the path names */
-        UCI_LOOKUP_EXTENDED = 1 << 2  /* the section is in extended syntax */
+        UCI_LOOKUP_DONE = 1 << 0,    /* the look-up has been made */
+        UCI_LOOKUP_COMPLETE = 1 << 1 /* and found everything that the path names */
     } flags;
     struct uci_package* p;
     struct uci_section* s;
@@ -113,20 +106,19 @@ void uci_free_context(struct uci_context* ctx);
 int uci_set_confdir(struct uci_context* ctx, const char* dir);
 int uci_set_savedir(struct uci_context* ctx, const char* dir);
 
-/* UCI_ERR_DUPLICATE when the package is loaded already. */
+/* Reads confdir/NAME and the uncommitted changes in savedir/NAME. */
 int uci_load(struct uci_context* ctx, const char* name, struct uci_package** out);
-int uci_unload(struct uci_context* ctx, struct uci_package* package);
 
 /*
- * Cuts up the path "package.section.option" in place, loads the package when needed and fills
- * ptr. Returns UCI_OK for an absent section or option too: only ptr->flags tells.
+ * Splits the path "package.section.option" in place, loads the package if needed and fills ptr.
+ * Returns UCI_OK for an absent section or option too; then UCI_LOOKUP_COMPLETE is not set. Extended
+ * syntax ("@type[0]") is not supported.
  */
 int uci_lookup_ptr(struct uci_context* ctx, struct uci_ptr* ptr, char* path, bool extended);
 int uci_lookup_next(struct uci_context* ctx, struct uci_element** e, struct uci_list* list,
                     const char* name);
 
-/* The error of the last call, on standard error or in memory that the caller frees. */
-void uci_perror(struct uci_context* ctx, const char* prefix);
+/* Puts "PREFIX: TEXT" for the error of the last call into memory that the caller frees. */
 void uci_get_errorstr(struct uci_context* ctx, char** dest, const char* prefix);
 
 #ifdef __cplusplus

@@ -1,2 +1,0 @@
-set(architecture mips)
-include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)
