@@ -5,9 +5,9 @@
 #include <span>
 #include <string>
 
-#include "station/json_values.h"
 #include "station/message.h"
 #include "station/options.h"
+#include "station/values.h"
 
 namespace station {
 
@@ -35,20 +35,34 @@ enum class Sheet : uint8_t { No, Yes };
 // In a row's type: type and sub-type come from the words, and any reply is shown as it is.
 inline constexpr uint8_t kTypeFromWords = 0;
 
+// A value that stands for "no reading" or "not set".
+struct Nothing {
+    const char* text;  // this text; with * at its end, any that begins so; "": empty
+    const char* meaning;
+};
+
 struct Command {
     const char* name;  // words with one space between them
     uint8_t type;
     uint8_t subType;  // of an encrypted command the inner one
     Access access;
     Gate gate;
-    Sheet sheet;            // only for reads without arguments
-    const char* arguments;  // as help shows them, empty when there are none
-    ArgumentBuilder build;
-    const Form* form;  // null: the reply carries no value
     const char* help;
-    const char* readBack = nullptr;  // the command that tells what became of one without an answer
-    double unitSeconds = 0;  // what the unit may wait for its tools, given to it above --timeout
+    const char* arguments = "";       // as help shows them, empty when there are none
+    ArgumentBuilder build = nullptr;  // null: no arguments, the payload is fixedPayload
+    const char* fixedPayload = "";
+    ReplyFormat format = nullptr;     // null: the reply carries no value
+    Nothing nothing = {nullptr, ""};  // text null: every value says something
+    size_t leastReply = 0;            // payload bytes; a shorter reply is not understood
+    const char* unit = "";            // unit of measure
+    Sheet sheet = Sheet::No;          // only for reads without arguments
+    bool once = false;                // the unit does it once per run of its daemon
+    const char* readBack = nullptr;   // the command that shows what became of one without a reply
+    double toolSeconds = 0;  // what the unit may wait for its tools, in addition to --timeout
 };
+
+// Returns true if the value is one that the command's row lists as nothing.
+bool isNothing(const Command& command, const Value& value);
 
 inline bool isRepeatable(const Command& command) {
     return command.access <= Access::Poll;
@@ -66,8 +80,8 @@ std::span<const Command> commands();
 // words behind the name in *rest. Returns null when there is none.
 const Command* findCommand(const Words& words, Words* rest);
 
-// Fills the request of a command. The options that the row's arguments name must be there, no
-// others; their values reach the row's builder as words behind the others, in the row's order.
+// Fills the request of a command. The options that the row's arguments name must be there, and no
+// others. Their values reach the row's builder as words after the other words, in the row's order.
 // Returns what is wrong with the words, or an empty text.
 std::string buildCommand(const Command& command, Words words, const std::vector<NamedValue>& named,
                          Request* request);

@@ -118,7 +118,7 @@ void noteError(int error, Answer* answer) {
         return;
     answer->error = error;
     if (!isNetworkReport(error))
-        answer->delivery = Delivery::Fault;
+        answer->status = ExchangeStatus::Fault;
 }
 
 // Takes a datagram for the answer if it is one.
@@ -127,7 +127,7 @@ void judge(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
     answer->reply = openReply(datagram.data(), datagram.size(), link.key);
     const bool fits = answers(answer->reply, type, sentIds);
     if (fits)
-        answer->delivery = Delivery::Answered;
+        answer->status = ExchangeStatus::Answered;
     traceDatagram(link.verbosity, fits ? "received" : "ignored what answers no request of now",
                   datagram, link.key);
 }
@@ -137,10 +137,10 @@ void awaitReply(const Link& link, uint8_t type, double seconds,
     const auto end = std::min(secondsFromNow(seconds), link.deadline);
     Bytes datagram;
     for (int left = 0;
-         answer->delivery == Delivery::NoAnswer && (left = millisecondsUntil(end)) > 0;) {
+         answer->status == ExchangeStatus::NoAnswer && (left = millisecondsUntil(end)) > 0;) {
         const int error = receiveDatagram(link.fd, left, &datagram);
         if (interruptSignal() != 0)
-            answer->delivery = Delivery::Interrupted;
+            answer->status = ExchangeStatus::Interrupted;
         else if (error != 0)
             noteError(error, answer);
         else
@@ -159,13 +159,13 @@ int connectTo(Link* link) {
 
 // Sends one try. Without a way to the unit a patient one waits all the same, for there may be one
 // the next time.
-void sendTry(Link* link, const Bytes& datagram, const Patience& patience, Answer* answer) {
+void sendTry(Link* link, const Bytes& datagram, const RetryPolicy& retry, Answer* answer) {
     traceDatagram(link->verbosity, "sent to " + link->unit, datagram, link->key);
     answer->error = connectTo(link);
     if (answer->error == 0)
         answer->error = sendDatagram(link->fd, datagram);
-    if (answer->error != 0 && !(patience.whateverTheNetwork && isNetworkReport(answer->error)))
-        answer->delivery = Delivery::Fault;
+    if (answer->error != 0 && !(retry.whateverTheNetwork && isNetworkReport(answer->error)))
+        answer->status = ExchangeStatus::Fault;
 }
 
 }  // namespace
@@ -192,21 +192,21 @@ std::string openLink(const Options& options, Link* link) {
     return bindLocal(link->fd, options);
 }
 
-Answer ask(Link* link, const Request& request, const Patience& patience) {
+Answer ask(Link* link, const Request& request, const RetryPolicy& retry) {
     Answer answer;
     std::vector<uint16_t> sentIds;
     const auto start = Clock::now();
     drain(link->fd);
-    while (answer.delivery == Delivery::NoAnswer && answer.tries < patience.tries &&
+    while (answer.status == ExchangeStatus::NoAnswer && answer.tries < retry.tries &&
            Clock::now() < link->deadline) {
-        if (interruptSignal() != 0 && !patience.whateverTheSignal) {
-            answer.delivery = Delivery::Interrupted;
+        if (interruptSignal() != 0 && !retry.whateverTheSignal) {
+            answer.status = ExchangeStatus::Interrupted;
             break;
         }
         answer.tries++;
         sentIds.push_back(link->nextId++);
-        sendTry(link, buildRequest(request, sentIds.back(), link->key), patience, &answer);
-        awaitReply(*link, request.type, patience.seconds, sentIds, &answer);
+        sendTry(link, buildRequest(request, sentIds.back(), link->key), retry, &answer);
+        awaitReply(*link, request.type, retry.seconds, sentIds, &answer);
     }
     answer.seconds = secondsSince(start);
     return answer;

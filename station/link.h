@@ -30,17 +30,17 @@ struct Link {
     Link& operator=(const Link&) = delete;
 };
 
-struct Patience {
+struct RetryPolicy {
     unsigned tries;
     double seconds;                   // for each try
     bool whateverTheNetwork = false;  // also when there is no way to the unit yet
     bool whateverTheSignal = false;   // also after one that ends the program
 };
 
-enum class Delivery { Answered, NoAnswer, Fault, Interrupted };
+enum class ExchangeStatus { Answered, NoAnswer, Fault, Interrupted };
 
 struct Answer {
-    Delivery delivery = Delivery::NoAnswer;
+    ExchangeStatus status = ExchangeStatus::NoAnswer;
     Reply reply = {};  // when answered
     unsigned tries = 0;
     double seconds = 0;  // from the first try until now
@@ -56,7 +56,7 @@ std::string openLink(const Options& options, Link* link);
 // Sends the request, each try under a packet id of its own, until a reply to one of the tries is
 // there, the deadline is over or a signal comes. Other datagrams are ignored. What a signal came
 // before is not sent.
-Answer ask(Link* link, const Request& request, const Patience& patience);
+Answer ask(Link* link, const Request& request, const RetryPolicy& retry);
 
 // Seconds from then until now.
 double secondsSince(Clock::time_point then);

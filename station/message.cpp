@@ -115,13 +115,13 @@ Bytes plainPacket(const uint8_t* datagram, size_t length, const Key& key) {
 
 Reply openReply(const uint8_t* datagram, size_t length, const Key& key) {
     Reply reply = {};
-    reply.reading = Reading::Malformed;
+    reply.status = DecodeStatus::Malformed;
     if (length == 0) {
-        reply.reading = Reading::Empty;
+        reply.status = DecodeStatus::Empty;
         return reply;
     }
     if (isShortForm(datagram, length)) {
-        reply.reading = Reading::ShortForm;
+        reply.status = DecodeStatus::ShortForm;
         return reply;
     }
     if (length < kInnerHeaderSize || mfgp_version(datagram) != kProtocolVersion)
@@ -132,12 +132,12 @@ Reply openReply(const uint8_t* datagram, size_t length, const Key& key) {
 
     const Bytes plain = plainPacket(datagram, length, key);
     if (!mfgp_md5Matches(mfgp_digest(datagram), plain.data(), plain.size())) {
-        reply.reading = Reading::WrongDigest;
+        reply.status = DecodeStatus::WrongDigest;
         return reply;
     }
     reply.payload.assign(plain.begin() + kHeaderSize, plain.end());
     if (reply.type != kTypeEncrypted || unwrapInner(&reply))
-        reply.reading = Reading::Whole;
+        reply.status = DecodeStatus::Whole;
     return reply;
 }
 

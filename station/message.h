@@ -28,7 +28,7 @@ inline void putText(const std::string& text, Request* request) {
     request->payload.assign(text.begin(), text.end());
 }
 
-enum class Reading {
+enum class DecodeStatus {
     Whole,
     Empty,        // the unit does not know the packet type
     ShortForm,    // the unit does not know the version
@@ -37,7 +37,7 @@ enum class Reading {
 };
 
 struct Reply {
-    Reading reading;
+    DecodeStatus status;
     bool hasId;  // type, packet id and info were there to be read
     uint8_t type;
     uint8_t info;

@@ -75,13 +75,13 @@ std::string setPassword(const std::string& argument, Options* options) {
 }
 
 std::string setFormat(const std::string& argument, Options* options) {
-    static constexpr const char* kNames[] = {"text", "json", "mdoc"};  // as in Format
+    static constexpr const char* kNames[] = {"text", "json"};  // as in Format
     for (size_t i = 0; i < std::size(kNames); i++)
         if (argument == kNames[i]) {
             options->format = static_cast<Format>(i);
             return "";
         }
-    return "'" + argument + "' is none of text, json and mdoc";
+    return "'" + argument + "' is not text or json";
 }
 
 std::string raiseVerbosity(const std::string&, Options* options) {
@@ -111,8 +111,7 @@ constexpr Option kOptions[] = {
      "how often an unanswered read is sent again (2)"},
     {"deadline", 0, kOutside, "SECONDS", setSeconds<&Options::deadline, 0>,
      "end the whole call after this time (wait: 60, all others: none)"},
-    {"output", 'o', kOutside, "FORMAT", setFormat,
-     "text, json (one object a line) or, of list, mdoc (text)"},
+    {"output", 'o', kOutside, "FORMAT", setFormat, "text, or json: one object a line (text)"},
     {"quiet", 'q', kOutside, nullptr, setFlag<&Options::quiet>,
      "print values alone, and no warnings"},
     {"output-file", 0, kOutside, "FILE", setText<&Options::outputFile>,

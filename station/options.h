@@ -18,7 +18,7 @@ struct NamedValue {
     std::string value;
 };
 
-enum class Format : uint8_t { Text, Json, Mdoc };
+enum class Format : uint8_t { Text, Json };
 
 struct Options {
     std::string host = "192.168.1.1";

@@ -8,7 +8,7 @@
 namespace station {
 namespace {
 
-constexpr Exit kExits[] = {
+constexpr ExitCodeRow kExits[] = {
     {kExitDone, "PASS", "done"},
     {kExitFailed, "FAIL", "the unit failed or refused, or its value is not the one of --expect"},
     {kExitUsage, "ERROR", "usage: the command line or a line of a batch is wrong, it was not sent"},
@@ -104,15 +104,15 @@ bool refusesPacket(const Reply& reply) {
 }
 
 Outcome ofReply(const Command& command, const Request& request, const Reply& reply) {
-    switch (reply.reading) {
-        case Reading::Empty:
+    switch (reply.status) {
+        case DecodeStatus::Empty:
             return {kExitNotUnderstood, "the unit does not know packet type " +
                                             std::to_string(request.type) + " (empty answer)"};
-        case Reading::ShortForm:
+        case DecodeStatus::ShortForm:
             return refusal(command, kInfoWrongVersion);
-        case Reading::Malformed:
+        case DecodeStatus::Malformed:
             return {kExitNotUnderstood, "malformed reply" + readBackOffer(command)};
-        case Reading::WrongDigest:
+        case DecodeStatus::WrongDigest:
             if (refusesPacket(reply))
                 return refusal(command, reply.info);
             // A request without payload is digested over its header alone. So the unit obeys it
@@ -121,26 +121,27 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
                     "the digest of the reply is wrong: wrong user name or password, or a "
                     "damaged datagram" +
                         readBackOffer(command)};
-        case Reading::Whole:
+        case DecodeStatus::Whole:
             break;
     }
     if (reply.info != kInfoSuccess)
         return refusal(command, reply.info);
-    if (command.form != nullptr && reply.payload.size() < command.form->leastBytes)
+    if (reply.payload.size() < command.leastReply)
         return {kExitNotUnderstood,
-                "the reply is too short: " + std::to_string(reply.payload.size()) + " bytes"};
+                "the reply is too short: " + std::to_string(reply.payload.size()) + " bytes, not " +
+                    std::to_string(command.leastReply)};
     return {kExitDone, ""};
 }
 
 }  // namespace
 
-std::span<const Exit> exits() {
+std::span<const ExitCodeRow> exits() {
     return kExits;
 }
 
 const char* outcomeWord(int code) {
-    const Exit* found = kExits;
-    for (const Exit& row : kExits)
+    const ExitCodeRow* found = kExits;
+    for (const ExitCodeRow& row : kExits)
         if (row.code <= code)
             found = &row;
     return found->word;
@@ -148,14 +149,14 @@ const char* outcomeWord(int code) {
 
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
                   const std::string& unit) {
-    switch (answer.delivery) {
-        case Delivery::Answered:
+    switch (answer.status) {
+        case ExchangeStatus::Answered:
             return ofReply(command, request, answer.reply);
-        case Delivery::NoAnswer:
+        case ExchangeStatus::NoAnswer:
             return withoutAnswer(command, request, answer, unit);
-        case Delivery::Interrupted:
+        case ExchangeStatus::Interrupted:
             return interrupted(answer.tries > 0 ? readBackOffer(command) : "; it was not sent");
-        case Delivery::Fault:
+        case ExchangeStatus::Fault:
             break;
     }
     return {kExitLocalFault, "cannot talk to " + unit + ": " + strerror(answer.error)};

@@ -22,14 +22,14 @@ enum ExitCode : int {
     kExitInterrupted = 128,  // and the number of the signal
 };
 
-struct Exit {
+struct ExitCodeRow {
     int code;
     const char* word;  // PASS, FAIL, ERROR, TIMEOUT or ABORTED
     const char* meaning;
 };
 
 // The rows in the order of their codes.
-std::span<const Exit> exits();
+std::span<const ExitCodeRow> exits();
 
 // The word of an exit code.
 const char* outcomeWord(int code);

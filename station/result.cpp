@@ -48,7 +48,7 @@ Json objectOf(const Result& result) {
     add("message", stringOrNull(result.outcome.message));
     add("info", informed ? json_object_new_int(*result.info) : nullptr);
     add("meaning", informed ? jsonString(infoMeaning(*result.info)) : nullptr);
-    add("value", json_object_get(result.value.get()));
+    add("value", jsonOf(result.value));
     add("raw", result.raw ? jsonString(hexOf(*result.raw)) : nullptr);
     add("start", jsonString(timeText(result.start)));
     add("milliseconds", json_object_new_int64(std::lround(result.seconds * 1000)));
@@ -57,23 +57,23 @@ Json objectOf(const Result& result) {
 }
 
 void printJson(const Result& result, const Output& output) {
-    const Json object = output.quiet ? Json(json_object_get(result.value.get())) : objectOf(result);
+    const Json object = output.quiet ? Json(jsonOf(result.value)) : objectOf(result);
     if (object)
-        fprintf(output.file, "%s\n", jsonLine(object.get()));
+        fprintf(output.file, "%s\n", jsonLine(object.get()).c_str());
 }
 
 void printText(const Result& result, Layout layout, const Output& output) {
     const bool done = result.outcome.code == kExitDone;
     if (output.quiet || layout == Layout::Single) {
-        if (result.value)
-            fprintf(output.file, "%s\n", result.text.c_str());
+        if (result.value.exists())
+            fprintf(output.file, "%s\n", textOf(result.value).c_str());
         else if (done && !output.quiet)
             fprintf(output.file, "OK\n");
         return;
     }
-    std::string text = done ? result.text : "! " + result.outcome.message;
+    std::string text = done ? textOf(result.value) : "! " + result.outcome.message;
     if (text.empty())
-        text = result.value ? "(empty)" : "OK";
+        text = result.value.exists() ? "(empty)" : "OK";
     Words name = {result.command};
     name.insert(name.end(), result.arguments.begin(), result.arguments.end());
     fprintf(output.file, "%-*s  %s\n", output.nameWidth, joined(name).c_str(), text.c_str());
@@ -104,11 +104,6 @@ void print(const Result& result, Layout layout, Output* output) {
 
 bool isWritten(const Output& output) {
     return fflush(output.file) == 0 && ferror(output.file) == 0;
-}
-
-const char* jsonLine(json_object* object) {
-    return json_object_to_json_string_ext(object,
-                                          JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
 }
 
 std::string joined(const Words& words) {

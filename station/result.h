@@ -5,8 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "core/file.h"
 #include "commands/json_handle.h"
+#include "core/file.h"
+#include "station/json_values.h"
 #include "station/outcome.h"
 
 namespace station {
@@ -19,9 +20,8 @@ struct Result {
     std::string unit;  // empty: none was asked
     Outcome outcome = {kExitDone, ""};
     std::optional<uint8_t> info;  // of a reply that has one
-    std::string text;             // the value as text
-    Json value;                   // null: there is none
-    std::optional<Bytes> raw;     // the reply's plain payload
+    Value value = {};
+    std::optional<Bytes> raw;  // the reply's plain payload
     std::chrono::system_clock::time_point start = std::chrono::system_clock::now();
     double seconds = 0;
     unsigned tries = 0;
@@ -52,9 +52,6 @@ void print(const Result& result, Layout layout, Output* output);
 
 // False when anything could not be written.
 bool isWritten(const Output& output);
-
-// The object on one line, valid as long as the object is left alone.
-const char* jsonLine(json_object* object);
 
 // Words with a blank between them.
 std::string joined(const Words& words);

@@ -15,7 +15,7 @@ namespace {
 constexpr double kPollSeconds = 1;
 constexpr double kPollTotalSeconds = 60;
 
-Patience patienceFor(const Command& command, const Options& options) {
+RetryPolicy retryPolicyOf(const Command& command, const Options& options) {
     constexpr double kRefusalSeconds = 0.2;  // a cancel is obeyed in silence
     const unsigned tries = 1 + options.retries;
     if (command.type == kTypeCancelTest)
@@ -26,45 +26,42 @@ Patience patienceFor(const Command& command, const Options& options) {
         return {static_cast<unsigned>(std::ceil(total / seconds)), seconds, true};
     }
     if (isRepeatable(command))
-        return {tries, options.timeout + command.unitSeconds};
+        return {tries, options.timeout + command.toolSeconds};
     // In the time of all tries together: nothing can be sent again.
-    return {1, options.timeout * tries + command.unitSeconds};
+    return {1, options.timeout * tries + command.toolSeconds};
 }
 
-Result resultOf(const Order& order, const std::string& unit) {
+Result resultOf(const PreparedCommand& prepared, const std::string& unit) {
     Result result;
-    result.command = order.command->name;
-    result.arguments = order.arguments;
+    result.command = prepared.command->name;
+    result.arguments = prepared.arguments;
     result.unit = unit;
     return result;
 }
 
-Result showDatagram(Session* session, const Order& order) {
+Result showDatagram(Session* session, const PreparedCommand& prepared) {
     Link& link = session->link;
-    Result result = resultOf(order, link.unit);
-    result.text = hexOf(buildRequest(order.request, link.nextId++, link.key));
-    result.value.reset(jsonString(result.text));
+    Result result = resultOf(prepared, link.unit);
+    result.value = {hexOf(buildRequest(prepared.request, link.nextId++, link.key))};
     return result;
 }
 
-void takeReply(const Command& command, const Reply& reply, Result* result) {
+void recordReply(const Command& command, const Reply& reply, Result* result) {
     if (reply.hasId)
         result->info = reply.info;
-    if (reply.reading == Reading::ShortForm)
+    if (reply.status == DecodeStatus::ShortForm)
         result->info = kInfoWrongVersion;
-    if (reply.reading != Reading::Whole)
+    if (reply.status != DecodeStatus::Whole)
         return;
     result->raw = reply.payload;
     // Who sends a packet of his own sees what came back, whatever the unit thought of it.
     const bool isShown = result->outcome.code == kExitDone || command.type == kTypeFromWords;
-    if (command.form == nullptr || !isShown)
-        return;
-    result->text = command.form->text(reply);
-    result->value.reset(command.form->json(result->text));
+    if (command.format != nullptr && isShown)
+        result->value = command.format(reply);
 }
 
 // Takes the last --expect, and all of them out of the options that are left to the command.
-std::optional<std::string> takeExpected(std::vector<NamedValue>* named) {
+std::optional<std::string> extractExpected(std::vector<NamedValue>* named) {
     std::optional<std::string> expected;
     std::erase_if(*named, [&expected](const NamedValue& given) {
         const bool isExpected = given.name == "expect";
@@ -77,7 +74,7 @@ std::optional<std::string> takeExpected(std::vector<NamedValue>* named) {
 
 // Puts the text of a file in the place of its name, given with or without @ in front, where the
 // command takes either.
-std::string takeFile(const Command& command, Words* words) {
+std::string loadArgumentFile(const Command& command, Words* words) {
     const bool takesFile = std::string_view(command.arguments).ends_with("@FILE");
     if (!takesFile || words->size() != 1 || words->front().empty() || words->front()[0] == '{')
         return "";
@@ -97,27 +94,27 @@ std::string unknownCommand(const Words& words) {
     return "unknown command '" + joined(words) + "'" + known;
 }
 
-Outcome makeOrder(const Options& options, Order* order) {
+Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     Words rest;
     const Command* const command = findCommand(options.words, &rest);
     if (command == nullptr)
         return {kExitUsage, unknownCommand(options.words)};
-    *order = orderOf(*command, options);
-    order->arguments = rest;
+    *prepared = prepareRow(*command, options);
+    prepared->arguments = rest;
     for (const NamedValue& given : options.named)
-        order->arguments.push_back("--" + given.name + "=" + given.value);
-    std::string wrong = takeFile(*command, &rest);
+        prepared->arguments.push_back("--" + given.name + "=" + given.value);
+    std::string wrong = loadArgumentFile(*command, &rest);
     if (!wrong.empty())
         return {kExitLocalFault, wrong};
     std::vector<NamedValue> named = options.named;
-    if (command->form != nullptr)
-        order->expected = takeExpected(&named);
-    wrong = buildCommand(*command, rest, named, &order->request);
+    if (command->format != nullptr)
+        prepared->expected = extractExpected(&named);
+    wrong = buildCommand(*command, rest, named, &prepared->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
-Order orderOf(const Command& command, const Options& options) {
-    return {&command,    {}, {command.type, command.subType, {}}, patienceFor(command, options),
+PreparedCommand prepareRow(const Command& command, const Options& options) {
+    return {&command,    {}, {command.type, command.subType, {}}, retryPolicyOf(command, options),
             options.yes, {}};
 }
 
@@ -136,21 +133,21 @@ int openSession(Session* session) {
     return kExitLocalFault;
 }
 
-Result execute(Session* session, const Order& order) {
+Result execute(Session* session, const PreparedCommand& prepared) {
     if (session->options.dryRun)
-        return showDatagram(session, order);
-    Result result = resultOf(order, session->link.unit);
-    const Answer answer = ask(&session->link, order.request, order.patience);
+        return showDatagram(session, prepared);
+    Result result = resultOf(prepared, session->link.unit);
+    const Answer answer = ask(&session->link, prepared.request, prepared.retry);
     if (answer.tries > 0)
-        session->bound = order.request.type != kTypeCancelTest;
-    result.outcome = outcomeOf(*order.command, order.request, answer, session->link.unit);
+        session->bound = prepared.request.type != kTypeCancelTest;
+    result.outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link.unit);
     result.seconds = answer.seconds;
     result.tries = answer.tries;
-    if (answer.delivery == Delivery::Answered)
-        takeReply(*order.command, answer.reply, &result);
-    if (result.outcome.code == kExitDone && result.text != order.expected.value_or(result.text))
-        result.outcome = {kExitFailed,
-                          "expected '" + *order.expected + "', got '" + result.text + "'"};
+    if (answer.status == ExchangeStatus::Answered)
+        recordReply(*prepared.command, answer.reply, &result);
+    const std::string text = textOf(result.value);
+    if (result.outcome.code == kExitDone && text != prepared.expected.value_or(text))
+        result.outcome = {kExitFailed, "expected '" + *prepared.expected + "', got '" + text + "'"};
     return result;
 }
 
@@ -188,8 +185,9 @@ LineEvent readLine(Session* session, LineReader* reader, std::string* line) {
     return LineEvent::TimedOut;
 }
 
-bool needsConfirmation(const Order& order, bool inBatch) {
-    return !order.confirmed && accessOf(order.request) >= (inBatch ? Access::Flash : Access::Erase);
+bool needsConfirmation(const PreparedCommand& prepared, bool inBatch) {
+    return !prepared.confirmed &&
+           accessOf(prepared.request) >= (inBatch ? Access::Flash : Access::Erase);
 }
 
 Outcome confirm(Session* session, LineReader* terminal, const std::string& what) {

@@ -151,7 +151,7 @@ TEST(Batch, ExamplesRun) {
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
     const ShellResult line = shell(examples + "$station -y run production-line.txt");
     EXPECT_EQ(line.exitCode, 0) << line.output;
-    EXPECT_NE(line.output.find("get antenna-level                       -61\n"), std::string::npos);
+    EXPECT_TRUE(std::regex_search(line.output, std::regex("get antenna-level +-61\n")));
     const std::string check =
         examples + "MFGP_STATION=" + program(unit) + " ./check-limits --host 127.0.0.1";
     const ShellResult passed = shell(check);
@@ -167,12 +167,13 @@ TEST(Batch, ManualAndCompletionAreInStep) {
     const Unit unit;
     const std::string station = program(unit);
     const std::string page = shell("cat " MFGP_SOURCE_DIR "/docs/man/mfgp-station.1").output;
-    for (const char* table : {"commands", "options", "exit-codes"}) {
-        const std::string rows = shell(std::string("$station -o mdoc list ") + table).output;
-        EXPECT_NE(
-            page.find(std::string(".\\\" table: ") + table + "\n" + rows + ".\\\" end of table"),
-            std::string::npos)
-            << "scripts/manual writes the tables anew: " << table;
+    for (const std::string table : {"commands", "options", "exit-codes"}) {
+        const ShellResult rows =
+            shell(MFGP_SOURCE_DIR "/scripts/manual --print " + table + " " + station);
+        EXPECT_EQ(rows.exitCode, 0) << rows.output;
+        EXPECT_NE(page.find(".\\\" table: " + table + "\n" + rows.output + ".\\\" end of table"),
+                  std::string::npos)
+            << "scripts/manual writes the tables again: " << table;
     }
     const auto complete = [&station](const std::string& words) {
         return shell("bash -c '. " MFGP_SOURCE_DIR "/station/mfgp-station.bash; COMP_WORDS=(" +
