@@ -45,8 +45,7 @@ constexpr Nothing kEmpty = {"", "the unit has no value for it"};
 constexpr Nothing kNoProduct = {"00000000", "the unit has no product ID"};
 constexpr Nothing kNoImei = {"999999999999999", "flash and modem differ, or the modem has none"};
 constexpr Nothing kNoLevel = {"999", "no level was measured"};
-constexpr Nothing kNoSpeeds = {"",
-                               "the unit has no speeds for this gear; send `fan recheck` first"};
+constexpr Nothing kNoSpeeds = {"", "no speed is known for this gear"};
 // A spread is never negative: the unit sends the single reading, or -128 if there was none.
 constexpr Nothing kNoSpread = {"-*", "fewer than two readings; a single reading is not a spread"};
 

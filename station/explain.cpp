@@ -110,6 +110,14 @@ Record explainDatagram(const Bytes& datagram, const Key& key) {
     return fields;
 }
 
+Record headerFields(const Bytes& datagram, const Key& key) {
+    Record fields = explainDatagram(datagram, key);
+    std::erase_if(fields.members, [](const Member& member) {
+        return member.name == "payload" || member.name == "text";
+    });
+    return fields;
+}
+
 void traceDatagram(unsigned verbosity, const std::string& what, const Bytes& datagram,
                    const Key& key) {
     constexpr unsigned kFields = 2;
@@ -119,12 +127,8 @@ void traceDatagram(unsigned verbosity, const std::string& what, const Bytes& dat
     say(what + ": " + std::to_string(datagram.size()) + " bytes");
     if (verbosity < kFields)
         return;
-    Record fields = explainDatagram(datagram, key);
-    if (verbosity < kBytes)
-        std::erase_if(fields.members, [](const Member& member) {
-            return member.name == "payload" || member.name == "text";
-        });
-    say(textOf({fields}));
+    say(textOf(
+        {verbosity < kBytes ? headerFields(datagram, key) : explainDatagram(datagram, key)}));
     if (verbosity < kBytes)
         return;
     if (datagram.size() > kHeaderSize)

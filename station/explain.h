@@ -11,6 +11,9 @@ namespace station {
 // The payload is there if its digest is right.
 Record explainDatagram(const Bytes& datagram, const Key& key);
 
+// Returns the same fields without the payload.
+Record headerFields(const Bytes& datagram, const Key& key);
+
 // Returns in words how a datagram was decoded.
 const char* decodeStatusText(DecodeStatus status);
 

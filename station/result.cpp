@@ -43,7 +43,8 @@ Json objectOf(const Result& result) {
     add("command", jsonString(result.command));
     add("arguments", arrayOf(result.arguments));
     add("unit", stringOrNull(result.unit));
-    add("outcome", jsonString(outcomeWord(result.outcome.code)));
+    add("outcome",
+        jsonString(result.word != nullptr ? result.word : outcomeWord(result.outcome.code)));
     add("exit", json_object_new_int(result.outcome.code));
     add("message", stringOrNull(result.outcome.message));
     add("info", informed ? json_object_new_int(*result.info) : nullptr);
@@ -72,6 +73,10 @@ void printText(const Result& result, Layout layout, const Output& output) {
         return;
     }
     std::string text = done ? textOf(result.value) : "! " + result.outcome.message;
+    if (done && !result.outcome.message.empty())
+        text = result.outcome.message;
+    if (done && !result.measure.empty())
+        text += " " + result.measure;
     if (text.empty())
         text = result.value.exists() ? "(empty)" : "OK";
     Words name = {result.command};

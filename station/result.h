@@ -25,6 +25,8 @@ struct Result {
     std::chrono::system_clock::time_point start = std::chrono::system_clock::now();
     double seconds = 0;
     unsigned tries = 0;
+    const char* word = nullptr;  // the outcome in place of the exit code's word: DRYRUN, SKIPPED
+    std::string measure;         // the value's unit of measure, empty if there is none
 };
 
 enum class Layout : uint8_t {

@@ -7,6 +7,7 @@
 
 #include "station/account.h"
 #include "station/diagnostics.h"
+#include "station/explain.h"
 #include "station/interrupt.h"
 
 namespace station {
@@ -36,13 +37,18 @@ Result resultOf(const PreparedCommand& prepared, const std::string& unit) {
     result.command = prepared.command->name;
     result.arguments = prepared.arguments;
     result.unit = unit;
+    result.measure = prepared.command->unit;
     return result;
 }
 
 Result showDatagram(Session* session, const PreparedCommand& prepared) {
     Link& link = session->link;
     Result result = resultOf(prepared, link.unit);
-    result.value = {hexOf(buildRequest(prepared.request, link.nextId++, link.key))};
+    const Bytes datagram = buildRequest(prepared.request, link.nextId++, link.key);
+    if (link.verbosity > 0)
+        say(textOf({headerFields(datagram, link.key)}));
+    result.value = {hexOf(datagram)};
+    result.word = "DRYRUN";
     return result;
 }
 
@@ -58,6 +64,22 @@ void recordReply(const Command& command, const Reply& reply, Result* result) {
     const bool isShown = result->outcome.code == kExitDone || command.type == kTypeFromWords;
     if (command.format != nullptr && isShown)
         result->value = command.format(reply);
+}
+
+// Turns a PASS into a FAIL if the value means nothing or is not the expected one. A value that
+// means nothing is dropped; the raw reply stays.
+void judgeValue(const PreparedCommand& prepared, Result* result) {
+    if (result->outcome.code != kExitDone)
+        return;
+    const std::string text = textOf(result->value);
+    if (isNothing(*prepared.command, result->value)) {
+        result->value = {};
+        result->outcome = {kExitFailed, "no value: the unit returned '" + text + "' (" +
+                                            prepared.command->nothing.meaning + ")"};
+    } else if (text != prepared.expected.value_or(text)) {
+        result->outcome = {kExitFailed,
+                           "expected '" + *prepared.expected + "', got '" + text + "'"};
+    }
 }
 
 // Takes the last --expect, and all of them out of the options that are left to the command.
@@ -109,6 +131,8 @@ Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     std::vector<NamedValue> named = options.named;
     if (command->format != nullptr)
         prepared->expected = extractExpected(&named);
+    if (prepared->expected && options.dryRun)
+        return {kExitUsage, "--expect needs a reply, and --dry-run sends nothing"};
     wrong = buildCommand(*command, rest, named, &prepared->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
@@ -145,9 +169,7 @@ Result execute(Session* session, const PreparedCommand& prepared) {
     result.tries = answer.tries;
     if (answer.status == ExchangeStatus::Answered)
         recordReply(*prepared.command, answer.reply, &result);
-    const std::string text = textOf(result.value);
-    if (result.outcome.code == kExitDone && text != prepared.expected.value_or(text))
-        result.outcome = {kExitFailed, "expected '" + *prepared.expected + "', got '" + text + "'"};
+    judgeValue(prepared, &result);
     return result;
 }
 

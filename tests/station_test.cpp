@@ -60,6 +60,30 @@ TEST(StationClient, WritesAUnitOnceAndReadsItBack) {
     });
 }
 
+TEST(StationClient, AValueThatMeansNothing_Fails) {
+    Unit unit({StateFile{"/fw/OEM_ID", ""}, StateFile{"/fans/speeds", "2\n"},
+               StateFile{"/modem/imei", "123456789012345"}});
+    const std::string json = "$station -o json ";
+    shell("$station fan recheck");
+    const struct {
+        const char* words;
+        const char* message;
+    } rows[] = {
+        {"get oem-id", "no value for it"},
+        {"get antenna-level", "'999' (no level was measured)"},
+        {"get imei", "'999999999999999' (flash and modem differ"},
+        {"fan speeds 2", "no speed is known for this gear"},
+        {"rssi-spread --band 1 --nss 1", "a single reading is not a spread"},
+    };
+    for (const auto& row : rows) {
+        const ShellResult result = shell(json + row.words +
+                                         " | jq -c '[.outcome, .value, (.raw | "
+                                         "length > 0), .message]'");
+        EXPECT_NE(result.output.find(R"(["FAIL",null,true)"), std::string::npos) << result.output;
+        EXPECT_NE(result.output.find(row.message), std::string::npos) << result.output;
+    }
+}
+
 TEST(StationClient, RunsTheProductionTests) {
     Unit unit({StateFile{"/wlan/coext_seconds", "3600"}, StateFile{"/fw/COUNTRY", "DE"}});
     expectRows({
@@ -173,6 +197,9 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
     expectRows({
         {"-n --packet-id 0x0102 get mac", 0,
          "020300000000000001023700ffdb440863683849f4287601b004120e\n"},
+        {"-n -v get mac", 0, "direction: request\nversion: 2\ntype: 3\n"},
+        {"-n -o json get mac", 0, "\"outcome\":\"DRYRUN\""},
+        {"-n get mac --expect x", 2, "--expect needs a reply, and --dry-run sends nothing"},
         {"decode " + reply, 0, "command: get mac\npayload: 30322d31412d32422d31332d37"},
         {"--user x decode " + reply, 5, "reading: wrong digest"},
         {"decode 000000070000000000000000", 0, "reading: short form"},
