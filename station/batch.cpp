@@ -34,8 +34,9 @@ void showCount(const BatchRun& batch, const char* name) {
 std::string countOfLeft(const BatchRun& batch) {
     if (batch.total == 0)
         return "";
-    return ", " + std::to_string(batch.total - batch.number) + " of " +
-           std::to_string(batch.total) + " commands not sent";
+    const size_t left = batch.total - batch.number;
+    return "; " + std::to_string(left) + (left == 1 ? " command was" : " commands were") +
+           " not sent";
 }
 
 Outcome unreadable(const std::string& name) {
@@ -46,7 +47,7 @@ Outcome unreadable(const std::string& name) {
 int codeOfEnd(const BatchRun& batch, LineEvent event) {
     Outcome outcome = {batch.code, ""};
     if (event == LineEvent::TimedOut)
-        outcome = {kExitNoAnswer, "the deadline is over" + countOfLeft(batch)};
+        outcome = {kExitNoAnswer, deadlineText(batch.session->link) + countOfLeft(batch)};
     else if (event == LineEvent::Interrupted)
         outcome = interrupted("");
     else if (event == LineEvent::Fault)
@@ -75,7 +76,11 @@ bool carryOut(BatchRun* batch, const PreparedCommand& prepared) {
     }
     batch->number++;
     showCount(*batch, prepared.command->name);
-    return recordResult(batch, execute(batch->session, prepared));
+    Result result = execute(batch->session, prepared);
+    const bool isOver = Clock::now() >= batch->session->link.deadline;
+    if (isOver && result.outcome.code != kExitDone)
+        result.outcome.message += countOfLeft(*batch);
+    return recordResult(batch, result) && !(isOver && result.outcome.code != kExitDone);
 }
 
 // Makes an order of a line; without a command there is nothing in it. Returns what is wrong with

@@ -1,14 +1,17 @@
 #include "station/link.h"
 
+#include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
 
@@ -66,10 +69,48 @@ std::string bindLocal(int fd, const Options& options) {
             return unresolved;
     }
     local.sin_port = htons(static_cast<uint16_t>(options.localPort));
+    const std::string& device = options.interface;
+    // Before bind: an unprivileged user may name the interface of a socket only once.
+    if (!device.empty() && setsockopt(fd, SOL_SOCKET, SO_BINDTODEVICE, device.c_str(),
+                                      static_cast<socklen_t>(device.size())) != 0) {
+        const bool needsRights = errno == EPERM;
+        return systemError("cannot use interface '" + device + "'") +
+               (needsRights ? " (kernels before 5.7 need root or CAP_NET_RAW)" : "");
+    }
     if (setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) != 0 ||
         bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0)
         return systemError("cannot send from " + options.bindAddress + " port " +
                            std::to_string(options.localPort));
+    return "";
+}
+
+// Takes the lock for this local port, unit and interface, so that two calls at the same time do not
+// receive each other's replies. The lock is an abstract socket name: the kernel frees it when the
+// process ends, however it ends, and each network namespace has its own. Waits for at most
+// --timeout. Returns what went wrong, or an empty text.
+std::string lockUnit(const Options& options, Link* link) {
+    if (options.localPort == 0)
+        return "";
+    char host[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &link->address.sin_addr, host, sizeof host);
+    const std::string name = "mfgp-station/" + std::to_string(options.localPort) + '/' + host +
+                             ':' + std::to_string(options.port) + '/' + options.interface;
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    name.copy(address.sun_path + 1, sizeof address.sun_path - 1);
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 +
+                                               std::min(name.size(), sizeof address.sun_path - 1));
+    link->lock = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const auto end = std::min(secondsFromNow(options.timeout), link->deadline);
+    while (bind(link->lock, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
+        if (errno != EADDRINUSE)
+            return systemError("cannot lock " + link->unit);
+        if (Clock::now() >= end)
+            return "another mfgp-station talks to " + link->unit + " from port " +
+                   std::to_string(options.localPort) +
+                   "; wait until it ends, or use another --local-port";
+        usleep(20000);
+    }
     return "";
 }
 
@@ -171,8 +212,9 @@ void sendTry(Link* link, const Bytes& datagram, const RetryPolicy& retry, Answer
 }  // namespace
 
 Link::~Link() {
-    if (fd >= 0)
-        close(fd);
+    for (const int owned : {fd, lock})
+        if (owned >= 0)
+            close(owned);
 }
 
 void prepareLink(const Options& options, Link* link) {
@@ -180,6 +222,7 @@ void prepareLink(const Options& options, Link* link) {
     link->key = keyOf(options.user.value_or(""), options.password.value_or(""));
     link->nextId = static_cast<uint16_t>(options.packetId.value_or(firstPacketId()));
     link->verbosity = options.verbosity;
+    link->deadlineSeconds = options.deadline;
 }
 
 std::string openLink(const Options& options, Link* link) {
@@ -189,7 +232,8 @@ std::string openLink(const Options& options, Link* link) {
     link->fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (link->fd < 0)
         return systemError("cannot open a socket");
-    return bindLocal(link->fd, options);
+    const std::string wrong = bindLocal(link->fd, options);
+    return wrong.empty() ? lockUnit(options, link) : wrong;
 }
 
 Answer ask(Link* link, const Request& request, const RetryPolicy& retry) {
@@ -209,6 +253,8 @@ Answer ask(Link* link, const Request& request, const RetryPolicy& retry) {
         awaitReply(*link, request.type, retry.seconds, sentIds, &answer);
     }
     answer.seconds = secondsSince(start);
+    answer.deadlineReached =
+        answer.status == ExchangeStatus::NoAnswer && Clock::now() >= link->deadline;
     return answer;
 }
 

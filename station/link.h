@@ -16,13 +16,15 @@ using Clock = std::chrono::steady_clock;
 // Owns the socket.
 struct Link {
     int fd = -1;
+    int lock = -1;  // keeps other calls away from the same local port and unit
     sockaddr_in address = {};
     bool connected = false;
     std::string unit;  // host and port, for messages
     Key key = {};
     uint16_t nextId = 0;
     unsigned verbosity = 0;
-    Clock::time_point deadline = Clock::time_point::max();  // nothing is waited for beyond it
+    Clock::time_point deadline = Clock::time_point::max();  // no wait lasts longer
+    double deadlineSeconds = 0;                             // the same as --deadline gives it
 
     Link() = default;
     ~Link();
@@ -43,8 +45,9 @@ struct Answer {
     ExchangeStatus status = ExchangeStatus::NoAnswer;
     Reply reply = {};  // when answered
     unsigned tries = 0;
-    double seconds = 0;  // from the first try until now
-    int error = 0;       // errno of a fault; without an answer what the network said, or 0
+    bool deadlineReached = false;  // the deadline of the call ended the wait
+    double seconds = 0;            // from the first try until now
+    int error = 0;  // errno of a fault; without an answer what the network said, or 0
 };
 
 // Prepares the link but for its socket.

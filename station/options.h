@@ -24,6 +24,7 @@ struct Options {
     std::string host = "192.168.1.1";
     unsigned port = kServicePort;
     std::string bindAddress;    // empty: any
+    std::string interface;      // empty: any
     unsigned localPort = 1041;  // 0: chosen by the kernel
     std::optional<std::string> user;
     std::optional<std::string> password;

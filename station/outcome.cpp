@@ -20,10 +20,9 @@ constexpr ExitCodeRow kExits[] = {
     {kExitInterrupted, "ABORTED", "interrupted by signal N"},
 };
 
-std::string inNumbers(const Answer& answer) {
-    char text[64];
-    snprintf(text, sizeof text, "within %.1f s (%u %s)", answer.seconds, answer.tries,
-             answer.tries == 1 ? "try" : "tries");
+std::string inSeconds(double seconds) {
+    char text[32];
+    snprintf(text, sizeof text, "%.1f s", seconds);
     return text;
 }
 
@@ -35,25 +34,30 @@ bool isSilent(const Request& request) {
 std::string silenceHint(const Request& request) {
     return request.type != kTypeSystemInit
                ? ""
-               : "; one whose MAC/PIN test was cancelled does not answer this until its daemon is "
-                 "restarted";
+               : ". A unit that was released after a MAC or PIN write does not answer `init` until "
+                 "mfgpd is restarted";
 }
 
 // A request that went out without a reply to believe may have been obeyed.
 std::string readBackOffer(const Command& command) {
     if (isRepeatable(command))
         return "";
-    std::string text = "; it was sent once and may have been done all the same";
+    std::string text = ". The command was sent once, and the unit may have carried it out anyway";
     if (command.readBack != nullptr)
-        text += std::string(": `") + command.readBack + "` tells";
+        text += std::string(": `") + command.readBack + "` shows it";
     return text;
 }
 
 Outcome withoutAnswer(const Command& command, const Request& request, const Answer& answer,
-                      const std::string& unit) {
+                      const Link& link) {
     if (answer.error == 0 && answer.tries > 0 && isSilent(request))
         return {kExitDone, ""};
-    std::string text = "no answer from " + unit + " " + inNumbers(answer);
+    const char* const attempts = answer.tries == 1 ? " attempt)" : " attempts)";
+    std::string text =
+        answer.deadlineReached
+            ? deadlineText(link) + " while waiting for the reply to `" + command.name + "`"
+            : "no reply from " + link.unit + " in " + inSeconds(answer.seconds);
+    text += " (" + std::to_string(answer.tries) + attempts;
     if (answer.error != 0)
         text += std::string(": ") + strerror(answer.error);
     if (answer.tries > 0 && answer.error == 0)
@@ -148,18 +152,23 @@ const char* outcomeWord(int code) {
 }
 
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
-                  const std::string& unit) {
+                  const Link& link) {
     switch (answer.status) {
         case ExchangeStatus::Answered:
             return ofReply(command, request, answer.reply);
         case ExchangeStatus::NoAnswer:
-            return withoutAnswer(command, request, answer, unit);
+            return withoutAnswer(command, request, answer, link);
         case ExchangeStatus::Interrupted:
-            return interrupted(answer.tries > 0 ? readBackOffer(command) : "; it was not sent");
+            return interrupted(answer.tries > 0 ? readBackOffer(command)
+                                                : ". The command was not sent");
         case ExchangeStatus::Fault:
             break;
     }
-    return {kExitLocalFault, "cannot talk to " + unit + ": " + strerror(answer.error)};
+    return {kExitLocalFault, "cannot talk to " + link.unit + ": " + strerror(answer.error)};
+}
+
+std::string deadlineText(const Link& link) {
+    return "deadline of " + inSeconds(link.deadlineSeconds) + " reached";
 }
 
 Outcome interrupted(const std::string& what) {

@@ -39,9 +39,12 @@ struct Outcome {
     std::string message;  // what went wrong, empty when done
 };
 
-// `unit` is what messages call the unit.
+// Returns the outcome of a command that was sent over the link.
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
-                  const std::string& unit);
+                  const Link& link);
+
+// Returns "deadline of 1.0 s reached".
+std::string deadlineText(const Link& link);
 
 // The outcome of what a signal has ended.
 Outcome interrupted(const std::string& what);

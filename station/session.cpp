@@ -164,7 +164,7 @@ Result execute(Session* session, const PreparedCommand& prepared) {
     const Answer answer = ask(&session->link, prepared.request, prepared.retry);
     if (answer.tries > 0)
         session->bound = prepared.request.type != kTypeCancelTest;
-    result.outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link.unit);
+    result.outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link);
     result.seconds = answer.seconds;
     result.tries = answer.tries;
     if (answer.status == ExchangeStatus::Answered)

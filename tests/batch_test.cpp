@@ -48,8 +48,9 @@ TEST(Batch, CarriesOutALineAtATime) {
         {"set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\""},
         {"config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n"},
         {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
-        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "", "2 of 2 commands not sent"},
-        {"get mac", "-n --deadline 1e-9 run -", 3, "", "the deadline is over"},
+        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "",
+         "reached; 2 commands were not sent"},
+        {"get mac", "-n --deadline 1e-9 run -", 3, "", "deadline of 0.0 s reached"},
         {"get mac", "run $file.none", 7, "ERROR ", "No such file"},
     };
     for (const auto& row : rows) {
@@ -102,7 +103,7 @@ TEST(Batch, EndsOnASignal) {
     unit.remove("/seen");
     const std::string output = interruptedAt("sent to", "set oem-id x --yes", "--release");
     EXPECT_EQ(outcomes(output), "ABORTED ");
-    EXPECT_NE(output.find("`get oem-id` tells"), std::string::npos) << output;
+    EXPECT_NE(output.find("`get oem-id` shows it"), std::string::npos) << output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
     unit.write("/lines", "get mac\nset device-id abc");
@@ -114,7 +115,8 @@ TEST(Batch, EndsOnASignal) {
                                      "--local-port 1042 run " +
                                      lines + " 2>" + seen + "; } | { await received " + seen +
                                      "; kill $(cat " + pid + "); tr -d '\\0'; }");
-    EXPECT_NE(result.output.find("signal 15; it was not sent"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("signal 15. The command was not sent"), std::string::npos)
+        << result.output;
     expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }
 
@@ -124,6 +126,31 @@ TEST(Batch, AsksOnATerminal) {
     EXPECT_NE(shell("echo n" + erase).output.find("not confirmed"), std::string::npos);
     EXPECT_NE(shell("echo y" + erase).output.find("OK"), std::string::npos);
     EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
+}
+
+TEST(Batch, TwoCallsFromOnePort_TheSecondWaitsOrFails) {
+    Unit unit;
+    const std::string first = "sleep 1 | $station run - & ";
+    const ShellResult waited = shell(first + "sleep 0.3; $station --timeout 5 get mac; wait");
+    EXPECT_EQ(waited.output, "02-1A-2B-13-7B-00\n");
+    const ShellResult failed = shell(first +
+                                     "sleep 0.3; $station --timeout 0.1 get mac; echo $?; "
+                                     "$station --local-port 0 --release get mac; wait");
+    EXPECT_NE(failed.output.find("another mfgp-station talks to 127.0.0.1:1040 from port 1041"),
+              std::string::npos)
+        << failed.output;
+    EXPECT_NE(failed.output.find("\n7\n"), std::string::npos) << failed.output;
+}
+
+TEST(Batch, TheDeadline_IsNamedInTheMessage) {
+    Unit unit;
+    unit.write("/lines", "get mac\nget ssid\nget country");
+    kill(unit.daemon(), SIGSTOP);
+    expectRows({{"--deadline 0.3 run " + unit.path("/lines").string(), 3,
+                 "deadline of 0.3 s reached while waiting for the reply to `get mac` (1 attempt)"},
+                {"-k --deadline 0.3 run " + unit.path("/lines").string(), 3,
+                 "; 2 commands were not sent"}});
+    kill(unit.daemon(), SIGCONT);
 }
 
 TEST(Batch, ServesTwoUnitsFromOneStation) {
@@ -151,7 +178,7 @@ TEST(Batch, ExamplesRun) {
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
     const ShellResult line = shell(examples + "$station -y run production-line.txt");
     EXPECT_EQ(line.exitCode, 0) << line.output;
-    EXPECT_TRUE(std::regex_search(line.output, std::regex("get antenna-level +-61\n")));
+    EXPECT_TRUE(std::regex_search(line.output, std::regex("get antenna-level +-61 dBm\n")));
     const std::string check =
         examples + "MFGP_STATION=" + program(unit) + " ./check-limits --host 127.0.0.1";
     const ShellResult passed = shell(check);

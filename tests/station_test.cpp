@@ -31,7 +31,7 @@ TEST(StationClient, ReadsAUnit) {
         {"get oem-id", 1, "failed or refused outside produce mode (info 3)"},
         {"sheet", 1, "! failed or refused"},
         {"--user wrong get mac", 5, "wrong user name or password"},
-        {"--user wrong raw 3 55", 5, "was sent once and may have been done"},
+        {"--user wrong raw 3 55", 5, "was sent once, and the unit may have"},
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
         {"cancel", 0, "OK\n"},
@@ -171,13 +171,14 @@ TEST(StationClient, RepeatsReadsOnly) {
     EXPECT_NE(shell(late + "-o json get mac").output.find("\"tries\":3}"), std::string::npos);
     EXPECT_EQ(shell(late + "--deadline 30 wait").output, "OK\n");
     shell(stop);
-    expectRows({{"--timeout 0.1 set oem-id x", 3, "(1 try); it was sent once and may have"},
-                {"--timeout 0.1 --retries 2 set oem-id y", 3, "`get oem-id` tells"},
-                {"--timeout 0.1 --retries 1 get mac", 3, "(2 tries)"},
-                {"--deadline 0.2 get mac", 3, " s (1 try)"},
-                {"--deadline 4.5 --timeout 1 wait", 3, " tries)"},
-                {"--timeout 0.1 init", 3, "(3 tries); one whose MAC/PIN test was cancelled"},
-                {"--timeout 0.1 sheet", 3, "! no answer"},
+    expectRows({{"--timeout 0.1 set oem-id x", 3, "(1 attempt). The command was sent once"},
+                {"--timeout 0.1 --retries 2 set oem-id y", 3, "`get oem-id` shows it"},
+                {"--timeout 0.1 --retries 1 get mac", 3, "(2 attempts)"},
+                {"--deadline 0.2 get mac", 3,
+                 "deadline of 0.2 s reached while waiting for the reply to `get mac`"},
+                {"--deadline 4.5 --timeout 1 wait", 3, "deadline of 4.5 s reached while"},
+                {"--timeout 0.1 init", 3, "(3 attempts). A unit that was released after"},
+                {"--timeout 0.1 sheet", 3, "! no reply"},
                 {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
     kill(unit.daemon(), SIGCONT);
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
@@ -217,9 +218,11 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
         {account + "long get mac", 2, "is not two lines"},
         {account + "short get mac", 2, "is not two lines"},
         {account + "none get mac", 7, "cannot read"},
+        {"--interface nodev get mac", 7, "cannot use interface 'nodev': No such device"},
+        {"--interface lo " + account + "private get mac", 0, "02-1A"},
         {"--host no.such.host.invalid get mac", 7, "cannot find host"},
         {"--host 10.0.0.1 get mac", 7, "cannot talk to 10.0.0.1:1040: Network is unreachable"},
-        {"--host 10.0.0.1 --deadline 0.3 wait", 3, "(1 try): Network is unreachable"},
+        {"--host 10.0.0.1 --deadline 0.3 wait", 3, "(1 attempt): Network is unreachable"},
         {"--output-file /no/such/file get mac", 7, "cannot write '/no/such/file'"},
         {"-q list exit-codes > /dev/full", 7, "cannot write the results"},
     });
