@@ -161,6 +161,35 @@ bool runLine(BatchRun* batch, LineReader* lines, const std::string& line) {
                                      : recordResult(batch, unsent(words, outcome));
 }
 
+// Checks the account, reads the mode and prints it as the first row. Returns the exit code.
+int beginSheet(BatchRun* batch, Mode* mode) {
+    Session* const session = batch->session;
+    Result row;
+    row.command = "produce mode";
+    row.unit = session->link.unit;
+    row.outcome = proveAccount(session);
+    if (row.outcome.code == kExitDone)
+        *mode = readMode(session);
+    if (*mode != Mode::Unknown)
+        row.value = {*mode == Mode::Produce};
+    row.seconds = secondsSince(batch->start);
+    recordResult(batch, row);
+    return row.outcome.code;
+}
+
+// Reads one row of the sheet. A gated row outside produce mode is not sent. Returns true if the
+// sheet goes on.
+bool readRow(BatchRun* batch, const PreparedCommand& row, Mode mode) {
+    if (mode != Mode::Other || row.command->gate == Gate::Open)
+        return carryOut(batch, row);
+    batch->number++;
+    Result skipped = unsent({}, {kExitDone, "not readable: the unit is not in produce mode"});
+    skipped.command = row.command->name;
+    skipped.unit = batch->session->link.unit;
+    skipped.word = "SKIPPED";
+    return recordResult(batch, skipped);
+}
+
 int runStream(BatchRun* batch, LineReader* lines) {
     std::string line;
     LineEvent event = LineEvent::End;
@@ -200,11 +229,13 @@ int readSheet(const Options& options, Output* output) {
             recipe.push_back(prepareRow(command, options));
     batch.total = recipe.size();
     int code = openSession(&session);
+    Mode mode = Mode::Unknown;
+    if (code == kExitDone && !options.dryRun)
+        code = beginSheet(&batch, &mode);
     for (size_t i = 0; code == kExitDone && i < recipe.size(); i++) {
-        if (batch.last == kExitNoAnswer)  // else one that has gone off takes a minute
+        if (batch.last == kExitNoAnswer)  // otherwise a unit that was switched off takes a minute
             recipe[i].retry = {1, options.timeout};
-        const bool goesOn = carryOut(&batch, recipe[i]);
-        if (!goesOn || (i == 0 && batch.last == kExitNoAnswer))  // a unit that is off
+        if (!readRow(&batch, recipe[i], mode))
             break;
     }
     endSession(&session);

@@ -59,6 +59,8 @@ struct Row : Command {
     constexpr Row in(const char* measure) { unit = measure; return *this; }
     constexpr Row onSheet() { sheet = Sheet::Yes; return *this; }
     constexpr Row onlyOnce() { once = true; return *this; }
+    constexpr Row hidden() { isSecret = true; return *this; }
+    constexpr Row refusesAs(const char* meaning) { refusal = meaning; return *this; }
     constexpr Row shownBy(const char* read) { readBack = read; return *this; }
     constexpr Row slow(double seconds) { toolSeconds = seconds; return *this; }
 };
@@ -76,9 +78,9 @@ constexpr Command kCommands[] = {
     row(kTypeSpecial,     18, kTest,  kGated, "calibrate zigbee",           "restart the Zigbee test tool").sends("zigbeeMfg").slow(kServiceSeconds),
     row(kTypeSpecial,     18, kTest,  kGated, "calibrate zigbee-host",      "restart the Zigbee host").sends("zigbeeHost"),
     row(kTypeSpecial,     18, kTest,  kGated, "calibrate coexistence",      "start the coexistence test, which goes on by itself").sends("coext").shownBy("coexistence finished"),
-    row(kTypeSpecial,     18, kRead,  kGated, "coexistence finished",       "whether the coexistence test has ended (exit code 0)").sends("coextFinished"),
-    row(kTypeSpecial,     18, kRead,  kGated, "coexistence result",         "whether the coexistence test has passed (exit code 0)").sends("coextResult"),
-    row(kTypeSpecial,     50, kRead,  kGated, "get button",                 "whether the button wifi, reset or wps was pressed").takes("NAME", button).gives(decodeText, 10).nothingAt(kEmpty),
+    row(kTypeSpecial,     18, kRead,  kGated, "coexistence finished",       "whether the coexistence test has ended (exit code 0)").sends("coextFinished").refusesAs("the coexistence test has not ended"),
+    row(kTypeSpecial,     18, kRead,  kGated, "coexistence result",         "whether the coexistence test has passed (exit code 0)").sends("coextResult").refusesAs("the coexistence test has not passed"),
+    row(kTypeSpecial,     50, kRead,  kGated, "get button",                 "whether the button wifi, reset or wps was pressed").takes("NAME", button).gives(decodeText, 10).nothingAt(kEmpty).refusesAs("the unit is not in calibration mode"),
     row(kTypeSpecial,     53, kRead,  kOpen,  "get device-id",              "device ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,     54, kFlash, kGated, "set device-id",              "write the device ID; like every identity write, once per run of the daemon").takes("TEXT", identityText).onlyOnce().shownBy("get device-id"),
     row(kTypeSpecial,     55, kRead,  kOpen,  "get mac",                    "MAC address").gives(decodeText, 17).nothingAt(kEmpty).onSheet(),
@@ -96,14 +98,14 @@ constexpr Command kCommands[] = {
     row(kTypeSpecial,     70, kRead,  kOpen,  "get hardware-version",       "hardware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,     71, kRead,  kOpen,  "get firmware-version",       "firmware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,     75, kFlash, kGated, "set mac",                    "write the MAC address, name the default Wi-Fi network after it").takes("MAC", macAddress).onlyOnce().shownBy("get mac"),
-    row(kTypeSpecial,     76, kFlash, kOpen,  "set pin",                    "write the PIN").takes("PIN", pin).onlyOnce(),
+    row(kTypeSpecial,     76, kFlash, kOpen,  "set pin",                    "write the PIN").takes("PIN", pin).onlyOnce().hidden(),
     row(kTypeSpecial,     77, kFlash, kGated, "set group",                  "write the group data: gid, key and pack").takes("JSON|@FILE", groupObject).onlyOnce().shownBy("get group"),
     row(kTypeSpecial,     78, kRead,  kGated, "get group",                  "group data, as set group takes it").gives(decodeJson).onSheet(),
     row(kTypeSpecial,     79, kWrite, kGated, "generate group",             "let the unit make fresh group data for a number of units; nothing is stored").takes("COUNT", unitCount).gives(decodeJson),
     row(kTypeSpecial,     80, kWrite, kGated, "enable test-mode",           "switch the unit into test mode"),
     row(kTypeSpecial,     82, kFlash, kOpen,  "set model-name",             "write the model name").takes("TEXT", identityText).onlyOnce().shownBy("get model-name"),
-    row(kTypeSpecial,     86, kRead,  kGated, "get calibration",            "whether the unit is in calibration mode (exit code 0)").gives(decodeYes, 8),
-    row(kTypeSpecial,     87, kRead,  kGated, "get bluetooth",              "whether Bluetooth is on (exit code 0)").gives(decodeYes, 13),
+    row(kTypeSpecial,     86, kRead,  kGated, "get calibration",            "whether the unit is in calibration mode (exit code 0)").gives(decodeYes, 8).refusesAs("the unit is not in calibration mode"),
+    row(kTypeSpecial,     87, kRead,  kGated, "get bluetooth",              "whether Bluetooth is on (exit code 0)").gives(decodeYes, 13).refusesAs("Bluetooth is off"),
     row(kTypeSpecial,     88, kRead,  kGated, "fan status",                 "verdict of the fan test, one character").gives(decodeText).nothingAt(kEmpty),
     row(kTypeSpecial,     89, kTest,  kGated, "fan recheck",                "measure all fans at all gears again").sends(R"({"gear":255})").shownBy("fan status").slow(kServiceSeconds),
     row(kTypeSpecial,     90, kFlash, kOpen,  "set imei",                   "write the IMEI, 15 digits, to flash and modem, once per run of the daemon").takes("IMEI", imei).onlyOnce().shownBy("get imei").slow(kConsoleSeconds),

@@ -61,6 +61,38 @@ const char* accessName(Access access) {
     return kNames[static_cast<size_t>(access)];
 }
 
+bool isSecret(uint8_t type, uint8_t subType) {
+    const auto table = commands();
+    return std::any_of(table.begin(), table.end(), [=](const Command& command) {
+        return command.isSecret && command.type == type && command.subType == subType;
+    });
+}
+
+Words withoutSecrets(const Command* command, Words arguments) {
+    const std::string kHidden = "********";
+    unsigned type = 0;
+    unsigned subType = 0;
+    const bool isRaw = command != nullptr && command->type == kTypeFromWords &&
+                       arguments.size() > 2 && parseNumber(arguments[0], UINT8_MAX, &type) &&
+                       parseNumber(arguments[1], UINT8_MAX, &subType) &&
+                       isSecret(static_cast<uint8_t>(type), static_cast<uint8_t>(subType));
+    const size_t shown = isRaw ? 2 : command != nullptr && command->isSecret ? 0 : arguments.size();
+    for (size_t i = 0; i < arguments.size(); i++) {
+        const bool isPassword = arguments[i].starts_with("--password=");
+        if (i >= shown || (i > 0 && arguments[i - 1] == "--password"))
+            arguments[i] = kHidden;
+        else if (isPassword)
+            arguments[i] = "--password=" + kHidden;
+    }
+    return arguments;
+}
+
+const Command& commandNamed(std::string_view name) {
+    const auto table = commands();
+    return *std::find_if(table.begin(), table.end(),
+                         [name](const Command& command) { return command.name == name; });
+}
+
 Access accessOf(const Request& request) {
     Access most = Access::Read;
     for (const Command& command : commands())

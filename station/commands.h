@@ -57,6 +57,8 @@ struct Command {
     const char* unit = "";            // unit of measure
     Sheet sheet = Sheet::No;          // only for reads without arguments
     bool once = false;                // the unit does it once per run of its daemon
+    bool isSecret = false;            // its arguments are shown only with --show-secrets
+    const char* refusal = "";         // what info 3 says in produce mode, if not that a tool failed
     const char* readBack = nullptr;   // the command that shows what became of one without a reply
     double toolSeconds = 0;  // what the unit may wait for its tools, in addition to --timeout
 };
@@ -71,10 +73,20 @@ inline bool isRepeatable(const Command& command) {
 // "read", "poll", ...
 const char* accessName(Access access);
 
+// Returns the row of a name that is in the table.
+const Command& commandNamed(std::string_view name);
+
 // What the request does, also when it was given as a raw packet.
 Access accessOf(const Request& request);
 
 std::span<const Command> commands();
+
+// Returns true if the payload of this request is shown only with --show-secrets.
+bool isSecret(uint8_t type, uint8_t subType);
+
+// Returns a command's arguments with the secret ones hidden: the PIN, also in hexadecimal after
+// `raw`, and a password. `command` is null if the words do not name one.
+Words withoutSecrets(const Command* command, Words arguments);
 
 // Finds the row whose name the words begin with, the longest if there are several, and leaves the
 // words behind the name in *rest. Returns null when there is none.

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "station/commands.h"
 #include "station/explain.h"
 #include "station/interrupt.h"
 
@@ -162,6 +163,15 @@ void noteError(int error, Answer* answer) {
         answer->status = ExchangeStatus::Fault;
 }
 
+// Returns the verbosity for a datagram. The payload of a secret is not traced.
+unsigned traceLevel(const Link& link, const Bytes& datagram) {
+    constexpr unsigned kFieldsOnly = 2;
+    const bool hasType = datagram.size() >= kInnerHeaderSize;
+    const bool hides = !link.showSecrets && hasType &&
+                       isSecret(mfgp_type(datagram.data()), mfgp_subType(datagram.data()));
+    return hides ? std::min(link.verbosity, kFieldsOnly) : link.verbosity;
+}
+
 // Takes a datagram for the answer if it is one.
 void judge(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
            const Bytes& datagram, Answer* answer) {
@@ -169,8 +179,8 @@ void judge(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
     const bool fits = answers(answer->reply, type, sentIds);
     if (fits)
         answer->status = ExchangeStatus::Answered;
-    traceDatagram(link.verbosity, fits ? "received" : "ignored what answers no request of now",
-                  datagram, link.key);
+    traceDatagram(traceLevel(link, datagram),
+                  fits ? "received" : "ignored what answers no request of now", datagram, link.key);
 }
 
 void awaitReply(const Link& link, uint8_t type, double seconds,
@@ -201,7 +211,7 @@ int connectTo(Link* link) {
 // Sends one try. Without a way to the unit a patient one waits all the same, for there may be one
 // the next time.
 void sendTry(Link* link, const Bytes& datagram, const RetryPolicy& retry, Answer* answer) {
-    traceDatagram(link->verbosity, "sent to " + link->unit, datagram, link->key);
+    traceDatagram(traceLevel(*link, datagram), "sent to " + link->unit, datagram, link->key);
     answer->error = connectTo(link);
     if (answer->error == 0)
         answer->error = sendDatagram(link->fd, datagram);
@@ -222,6 +232,7 @@ void prepareLink(const Options& options, Link* link) {
     link->key = keyOf(options.user.value_or(""), options.password.value_or(""));
     link->nextId = static_cast<uint16_t>(options.packetId.value_or(firstPacketId()));
     link->verbosity = options.verbosity;
+    link->showSecrets = options.showSecrets;
     link->deadlineSeconds = options.deadline;
 }
 

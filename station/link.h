@@ -23,6 +23,7 @@ struct Link {
     Key key = {};
     uint16_t nextId = 0;
     unsigned verbosity = 0;
+    bool showSecrets = false;
     Clock::time_point deadline = Clock::time_point::max();  // no wait lasts longer
     double deadlineSeconds = 0;                             // the same as --deadline gives it
 

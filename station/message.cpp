@@ -66,6 +66,7 @@ bool lengthHolds(const uint8_t* datagram, size_t length) {
 void readHeader(const uint8_t* datagram, Reply* reply) {
     reply->hasId = true;
     reply->type = mfgp_type(datagram);
+    reply->code = mfgp_code(datagram);
     reply->info = mfgp_info(datagram);
     reply->subType = mfgp_subType(datagram);
     reply->packetId = packetIdOf(datagram);
@@ -144,7 +145,9 @@ Reply openReply(const uint8_t* datagram, size_t length, const Key& key) {
 bool answers(const Reply& reply, uint8_t type, const std::vector<uint16_t>& sentIds) {
     if (!reply.hasId)
         return true;
-    return reply.type == type &&
+    const bool isReply = reply.code == kReplyCode || reply.type == kTypeHeartbeat ||
+                         reply.info == kInfoUnknownSubType;
+    return isReply && reply.type == type &&
            std::find(sentIds.begin(), sentIds.end(), reply.packetId) != sentIds.end();
 }
 

@@ -132,6 +132,8 @@ constexpr Option kOptions[] = {
      "id of the first packet (any)"},
     {"verbose", 'v', kOutside, nullptr, raiseVerbosity,
      "tell what is done; twice: header fields as well; three times: plain and wire bytes as well"},
+    {"show-secrets", 0, kOutside, nullptr, setFlag<&Options::showSecrets>,
+     "show the PIN in results and traces, and a password in a faulty recipe line"},
     {"expect", 0, kAnywhere, "TEXT", nullptr,
      "exit code 1 when the value that comes back, as text, is another"},
     {"gear", 0, kAnywhere, "N", nullptr, "fan set: gear of the fans, 0 to 255"},

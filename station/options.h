@@ -43,6 +43,7 @@ struct Options {
     bool quiet = false;
     std::string outputFile;  // empty: standard output
     unsigned verbosity = 0;
+    bool showSecrets = false;
     bool help = false;
     bool version = false;
     std::vector<NamedValue> named;

@@ -90,13 +90,9 @@ const Info& infoOf(uint8_t code) {
 
 Outcome refusal(const Command& command, uint8_t code) {
     const Info& info = infoOf(code);
-    std::string text = info.meaning;
-    if (code == kInfoFailed && command.gate == Gate::ProduceMode)
-        text += " or refused outside produce mode";
-    text += " (info " + std::to_string(code) + ")";
-    // Their permissions are good for one write that succeeded; those of type 7 need none.
-    if (code == kInfoFailed && command.access >= Access::Flash && command.type == kTypeSpecial)
-        text += "; if it was done before in this run of the daemon, restart that";
+    if (code == kInfoFailed)
+        return {info.exit, refusalText(command, Mode::Unknown)};
+    std::string text = std::string(info.meaning) + " (info " + std::to_string(code) + ")";
     if (code == kInfoOtherPeer)
         text += "; the binding lapses after 60 s of silence or with `release` from that station";
     return {info.exit, text};
@@ -122,14 +118,16 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
             // A request without payload is digested over its header alone. So the unit obeys it
             // under any account, and a wrong one shows only in the payload that comes back.
             return {kExitAccount,
-                    "the digest of the reply is wrong: wrong user name or password, or a "
-                    "damaged datagram" +
+                    "cannot decrypt the reply: wrong user name or password for this unit. If the "
+                    "account is right, the datagram was damaged; try again" +
                         readBackOffer(command)};
         case DecodeStatus::Whole:
             break;
     }
     if (reply.info != kInfoSuccess)
         return refusal(command, reply.info);
+    if (reply.code != kReplyCode && command.format != nullptr)
+        return {kExitNotUnderstood, "the datagram is an echo of the request, not a reply"};
     if (reply.payload.size() < command.leastReply)
         return {kExitNotUnderstood,
                 "the reply is too short: " + std::to_string(reply.payload.size()) + " bytes, not " +
@@ -165,6 +163,28 @@ Outcome outcomeOf(const Command& command, const Request& request, const Answer& 
             break;
     }
     return {kExitLocalFault, "cannot talk to " + link.unit + ": " + strerror(answer.error)};
+}
+
+std::string refusalText(const Command& command, Mode mode) {
+    constexpr const char* kMode = "the unit is not in produce mode";
+    constexpr const char* kOnce =
+        "this field was already written since mfgpd started (restart mfgpd to write it again)";
+    constexpr const char* kTool = "the unit's tool failed (see its log)";
+    const std::string text = "refused or failed (info 3). ";
+    const bool isKnown = command.type != kTypeFromWords;
+    const bool isGated = command.gate == Gate::ProduceMode;
+    if (isGated && mode == Mode::Other)
+        return text + "Cause: " + kMode;
+    Words causes;
+    if (isGated && mode == Mode::Unknown)
+        causes.emplace_back(kMode);
+    if (command.once || !isKnown)
+        causes.emplace_back(kOnce);
+    causes.emplace_back(command.refusal[0] != '\0' ? command.refusal : kTool);
+    std::string list;
+    for (const std::string& cause : causes)
+        list += (list.empty() ? "" : "; ") + cause;
+    return text + (causes.size() == 1 ? "Cause: " : "Possible causes: ") + list;
 }
 
 std::string deadlineText(const Link& link) {

@@ -43,6 +43,12 @@ struct Outcome {
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
                   const Link& link);
 
+// What is known about the unit's mode.
+enum class Mode : uint8_t { Unknown, Produce, Other };
+
+// Returns the causes that a refusal with info 3 can have in this mode.
+std::string refusalText(const Command& command, Mode mode);
+
 // Returns "deadline of 1.0 s reached".
 std::string deadlineText(const Link& link);
 

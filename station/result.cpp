@@ -1,5 +1,6 @@
 #include "station/result.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -33,7 +34,16 @@ json_object* arrayOf(const Words& words) {
     return array;
 }
 
-Json objectOf(const Result& result) {
+Words shownArguments(const Result& result, const Output& output) {
+    const auto table = commands();
+    const auto row = std::find_if(table.begin(), table.end(), [&result](const Command& command) {
+        return command.name == result.command;
+    });
+    const Command* const command = row != table.end() ? &*row : nullptr;
+    return output.showSecrets ? result.arguments : withoutSecrets(command, result.arguments);
+}
+
+Json objectOf(const Result& result, const Output& output) {
     Json object(json_object_new_object());
     const auto add = [&object](const char* name, json_object* value) {
         json_object_object_add(object.get(), name, value);
@@ -41,7 +51,7 @@ Json objectOf(const Result& result) {
     const bool informed = result.info.has_value();
     add("schema", json_object_new_int(kSchema));
     add("command", jsonString(result.command));
-    add("arguments", arrayOf(result.arguments));
+    add("arguments", arrayOf(shownArguments(result, output)));
     add("unit", stringOrNull(result.unit));
     add("outcome",
         jsonString(result.word != nullptr ? result.word : outcomeWord(result.outcome.code)));
@@ -58,7 +68,7 @@ Json objectOf(const Result& result) {
 }
 
 void printJson(const Result& result, const Output& output) {
-    const Json object = output.quiet ? Json(jsonOf(result.value)) : objectOf(result);
+    const Json object = output.quiet ? Json(jsonOf(result.value)) : objectOf(result, output);
     if (object)
         fprintf(output.file, "%s\n", jsonLine(object.get()).c_str());
 }
@@ -80,7 +90,8 @@ void printText(const Result& result, Layout layout, const Output& output) {
     if (text.empty())
         text = result.value.exists() ? "(empty)" : "OK";
     Words name = {result.command};
-    name.insert(name.end(), result.arguments.begin(), result.arguments.end());
+    const Words arguments = shownArguments(result, output);
+    name.insert(name.end(), arguments.begin(), arguments.end());
     fprintf(output.file, "%-*s  %s\n", output.nameWidth, joined(name).c_str(), text.c_str());
 }
 

@@ -41,6 +41,7 @@ struct Output {
     File owned = {};      // an --output-file
     FILE* file = stdout;  // where results go: there until that is open
     int nameWidth = 0;    // columns of a row's name
+    bool showSecrets = false;
 };
 
 // Opens the --output-file, which it empties, if the options name one. Called late, so that a

@@ -206,6 +206,7 @@ int run(int argc, char** argv) {
     if (account.code != kExitDone)
         return complain(account.code, account.message);
     Output output = {options.format, options.quiet};
+    output.showSecrets = options.showSecrets;
     output.nameWidth = usageWidth(allCommands());
     const int code = runOptions(options, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");

@@ -66,6 +66,33 @@ void recordReply(const Command& command, const Reply& reply, Result* result) {
         result->value = command.format(reply);
 }
 
+// Sends a command and waits for its reply.
+Answer exchange(Session* session, const PreparedCommand& prepared) {
+    Answer answer = ask(&session->link, prepared.request, prepared.retry);
+    if (answer.tries > 0)
+        session->bound = prepared.request.type != kTypeCancelTest;
+    if (answer.status == ExchangeStatus::Answered && answer.reply.status == DecodeStatus::Whole &&
+        !answer.reply.payload.empty())
+        session->accountProven = true;
+    return answer;
+}
+
+// A request without payload has no part that depends on the key, so the unit obeys it under any
+// account. What changes the unit is sent only after a reply has proven the account.
+bool needsProof(const Session& session, const PreparedCommand& prepared) {
+    return !session.accountProven && accessOf(prepared.request) >= Access::Test &&
+           prepared.request.type != kTypeCancelTest;
+}
+
+// Names the cause of info 3, which is the same for a refusal outside produce mode and a failure.
+void nameCause(Session* session, const PreparedCommand& prepared, Result* result) {
+    const bool isAsked = result->outcome.code == kExitFailed && result->info == kInfoFailed &&
+                         prepared.command->gate == Gate::ProduceMode &&
+                         session->options.retries > 0;
+    if (isAsked)
+        result->outcome.message = refusalText(*prepared.command, readMode(session));
+}
+
 // Turns a PASS into a FAIL if the value means nothing or is not the expected one. A value that
 // means nothing is dropped; the raw reply stays.
 void judgeValue(const PreparedCommand& prepared, Result* result) {
@@ -157,18 +184,45 @@ int openSession(Session* session) {
     return kExitLocalFault;
 }
 
+Outcome proveAccount(Session* session) {
+    const PreparedCommand read = prepareRow(commandNamed("config get"), session->options);
+    const Answer answer = exchange(session, read);
+    Outcome outcome = outcomeOf(*read.command, read.request, answer, session->link);
+    if (outcome.code == kExitDone && !session->accountProven)
+        outcome = {kExitNotUnderstood, "the reply to `config get` has no payload"};
+    return outcome;
+}
+
+Mode readMode(Session* session) {
+    if (session->options.verbosity > 0)
+        say("asking `get product-id` to learn whether the unit is in produce mode");
+    PreparedCommand read = prepareRow(commandNamed("get product-id"), session->options);
+    read.retry.tries = 1;
+    const Answer answer = exchange(session, read);
+    if (answer.status != ExchangeStatus::Answered || answer.reply.status != DecodeStatus::Whole)
+        return Mode::Unknown;
+    const uint8_t info = answer.reply.info;
+    return info == kInfoSuccess ? Mode::Produce : info == kInfoFailed ? Mode::Other : Mode::Unknown;
+}
+
 Result execute(Session* session, const PreparedCommand& prepared) {
     if (session->options.dryRun)
         return showDatagram(session, prepared);
     Result result = resultOf(prepared, session->link.unit);
-    const Answer answer = ask(&session->link, prepared.request, prepared.retry);
-    if (answer.tries > 0)
-        session->bound = prepared.request.type != kTypeCancelTest;
+    if (needsProof(*session, prepared)) {
+        result.outcome = proveAccount(session);
+        if (result.outcome.code != kExitDone) {
+            result.outcome.message += ". `" + result.command + "` was not sent";
+            return result;
+        }
+    }
+    const Answer answer = exchange(session, prepared);
     result.outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link);
     result.seconds = answer.seconds;
     result.tries = answer.tries;
     if (answer.status == ExchangeStatus::Answered)
         recordReply(*prepared.command, answer.reply, &result);
+    nameCause(session, prepared, &result);
     judgeValue(prepared, &result);
     return result;
 }

@@ -21,7 +21,8 @@ struct Session {
     const Options& options;
     Output* output;
     Link link = {};
-    bool bound = false;  // by what this session has sent
+    bool bound = false;          // by what this session has sent
+    bool accountProven = false;  // a reply with a payload had the right digest
 };
 
 // Says that the words are no command, and which ones begin with the first.
@@ -41,6 +42,13 @@ int openSession(Session* session);
 
 // Carries the order out: asks the unit, or only shows the datagram.
 Result execute(Session* session, const PreparedCommand& prepared);
+
+// Reads something that the unit answers in any mode, with a payload: only a payload shows whether
+// the account is right. Returns the outcome of the read.
+Outcome proveAccount(Session* session);
+
+// Asks one gated read, once, and returns the mode that its reply shows.
+Mode readMode(Session* session);
 
 // Ends the session. With --release another station can have the unit. Does not wait: no answer
 // comes.

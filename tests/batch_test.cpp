@@ -36,7 +36,8 @@ TEST(Batch, CarriesOutALineAtATime) {
         const char* outcomes;
         const char* message;
     } rows[] = {
-        {failing, "--yes run -", 1, "PASS PASS FAIL ", "\"failed (info 3)\""},
+        {failing, "--yes run -", 1, "PASS PASS FAIL ",
+         "\"refused or failed (info 3). Cause: the unit's tool failed"},
         {failing, "--yes -k run -", 1, "PASS FAIL FAIL PASS ", "failed"},
         {"get button wps --expect 'BUTTON OK'\nget mac", "run -", 1, "FAIL ",
          "expected 'BUTTON OK', got 'BUTTON NOT OK'"},
@@ -90,19 +91,24 @@ TEST(Batch, EndsOnASignal) {
     shell("mkfifo " + unit.path("/pipe").string());
     // The output of a station that gets the signal when it has said the word.
     const auto interruptedAt = [&](const std::string& word, const std::string& line,
-                                   const std::string& options) {
+                                   const std::string& options, int times = 1) {
         const ShellResult result =
-            shell("{ echo " + line + " >&0; { await '" + word + "' " + seen +
+            shell("{ { echo " + line + "; } >" + unit.path("/pipe").string() + " & { await '" +
+                  word + "' " + seen + " " + std::to_string(times) +
                   "; kill -INT $$; } & exec $station -v -o json " + options + " run - >" + seen +
                   " 2>&1; } <>" + unit.path("/pipe").string());
         EXPECT_EQ(result.exitCode, 128 + SIGINT);
         return unit.read("/seen");
     };
     EXPECT_EQ(outcomes(interruptedAt("PASS", "get mac", "")), "PASS ");
-    kill(unit.daemon(), SIGSTOP);
     unit.remove("/seen");
-    const std::string output = interruptedAt("sent to", "set oem-id x --yes", "--release");
-    EXPECT_EQ(outcomes(output), "ABORTED ");
+    // The daemon stands still after the reply that proves the account.
+    const std::string output =
+        interruptedAt("sent to",
+                      "get mac; await PASS " + seen + "; kill -STOP " +
+                          std::to_string(unit.daemon()) + "; echo set oem-id x --yes",
+                      "--release", 2);
+    EXPECT_EQ(outcomes(output), "PASS ABORTED ");
     EXPECT_NE(output.find("`get oem-id` shows it"), std::string::npos) << output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
