@@ -60,8 +60,7 @@ std::string macAddress(const Words& words, Request* request) {
 std::string pin(const Words& words, Request* request) {
     constexpr size_t kLength = 8;
     if (words[0].size() != kLength)
-        return "PIN '" + words[0] + "' has " + std::to_string(words[0].size()) +
-               " characters, not 8";
+        return "PIN has " + std::to_string(words[0].size()) + " characters, not 8";
     if (!std::all_of(words[0].begin(), words[0].end(), isPrintable))
         return "PIN holds a character that cannot be printed";
     putText(words[0], request);

@@ -3,26 +3,12 @@
 // as many words as the command's row names.
 #pragma once
 
-#include <algorithm>
 #include <string>
 
 #include "station/message.h"
 #include "station/options.h"
 
 namespace station {
-
-template <size_t kSize>
-struct Literal {
-    consteval Literal(const char (&literal)[kSize]) { std::copy_n(literal, kSize, text); }
-    char text[kSize] = {};
-};
-
-// No words: the payload is the same text every time.
-template <Literal kLiteral>
-std::string fixedText(const Words&, Request* request) {
-    request->payload.assign(std::begin(kLiteral.text), std::end(kLiteral.text) - 1);
-    return "";
-}
 
 // MAC of one station, with colons, dashes or nothing between the bytes: six bytes.
 std::string macAddress(const Words& words, Request* request);
@@ -45,8 +31,7 @@ std::string unitCount(const Words& words, Request* request);
 // VALUE: a whole number, the module's test mode.
 std::string ftmValue(const Words& words, Request* request);
 
-// MODULE NAME=VALUE...: the fields of the module's antenna test, each once and in any order. One
-// TEXT alone is sent as it is.
+// MODULE NAME=VALUE...: the fields of the module's antenna test, each once and in any order.
 std::string antennaFields(const Words& words, Request* request);
 
 // IMEI: 15 digits. The unit takes other texts too, but one write alone in a run of its daemon.

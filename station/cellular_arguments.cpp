@@ -58,7 +58,7 @@ std::string namesOf(const AntennaForm& form) {
 
 // Takes one NAME=VALUE into its place in *values. A dash parts the fields on the wire, so that no
 // value can have a sign.
-std::string takeField(const AntennaForm& form, const std::string& word, Words* values) {
+std::string readField(const AntennaForm& form, const std::string& word, Words* values) {
     const size_t equals = word.find('=');
     const std::string name = word.substr(0, equals);
     const auto place = std::find(form.fields.begin(), form.fields.end(), name);
@@ -79,7 +79,7 @@ std::string takeField(const AntennaForm& form, const std::string& word, Words* v
 std::string namedFields(const AntennaForm& form, const Words& words, Request* request) {
     Words values(form.fields.size());
     for (size_t i = 1; i < words.size(); i++) {
-        std::string wrong = takeField(form, words[i], &values);
+        std::string wrong = readField(form, words[i], &values);
         if (!wrong.empty())
             return wrong;
     }
@@ -106,14 +106,10 @@ std::string antennaFields(const Words& words, Request* request) {
     for (const AntennaForm& form : kAntennaForms)
         if (!words.empty() && words[0] == form.module)
             return namedFields(form, words, request);
-    if (words.size() == 1 && !words[0].empty()) {
-        putText(words[0], request);
-        return "";
-    }
     std::string modules;
     for (const AntennaForm& form : kAntennaForms)
         modules += (modules.empty() ? "" : ", ") + std::string(form.module);
-    return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules + ") or one TEXT";
+    return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules + ")";
 }
 
 std::string imei(const Words& words, Request* request) {

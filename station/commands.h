@@ -5,9 +5,9 @@
 #include <span>
 #include <string>
 
-#include "station/json_values.h"
 #include "station/message.h"
 #include "station/options.h"
+#include "station/values.h"
 
 namespace station {
 
@@ -35,20 +35,36 @@ enum class Sheet : uint8_t { No, Yes };
 // In a row's type: type and sub-type come from the words, and any reply is shown as it is.
 inline constexpr uint8_t kTypeFromWords = 0;
 
+// A value that stands for "no reading" or "not set".
+struct Nothing {
+    const char* text;  // this text; with * at its end, any that begins so; "": empty
+    const char* meaning;
+};
+
 struct Command {
     const char* name;  // words with one space between them
     uint8_t type;
     uint8_t subType;  // of an encrypted command the inner one
     Access access;
     Gate gate;
-    Sheet sheet;            // only for reads without arguments
-    const char* arguments;  // as help shows them, empty when there are none
-    ArgumentBuilder build;
-    const Form* form;  // null: the reply carries no value
     const char* help;
-    const char* readBack = nullptr;  // the command that tells what became of one without an answer
-    double unitSeconds = 0;  // what the unit may wait for its tools, given to it above --timeout
+    const char* arguments = "";       // as help shows them, empty when there are none
+    ArgumentBuilder build = nullptr;  // null: no arguments, the payload is fixedPayload
+    const char* fixedPayload = "";
+    ReplyFormat format = nullptr;     // null: the reply carries no value
+    Nothing nothing = {nullptr, ""};  // text null: every value says something
+    size_t leastReply = 0;            // payload bytes; a shorter reply is not understood
+    const char* unit = "";            // unit of measure
+    Sheet sheet = Sheet::No;          // only for reads without arguments
+    bool once = false;                // the unit does it once per run of its daemon
+    bool isSecret = false;            // its arguments are shown only with --show-secrets
+    const char* refusal = "";         // what info 3 says in produce mode, if not that a tool failed
+    const char* readBack = nullptr;   // the command that shows what became of one without a reply
+    double toolSeconds = 0;  // what the unit may wait for its tools, in addition to --timeout
 };
+
+// Returns true if the value is one that the command's row lists as nothing.
+bool isNothing(const Command& command, const Value& value);
 
 inline bool isRepeatable(const Command& command) {
     return command.access <= Access::Poll;
@@ -57,17 +73,27 @@ inline bool isRepeatable(const Command& command) {
 // "read", "poll", ...
 const char* accessName(Access access);
 
+// Returns the row of a name that is in the table.
+const Command& commandNamed(std::string_view name);
+
 // What the request does, also when it was given as a raw packet.
 Access accessOf(const Request& request);
 
 std::span<const Command> commands();
 
+// Returns true if the payload of this request is shown only with --show-secrets.
+bool isSecret(uint8_t type, uint8_t subType);
+
+// Returns a command's arguments with the secret ones hidden: the PIN, also in hexadecimal after
+// `raw`, and a password. `command` is null if the words do not name one.
+Words withoutSecrets(const Command* command, Words arguments);
+
 // Finds the row whose name the words begin with, the longest if there are several, and leaves the
 // words behind the name in *rest. Returns null when there is none.
 const Command* findCommand(const Words& words, Words* rest);
 
-// Fills the request of a command. The options that the row's arguments name must be there, no
-// others; their values reach the row's builder as words behind the others, in the row's order.
+// Fills the request of a command. The options that the row's arguments name must be there, and no
+// others. Their values reach the row's builder as words after the other words, in the row's order.
 // Returns what is wrong with the words, or an empty text.
 std::string buildCommand(const Command& command, Words words, const std::vector<NamedValue>& named,
                          Request* request);

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <iterator>
 
-#include "commands/json_handle.h"
 #include "station/commands.h"
 #include "station/diagnostics.h"
 #include "station/outcome.h"
@@ -12,12 +11,12 @@
 namespace station {
 namespace {
 
-void addNumber(json_object* fields, const char* name, uint32_t value) {
-    json_object_object_add(fields, name, json_object_new_int64(value));
+void addNumber(Record* fields, const char* name, uint32_t value) {
+    fields->members.push_back({name, numberOrText(std::to_string(value))});
 }
 
-void addText(json_object* fields, const char* name, const std::string& text) {
-    json_object_object_add(fields, name, jsonString(text));
+void addText(Record* fields, const char* name, const std::string& text) {
+    fields->members.push_back({name, {text}});
 }
 
 const char* typeName(uint8_t type) {
@@ -38,32 +37,32 @@ std::string commandNames(uint8_t type, uint8_t subType) {
 }
 
 // The twelve bytes that outer and inner header have in common.
-void addHeader(json_object* fields, const uint8_t* header) {
+void addHeader(Record* fields, const uint8_t* header) {
     const bool isReply = mfgp_code(header) == kReplyCode;
     const uint8_t* const id = mfgp_packetId(header);
     addText(fields, "direction", isReply ? "reply" : "request");
     addNumber(fields, "version", mfgp_version(header));
     addNumber(fields, "type", mfgp_type(header));
-    addText(fields, "type_name", typeName(mfgp_type(header)));
+    addText(fields, "type name", typeName(mfgp_type(header)));
     addNumber(fields, "code", mfgp_code(header));
     addNumber(fields, "info", mfgp_info(header));
     addText(fields, "meaning", isReply ? infoMeaning(mfgp_info(header)) : "none in a request");
     addNumber(fields, "length", mfgp_payloadLength(header));
-    addText(fields, "packet_id", "0x" + hexOf({id, 2}));
-    addNumber(fields, "sub_type", mfgp_subType(header));
+    addText(fields, "packet id", "0x" + hexOf({id, 2}));
+    addNumber(fields, "sub type", mfgp_subType(header));
     addNumber(fields, "reserved", mfgp_reserved(header));
 }
 
-void addPayload(json_object* fields, const Bytes& plain, const Reply& reply) {
+void addPayload(Record* fields, const Bytes& plain, const Reply& reply) {
     const auto type = mfgp_type(plain.data());
     if (type == kTypeEncrypted && plain.size() >= kHeaderSize + kInnerHeaderSize) {
-        json_object* const inner = json_object_new_object();
-        addHeader(inner, mfgp_payload(plain.data()));
-        json_object_object_add(fields, "inner", inner);
+        Record inner;
+        addHeader(&inner, mfgp_payload(plain.data()));
+        fields->members.push_back({"inner", {inner}});
     }
     addText(fields, "command", commandNames(type, reply.subType));
     addText(fields, "payload", hexOf(reply.payload));
-    addText(fields, "text", kText.text(reply));
+    addText(fields, "text", textOf(decodeText(reply)));
 }
 
 std::string hexDump(const std::string& title, std::span<const uint8_t> bytes) {
@@ -82,46 +81,41 @@ std::string hexDump(const std::string& title, std::span<const uint8_t> bytes) {
 
 }  // namespace
 
-const char* readingText(Reading reading) {
-    switch (reading) {
-        case Reading::Empty:
+const char* decodeStatusText(DecodeStatus status) {
+    switch (status) {
+        case DecodeStatus::Empty:
             return "empty: the unit does not know the packet type";
-        case Reading::ShortForm:
+        case DecodeStatus::ShortForm:
             return "short form: the unit does not know the version";
-        case Reading::Malformed:
+        case DecodeStatus::Malformed:
             return "malformed: version or a length cannot be right";
-        case Reading::WrongDigest:
+        case DecodeStatus::WrongDigest:
             return "wrong digest: another account, or damaged";
-        case Reading::Whole:
+        case DecodeStatus::Whole:
             break;
     }
     return "whole";
 }
 
-json_object* explainDatagram(const Bytes& datagram, const Key& key) {
-    json_object* const fields = json_object_new_object();
+Record explainDatagram(const Bytes& datagram, const Key& key) {
+    Record fields;
     const Reply reply = openReply(datagram.data(), datagram.size(), key);
-    addText(fields, "reading", readingText(reply.reading));
+    addText(&fields, "reading", decodeStatusText(reply.status));
     if (datagram.size() >= kInnerHeaderSize)
-        addHeader(fields, datagram.data());
+        addHeader(&fields, datagram.data());
     if (datagram.size() >= kHeaderSize)
-        addText(fields, "digest", hexOf({mfgp_digest(datagram.data()), kDigestSize}));
-    if (reply.reading == Reading::Whole)
-        addPayload(fields, plainPacket(datagram.data(), datagram.size(), key), reply);
+        addText(&fields, "digest", hexOf({mfgp_digest(datagram.data()), kDigestSize}));
+    if (reply.status == DecodeStatus::Whole)
+        addPayload(&fields, plainPacket(datagram.data(), datagram.size(), key), reply);
     return fields;
 }
 
-std::string fieldLines(json_object* fields, const std::string& prefix) {
-    std::string lines;
-    json_object_object_foreach(fields, key, value) {
-        std::string name = prefix + key;
-        std::replace(name.begin(), name.end(), '_', ' ');
-        lines += lines.empty() ? "" : "\n";
-        lines += json_object_is_type(value, json_type_object) != 0
-                     ? fieldLines(value, name + " ")
-                     : name + ": " + json_object_get_string(value);
-    }
-    return lines;
+Record headerFields(const Bytes& datagram, const Key& key) {
+    Record fields = explainDatagram(datagram, key);
+    std::erase_if(fields.members, [](const Member& member) {
+        return member.name == "payload" || member.name == "text";
+    });
+    return fields;
 }
 
 void traceDatagram(unsigned verbosity, const std::string& what, const Bytes& datagram,
@@ -133,11 +127,8 @@ void traceDatagram(unsigned verbosity, const std::string& what, const Bytes& dat
     say(what + ": " + std::to_string(datagram.size()) + " bytes");
     if (verbosity < kFields)
         return;
-    const Json fields(explainDatagram(datagram, key));
-    if (verbosity < kBytes)
-        for (const char* secret : {"payload", "text"})
-            json_object_object_del(fields.get(), secret);
-    say(fieldLines(fields.get()));
+    say(textOf(
+        {verbosity < kBytes ? headerFields(datagram, key) : explainDatagram(datagram, key)}));
     if (verbosity < kBytes)
         return;
     if (datagram.size() > kHeaderSize)

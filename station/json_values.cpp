@@ -1,25 +1,79 @@
 #include "station/json_values.h"
 
-#include <algorithm>
+#include <json-c/json_visit.h>
+
 #include <cctype>
-#include <charconv>
 #include <cmath>
-#include <iterator>
-#include <sstream>
-#include <vector>
+#include <cstdio>
+#include <memory>
 
 namespace station {
 namespace {
 
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);)
-        parts.push_back(part);
-    return parts;
+json_object* objectOf(const std::vector<Member>& members) {
+    json_object* const object = json_object_new_object();
+    for (const Member& member : members)
+        json_object_object_add(object, jsonKey(member.name).c_str(), jsonOf(member.value));
+    return object;
+}
+
+json_object* arrayOf(const std::vector<Value>& items) {
+    json_object* const array = json_object_new_array();
+    for (const Value& item : items)
+        json_object_array_add(array, jsonOf(item));
+    return array;
+}
+
+int stopAtInfinity(json_object* object, int, json_object*, const char*, size_t*, void* found) {
+    const bool isNumber = json_object_is_type(object, json_type_double) != 0;
+    if (!isNumber || std::isfinite(json_object_get_double(object)))
+        return JSON_C_VISIT_RETURN_CONTINUE;
+    *static_cast<bool*>(found) = true;
+    return JSON_C_VISIT_RETURN_STOP;
+}
+
+// Returns the code point of the UTF-8 sequence at *at, and moves *at behind the sequence.
+// json-c writes no other encoding.
+uint32_t nextCodePoint(std::string_view text, size_t* at) {
+    const auto byteAt = [text](size_t place) -> uint32_t {
+        return place < text.size() ? static_cast<uint8_t>(text[place]) : 0;
+    };
+    const uint32_t first = byteAt(*at);
+    const unsigned more = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first >= 0xC0 ? 1 : 0;
+    uint32_t point = more == 0 ? first : first & (0x3FU >> more);
+    for (unsigned i = 1; i <= more; i++)
+        point = point << 6 | (byteAt(*at + i) & 0x3F);
+    *at += more + 1;
+    return point;
+}
+
+void appendEscape(uint32_t unit, std::string* line) {
+    char escape[8];
+    snprintf(escape, sizeof escape, "\\u%04x", unit & 0xFFFF);
+    *line += escape;
 }
 
 }  // namespace
+
+json_object* jsonOf(const Value& value) {
+    struct Visitor {
+        json_object* operator()(std::monostate) { return nullptr; }
+        json_object* operator()(const std::string& text) { return jsonString(text); }
+        json_object* operator()(bool yes) { return json_object_new_boolean(yes ? 1 : 0); }
+        json_object* operator()(const Number& number) {
+            return number.isWhole ? json_object_new_int64(number.whole)
+                                  : json_object_new_double(number.real);
+        }
+        json_object* operator()(const Flags& flags) { return objectOf(membersOf(flags)); }
+        json_object* operator()(const List& list) { return arrayOf(list.items); }
+        json_object* operator()(const Record& record) { return objectOf(record.members); }
+        json_object* operator()(const ParsedJson& json) {
+            return json_object_get(json.object.get());
+        }
+        json_object* operator()(const RawReply& raw) { return jsonString(dottedText(raw.payload)); }
+    };
+    return std::visit(Visitor{}, value.of);
+}
 
 std::string jsonKey(const std::string& name) {
     std::string key;
@@ -34,82 +88,39 @@ json_object* jsonString(const std::string& text) {
     return json_object_new_string_len(shown.data(), static_cast<int>(shown.size()));
 }
 
-json_object* jsonNumber(const std::string& text) {
-    const char* const end = text.data() + text.size();
-    int64_t whole = 0;
-    const std::from_chars_result result = std::from_chars(text.data(), end, whole);
-    if (result.ec == std::errc() && result.ptr == end)
-        return json_object_new_int64(whole);
-    double number = 0;
-    const auto [place, error] = std::from_chars(text.data(), end, number);
-    if (error == std::errc() && place == end && std::isfinite(number))
-        return json_object_new_double(number);
-    return jsonString(text);
+json_object* parseJson(const std::string& text) {
+    const std::unique_ptr<json_tokener, decltype(&json_tokener_free)> parser(json_tokener_new(),
+                                                                             json_tokener_free);
+    json_tokener_set_flags(parser.get(), JSON_TOKENER_STRICT);
+    json_object* const object =
+        json_tokener_parse_ex(parser.get(), text.data(), static_cast<int>(text.size()) + 1);
+    const bool isWhole = json_tokener_get_error(parser.get()) == json_tokener_success &&
+                         json_tokener_get_parse_end(parser.get()) >= text.size();
+    bool isInfinite = false;
+    if (object != nullptr)
+        json_c_visit(object, 0, stopAtInfinity, &isInfinite);
+    if (isWhole && !isInfinite)
+        return object;
+    json_object_put(object);
+    return nullptr;
 }
 
-json_object* jsonYes(const std::string&) {
-    return json_object_new_boolean(1);
-}
-
-// From "Wi-Fi on, guest Wi-Fi off".
-json_object* jsonFlags(const std::string& text) {
-    json_object* const object = json_object_new_object();
-    for (std::string part : split(text, ',')) {
-        part.erase(0, part.find_first_not_of(' '));
-        const size_t blank = part.rfind(' ');
-        json_object_object_add(object, jsonKey(part.substr(0, blank)).c_str(),
-                               json_object_new_boolean(part.substr(blank + 1) == "on" ? 1 : 0));
+std::string jsonLine(json_object* object) {
+    const std::string_view utf8 = json_object_to_json_string_ext(
+        object, JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
+    std::string line;
+    for (size_t at = 0; at < utf8.size();) {
+        const uint32_t point = nextCodePoint(utf8, &at);
+        if (point < 0x7F) {
+            line += static_cast<char>(point);
+        } else if (point < 0x10000) {
+            appendEscape(point, &line);
+        } else {
+            appendEscape(0xD800 + ((point - 0x10000) >> 10), &line);
+            appendEscape(0xDC00 + (point & 0x3FF), &line);
+        }
     }
-    return object;
-}
-
-// From "2 fans: 3600 3540".
-json_object* jsonFans(const std::string& text) {
-    json_object* const array = json_object_new_array();
-    std::istringstream words(text.substr(std::min(text.find(':') + 1, text.size())));
-    for (std::string word; words >> word;)
-        json_object_array_add(array, jsonNumber(word));
-    return array;
-}
-
-// From lines of "name: value".
-json_object* jsonConfig(const std::string& text) {
-    json_object* const object = json_object_new_object();
-    for (const std::string& line : split(text, '\n')) {
-        const size_t colon = line.find(": ");
-        const std::string key = jsonKey(line.substr(0, colon));
-        const std::string value = line.substr(colon + 2);
-        json_object_object_add(object, key.c_str(),
-                               key == "enabled" ? jsonFlags(value) : jsonString(value));
-    }
-    return object;
-}
-
-// From "VERSION,VENDOR,PRODUCT,SERIAL;" for each device.
-json_object* jsonDevices(const std::string& text) {
-    static constexpr const char* kNames[] = {"version", "vendor", "product", "serial"};
-    json_object* const array = json_object_new_array();
-    for (const std::string& device : split(text, ';')) {
-        const std::vector<std::string> values = split(device, ',');
-        if (values.size() < 2)
-            continue;  // there is none
-        json_object* const fields = json_object_new_object();
-        for (size_t i = 0; i < std::size(kNames); i++)
-            json_object_object_add(fields, kNames[i],
-                                   jsonString(i < values.size() ? values[i] : ""));
-        json_object_array_add(array, fields);
-    }
-    return array;
-}
-
-json_object* jsonParsed(const std::string& text) {
-    json_object* const parsed = json_tokener_parse(text.c_str());
-    return parsed != nullptr ? parsed : jsonString(text);
-}
-
-json_object* jsonRaw(const std::string& text) {
-    static constexpr std::string_view kLabel = "\ntext: ";
-    return jsonString(text.substr(text.find(kLabel) + kLabel.size()));
+    return line;
 }
 
 }  // namespace station

@@ -14,7 +14,7 @@ bool isBlank(char character) {
     return character == ' ' || character == '\t';
 }
 
-bool takeLine(LineReader* reader, std::string* line) {
+bool extractLine(LineReader* reader, std::string* line) {
     const size_t end = reader->ahead.find('\n');
     if (end == std::string::npos)
         return false;
@@ -46,7 +46,7 @@ bool readWord(const std::string& line, size_t* at, std::string* word) {
 
 LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line) {
     std::array<char, 4096> part = {};
-    while (!takeLine(reader, line)) {
+    while (!extractLine(reader, line)) {
         if (reader->ahead.size() > kMostLineBytes) {
             errno = EMSGSIZE;
             return LineEvent::Fault;

@@ -1,17 +1,21 @@
 #include "station/link.h"
 
+#include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
 
+#include "station/commands.h"
 #include "station/explain.h"
 #include "station/interrupt.h"
 
@@ -66,10 +70,48 @@ std::string bindLocal(int fd, const Options& options) {
             return unresolved;
     }
     local.sin_port = htons(static_cast<uint16_t>(options.localPort));
+    const std::string& device = options.interface;
+    // Before bind: an unprivileged user may name the interface of a socket only once.
+    if (!device.empty() && setsockopt(fd, SOL_SOCKET, SO_BINDTODEVICE, device.c_str(),
+                                      static_cast<socklen_t>(device.size())) != 0) {
+        const bool needsRights = errno == EPERM;
+        return systemError("cannot use interface '" + device + "'") +
+               (needsRights ? " (kernels before 5.7 need root or CAP_NET_RAW)" : "");
+    }
     if (setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) != 0 ||
         bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0)
         return systemError("cannot send from " + options.bindAddress + " port " +
                            std::to_string(options.localPort));
+    return "";
+}
+
+// Takes the lock for this local port, unit and interface, so that two calls at the same time do not
+// receive each other's replies. The lock is an abstract socket name: the kernel frees it when the
+// process ends, however it ends, and each network namespace has its own. Waits for at most
+// --timeout. Returns what went wrong, or an empty text.
+std::string lockUnit(const Options& options, Link* link) {
+    if (options.localPort == 0)
+        return "";
+    char host[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &link->address.sin_addr, host, sizeof host);
+    const std::string name = "mfgp-station/" + std::to_string(options.localPort) + '/' + host +
+                             ':' + std::to_string(options.port) + '/' + options.interface;
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    name.copy(address.sun_path + 1, sizeof address.sun_path - 1);
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 +
+                                               std::min(name.size(), sizeof address.sun_path - 1));
+    link->lock = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const auto end = std::min(secondsFromNow(options.timeout), link->deadline);
+    while (bind(link->lock, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
+        if (errno != EADDRINUSE)
+            return systemError("cannot lock " + link->unit);
+        if (Clock::now() >= end)
+            return "another mfgp-station talks to " + link->unit + " from port " +
+                   std::to_string(options.localPort) +
+                   "; wait until it ends, or use another --local-port";
+        usleep(20000);
+    }
     return "";
 }
 
@@ -118,7 +160,16 @@ void noteError(int error, Answer* answer) {
         return;
     answer->error = error;
     if (!isNetworkReport(error))
-        answer->delivery = Delivery::Fault;
+        answer->status = ExchangeStatus::Fault;
+}
+
+// Returns the verbosity for a datagram. The payload of a secret is not traced.
+unsigned traceLevel(const Link& link, const Bytes& datagram) {
+    constexpr unsigned kFieldsOnly = 2;
+    const bool hasType = datagram.size() >= kInnerHeaderSize;
+    const bool hides = !link.showSecrets && hasType &&
+                       isSecret(mfgp_type(datagram.data()), mfgp_subType(datagram.data()));
+    return hides ? std::min(link.verbosity, kFieldsOnly) : link.verbosity;
 }
 
 // Takes a datagram for the answer if it is one.
@@ -127,9 +178,9 @@ void judge(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
     answer->reply = openReply(datagram.data(), datagram.size(), link.key);
     const bool fits = answers(answer->reply, type, sentIds);
     if (fits)
-        answer->delivery = Delivery::Answered;
-    traceDatagram(link.verbosity, fits ? "received" : "ignored what answers no request of now",
-                  datagram, link.key);
+        answer->status = ExchangeStatus::Answered;
+    traceDatagram(traceLevel(link, datagram),
+                  fits ? "received" : "ignored what answers no request of now", datagram, link.key);
 }
 
 void awaitReply(const Link& link, uint8_t type, double seconds,
@@ -137,10 +188,10 @@ void awaitReply(const Link& link, uint8_t type, double seconds,
     const auto end = std::min(secondsFromNow(seconds), link.deadline);
     Bytes datagram;
     for (int left = 0;
-         answer->delivery == Delivery::NoAnswer && (left = millisecondsUntil(end)) > 0;) {
+         answer->status == ExchangeStatus::NoAnswer && (left = millisecondsUntil(end)) > 0;) {
         const int error = receiveDatagram(link.fd, left, &datagram);
         if (interruptSignal() != 0)
-            answer->delivery = Delivery::Interrupted;
+            answer->status = ExchangeStatus::Interrupted;
         else if (error != 0)
             noteError(error, answer);
         else
@@ -159,20 +210,21 @@ int connectTo(Link* link) {
 
 // Sends one try. Without a way to the unit a patient one waits all the same, for there may be one
 // the next time.
-void sendTry(Link* link, const Bytes& datagram, const Patience& patience, Answer* answer) {
-    traceDatagram(link->verbosity, "sent to " + link->unit, datagram, link->key);
+void sendTry(Link* link, const Bytes& datagram, const RetryPolicy& retry, Answer* answer) {
+    traceDatagram(traceLevel(*link, datagram), "sent to " + link->unit, datagram, link->key);
     answer->error = connectTo(link);
     if (answer->error == 0)
         answer->error = sendDatagram(link->fd, datagram);
-    if (answer->error != 0 && !(patience.whateverTheNetwork && isNetworkReport(answer->error)))
-        answer->delivery = Delivery::Fault;
+    if (answer->error != 0 && !(retry.whateverTheNetwork && isNetworkReport(answer->error)))
+        answer->status = ExchangeStatus::Fault;
 }
 
 }  // namespace
 
 Link::~Link() {
-    if (fd >= 0)
-        close(fd);
+    for (const int owned : {fd, lock})
+        if (owned >= 0)
+            close(owned);
 }
 
 void prepareLink(const Options& options, Link* link) {
@@ -180,6 +232,8 @@ void prepareLink(const Options& options, Link* link) {
     link->key = keyOf(options.user.value_or(""), options.password.value_or(""));
     link->nextId = static_cast<uint16_t>(options.packetId.value_or(firstPacketId()));
     link->verbosity = options.verbosity;
+    link->showSecrets = options.showSecrets;
+    link->deadlineSeconds = options.deadline;
 }
 
 std::string openLink(const Options& options, Link* link) {
@@ -189,26 +243,29 @@ std::string openLink(const Options& options, Link* link) {
     link->fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (link->fd < 0)
         return systemError("cannot open a socket");
-    return bindLocal(link->fd, options);
+    const std::string wrong = bindLocal(link->fd, options);
+    return wrong.empty() ? lockUnit(options, link) : wrong;
 }
 
-Answer ask(Link* link, const Request& request, const Patience& patience) {
+Answer ask(Link* link, const Request& request, const RetryPolicy& retry) {
     Answer answer;
     std::vector<uint16_t> sentIds;
     const auto start = Clock::now();
     drain(link->fd);
-    while (answer.delivery == Delivery::NoAnswer && answer.tries < patience.tries &&
+    while (answer.status == ExchangeStatus::NoAnswer && answer.tries < retry.tries &&
            Clock::now() < link->deadline) {
-        if (interruptSignal() != 0 && !patience.whateverTheSignal) {
-            answer.delivery = Delivery::Interrupted;
+        if (interruptSignal() != 0 && !retry.whateverTheSignal) {
+            answer.status = ExchangeStatus::Interrupted;
             break;
         }
         answer.tries++;
         sentIds.push_back(link->nextId++);
-        sendTry(link, buildRequest(request, sentIds.back(), link->key), patience, &answer);
-        awaitReply(*link, request.type, patience.seconds, sentIds, &answer);
+        sendTry(link, buildRequest(request, sentIds.back(), link->key), retry, &answer);
+        awaitReply(*link, request.type, retry.seconds, sentIds, &answer);
     }
     answer.seconds = secondsSince(start);
+    answer.deadlineReached =
+        answer.status == ExchangeStatus::NoAnswer && Clock::now() >= link->deadline;
     return answer;
 }
 

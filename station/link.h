@@ -16,13 +16,16 @@ using Clock = std::chrono::steady_clock;
 // Owns the socket.
 struct Link {
     int fd = -1;
+    int lock = -1;  // keeps other calls away from the same local port and unit
     sockaddr_in address = {};
     bool connected = false;
     std::string unit;  // host and port, for messages
     Key key = {};
     uint16_t nextId = 0;
     unsigned verbosity = 0;
-    Clock::time_point deadline = Clock::time_point::max();  // nothing is waited for beyond it
+    bool showSecrets = false;
+    Clock::time_point deadline = Clock::time_point::max();  // no wait lasts longer
+    double deadlineSeconds = 0;                             // the same as --deadline gives it
 
     Link() = default;
     ~Link();
@@ -30,21 +33,22 @@ struct Link {
     Link& operator=(const Link&) = delete;
 };
 
-struct Patience {
+struct RetryPolicy {
     unsigned tries;
     double seconds;                   // for each try
     bool whateverTheNetwork = false;  // also when there is no way to the unit yet
     bool whateverTheSignal = false;   // also after one that ends the program
 };
 
-enum class Delivery { Answered, NoAnswer, Fault, Interrupted };
+enum class ExchangeStatus { Answered, NoAnswer, Fault, Interrupted };
 
 struct Answer {
-    Delivery delivery = Delivery::NoAnswer;
+    ExchangeStatus status = ExchangeStatus::NoAnswer;
     Reply reply = {};  // when answered
     unsigned tries = 0;
-    double seconds = 0;  // from the first try until now
-    int error = 0;       // errno of a fault; without an answer what the network said, or 0
+    bool deadlineReached = false;  // the deadline of the call ended the wait
+    double seconds = 0;            // from the first try until now
+    int error = 0;  // errno of a fault; without an answer what the network said, or 0
 };
 
 // Prepares the link but for its socket.
@@ -56,7 +60,7 @@ std::string openLink(const Options& options, Link* link);
 // Sends the request, each try under a packet id of its own, until a reply to one of the tries is
 // there, the deadline is over or a signal comes. Other datagrams are ignored. What a signal came
 // before is not sent.
-Answer ask(Link* link, const Request& request, const Patience& patience);
+Answer ask(Link* link, const Request& request, const RetryPolicy& retry);
 
 // Seconds from then until now.
 double secondsSince(Clock::time_point then);

@@ -6,26 +6,42 @@ namespace station {
 namespace {
 
 constexpr const char* kNone = "-";
+constexpr const char* kNothing = "NOTHING";  // a text, also where it looks like a number
+constexpr size_t kFactsInText = 6;           // of a command; its other facts are for programs
 
 std::string padded(std::string text, size_t width) {
     text.resize(std::max(text.size(), width), ' ');
     return text + "  ";
 }
 
+size_t columnWidth(const Listing& listing, size_t column) {
+    size_t width = listing.factNames[column].size();
+    for (const Entry& entry : listing.entries)
+        width = std::max(width, entry.facts[column].size());
+    return width;
+}
+
 void printText(const Listing& listing, const Output& output) {
     const auto width = static_cast<size_t>(usageWidth(listing));
     std::string heading = padded(listing.title, width);
-    for (const std::string& name : listing.factNames)
-        heading += name + "  ";
+    const size_t facts = std::min(listing.factNames.size(), listing.factsInText);
+    for (size_t i = 0; i < facts; i++)
+        heading += padded(listing.factNames[i], columnWidth(listing, i));
     heading.erase(heading.find_last_not_of(' ') + 1);
     fprintf(output.file, "%s\n", heading.c_str());
     for (const Entry& entry : listing.entries) {
         std::string line = padded(usageOf(entry), width);
-        for (size_t i = 0; i < entry.facts.size(); i++)
-            line += padded(entry.facts[i], listing.factNames[i].size());
+        for (size_t i = 0; i < facts; i++)
+            line += padded(entry.facts[i], columnWidth(listing, i));
         line.erase(line.find_last_not_of(' ') + 1);
         fprintf(output.file, "%s\n", line.c_str());
     }
+}
+
+json_object* factAsJson(const std::string& name, const std::string& fact) {
+    if (fact == kNone)
+        return nullptr;
+    return name == kNothing ? jsonString(fact) : jsonOf(numberOrText(fact));
 }
 
 void printJson(const Listing& listing, const Output& output) {
@@ -36,41 +52,14 @@ void printJson(const Listing& listing, const Output& output) {
         json_object_object_add(object.get(), "arguments", jsonString(entry.arguments));
         for (size_t i = 0; i < entry.facts.size(); i++)
             json_object_object_add(object.get(), jsonKey(listing.factNames[i]).c_str(),
-                                   entry.facts[i] == kNone ? nullptr : jsonNumber(entry.facts[i]));
+                                   factAsJson(listing.factNames[i], entry.facts[i]));
         json_object_object_add(object.get(), "help", jsonString(entry.help));
-        fprintf(output.file, "%s\n", jsonLine(object.get()));
+        fprintf(output.file, "%s\n", jsonLine(object.get()).c_str());
     }
 }
 
-// A dash of the keyboard, which the formatter would make a hyphen of.
-std::string escaped(const std::string& text) {
-    std::string safe;
-    for (const char character : text)
-        safe += character == '-' ? "\\-" : std::string(1, character);
-    return safe;
-}
-
-// "-o, --output" as flags, anything else as a command.
-std::string mdocName(const std::string& name) {
-    if (name[0] != '-')
-        return "Cm " + escaped(name);
-    const size_t comma = name.find(", ");
-    if (comma == std::string::npos)
-        return "Fl " + escaped(name.substr(1));
-    return mdocName(name.substr(0, comma)) + " , " + mdocName(name.substr(comma + 2));
-}
-
-void printMdoc(const Listing& listing, const Output& output) {
-    for (const Entry& entry : listing.entries) {
-        const std::string arguments =
-            entry.arguments.empty() ? "" : " Ar \"" + escaped(entry.arguments) + "\"";
-        std::string facts;
-        for (const std::string& fact : entry.facts)
-            if (fact != kNone)
-                facts += (facts.empty() ? "\n.Pq " : ", ") + fact;
-        fprintf(output.file, ".It %s%s\n%s%s\n", mdocName(entry.name).c_str(), arguments.c_str(),
-                escaped(entry.help).c_str(), facts.c_str());
-    }
+std::string orNone(const std::string& fact) {
+    return fact.empty() ? kNone : fact;
 }
 
 Entry entryOf(const Command& command) {
@@ -80,14 +69,22 @@ Entry entryOf(const Command& command) {
             command.arguments,
             {hasType ? std::to_string(command.type) : kNone,
              hasSubType ? std::to_string(command.subType) : kNone, accessName(command.access),
-             hasType && command.gate == Gate::ProduceMode ? "produce" : kNone},
+             hasType && command.gate == Gate::ProduceMode ? "produce" : kNone,
+             command.once ? "once" : kNone, orNone(command.unit),
+             command.readBack != nullptr ? command.readBack : kNone, orNone(command.fixedPayload),
+             command.leastReply > 0 ? std::to_string(command.leastReply) : kNone,
+             command.nothing.text != nullptr ? command.nothing.text : kNone},
             command.help};
 }
 
 }  // namespace
 
 Listing listCommands(const std::vector<Entry>& local) {
-    Listing listing = {"COMMAND", {"TYPE", "SUB TYPE", "ACCESS", "MODE"}, {}};
+    Listing listing = {"COMMAND",
+                       {"TYPE", "SUB TYPE", "ACCESS", "MODE", "ONCE", "UNIT", "READ BACK",
+                        "PAYLOAD", "LEAST REPLY", kNothing},
+                       {},
+                       kFactsInText};
     for (const Command& command : commands())
         listing.entries.push_back(entryOf(command));
     listing.entries.insert(listing.entries.end(), local.begin(), local.end());
@@ -105,7 +102,7 @@ Listing listOptions() {
 
 Listing listExits() {
     Listing listing = {"EXIT", {"OUTCOME"}, {}};
-    for (const Exit& row : exits()) {
+    for (const ExitCodeRow& row : exits()) {
         const char* const addend = row.code == kExitInterrupted ? "+N" : "";
         listing.entries.push_back({std::to_string(row.code) + addend, "", {row.word}, row.meaning});
     }
@@ -129,8 +126,6 @@ void print(const Listing& listing, const Output& output) {
             fprintf(output.file, "%s\n", entry.name.c_str());
     else if (output.format == Format::Json)
         printJson(listing, output);
-    else if (output.format == Format::Mdoc)
-        printMdoc(listing, output);
     else
         printText(listing, output);
 }

@@ -19,6 +19,7 @@ struct Listing {
     const char* title;
     Words factNames;
     std::vector<Entry> entries;
+    size_t factsInText = 100;  // how many of the facts the text form has
 };
 
 Listing listCommands(const std::vector<Entry>& local);
@@ -32,7 +33,7 @@ std::string usageOf(const Entry& entry);
 int usageWidth(const Listing& listing);
 
 // Prints the table in the output's form: text with a heading and the facts of each entry, JSON
-// objects, one a line, items of an mdoc list, or, when quiet, the names alone.
+// objects, one a line, or, with --quiet, the names alone.
 void print(const Listing& listing, const Output& output);
 
 // Prints the entries with what they are for.

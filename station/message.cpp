@@ -66,6 +66,7 @@ bool lengthHolds(const uint8_t* datagram, size_t length) {
 void readHeader(const uint8_t* datagram, Reply* reply) {
     reply->hasId = true;
     reply->type = mfgp_type(datagram);
+    reply->code = mfgp_code(datagram);
     reply->info = mfgp_info(datagram);
     reply->subType = mfgp_subType(datagram);
     reply->packetId = packetIdOf(datagram);
@@ -115,13 +116,13 @@ Bytes plainPacket(const uint8_t* datagram, size_t length, const Key& key) {
 
 Reply openReply(const uint8_t* datagram, size_t length, const Key& key) {
     Reply reply = {};
-    reply.reading = Reading::Malformed;
+    reply.status = DecodeStatus::Malformed;
     if (length == 0) {
-        reply.reading = Reading::Empty;
+        reply.status = DecodeStatus::Empty;
         return reply;
     }
     if (isShortForm(datagram, length)) {
-        reply.reading = Reading::ShortForm;
+        reply.status = DecodeStatus::ShortForm;
         return reply;
     }
     if (length < kInnerHeaderSize || mfgp_version(datagram) != kProtocolVersion)
@@ -132,19 +133,21 @@ Reply openReply(const uint8_t* datagram, size_t length, const Key& key) {
 
     const Bytes plain = plainPacket(datagram, length, key);
     if (!mfgp_md5Matches(mfgp_digest(datagram), plain.data(), plain.size())) {
-        reply.reading = Reading::WrongDigest;
+        reply.status = DecodeStatus::WrongDigest;
         return reply;
     }
     reply.payload.assign(plain.begin() + kHeaderSize, plain.end());
     if (reply.type != kTypeEncrypted || unwrapInner(&reply))
-        reply.reading = Reading::Whole;
+        reply.status = DecodeStatus::Whole;
     return reply;
 }
 
 bool answers(const Reply& reply, uint8_t type, const std::vector<uint16_t>& sentIds) {
     if (!reply.hasId)
         return true;
-    return reply.type == type &&
+    const bool isReply = reply.code == kReplyCode || reply.type == kTypeHeartbeat ||
+                         reply.info == kInfoUnknownSubType;
+    return isReply && reply.type == type &&
            std::find(sentIds.begin(), sentIds.end(), reply.packetId) != sentIds.end();
 }
 

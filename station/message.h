@@ -28,7 +28,7 @@ inline void putText(const std::string& text, Request* request) {
     request->payload.assign(text.begin(), text.end());
 }
 
-enum class Reading {
+enum class DecodeStatus {
     Whole,
     Empty,        // the unit does not know the packet type
     ShortForm,    // the unit does not know the version
@@ -37,9 +37,10 @@ enum class Reading {
 };
 
 struct Reply {
-    Reading reading;
+    DecodeStatus status;
     bool hasId;  // type, packet id and info were there to be read
     uint8_t type;
+    uint8_t code;  // kReplyCode, except of a heartbeat and of info 5
     uint8_t info;
     uint8_t subType;
     uint16_t packetId;
@@ -62,8 +63,9 @@ Bytes plainPacket(const uint8_t* datagram, size_t length, const Key& key);
 // Reads any datagram, however broken.
 Reply openReply(const uint8_t* datagram, size_t length, const Key& key);
 
-// True when the reply may answer a request of this type that was sent under one of the ids. A
-// datagram that carries no id cannot be told from an answer and counts as one.
+// Returns true if the reply may answer a request of this type that was sent under one of the ids.
+// An echo of the request is not an answer, except to a heartbeat, which the unit sends back as it
+// was. A datagram without an id cannot be told from an answer and counts as one.
 bool answers(const Reply& reply, uint8_t type, const std::vector<uint16_t>& sentIds);
 
 }  // namespace station

@@ -75,13 +75,13 @@ std::string setPassword(const std::string& argument, Options* options) {
 }
 
 std::string setFormat(const std::string& argument, Options* options) {
-    static constexpr const char* kNames[] = {"text", "json", "mdoc"};  // as in Format
+    static constexpr const char* kNames[] = {"text", "json"};  // as in Format
     for (size_t i = 0; i < std::size(kNames); i++)
         if (argument == kNames[i]) {
             options->format = static_cast<Format>(i);
             return "";
         }
-    return "'" + argument + "' is none of text, json and mdoc";
+    return "'" + argument + "' is not text or json";
 }
 
 std::string raiseVerbosity(const std::string&, Options* options) {
@@ -97,7 +97,9 @@ constexpr Option kOptions[] = {
      "address or name of the unit (192.168.1.1)"},
     {"port", 0, kOutside, "PORT", setNumber<&Options::port, 1, kMaxPort>, "its UDP port (1040)"},
     {"bind", 0, kOutside, "ADDRESS", setText<&Options::bindAddress>,
-     "send from this address of the station (any)"},
+     "send from this address of the station; does not choose the interface (any)"},
+    {"interface", 0, kOutside, "DEV", setText<&Options::interface>,
+     "send and receive on this network interface only (any)"},
     {"local-port", 0, kOutside, "PORT", setNumber<&Options::localPort, 0, kMaxPort>,
      "send from this port, so that calls in a row are one station (1041; 0: any)"},
     {"user", 0, kOutside, "NAME", setUser, "user name of the unit's web account"},
@@ -111,8 +113,7 @@ constexpr Option kOptions[] = {
      "how often an unanswered read is sent again (2)"},
     {"deadline", 0, kOutside, "SECONDS", setSeconds<&Options::deadline, 0>,
      "end the whole call after this time (wait: 60, all others: none)"},
-    {"output", 'o', kOutside, "FORMAT", setFormat,
-     "text, json (one object a line) or, of list, mdoc (text)"},
+    {"output", 'o', kOutside, "FORMAT", setFormat, "text, or json: one object a line (text)"},
     {"quiet", 'q', kOutside, nullptr, setFlag<&Options::quiet>,
      "print values alone, and no warnings"},
     {"output-file", 0, kOutside, "FILE", setText<&Options::outputFile>,
@@ -131,6 +132,8 @@ constexpr Option kOptions[] = {
      "id of the first packet (any)"},
     {"verbose", 'v', kOutside, nullptr, raiseVerbosity,
      "tell what is done; twice: header fields as well; three times: plain and wire bytes as well"},
+    {"show-secrets", 0, kOutside, nullptr, setFlag<&Options::showSecrets>,
+     "show the PIN in results and traces, and a password in a faulty recipe line"},
     {"expect", 0, kAnywhere, "TEXT", nullptr,
      "exit code 1 when the value that comes back, as text, is another"},
     {"gear", 0, kAnywhere, "N", nullptr, "fan set: gear of the fans, 0 to 255"},

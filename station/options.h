@@ -18,12 +18,13 @@ struct NamedValue {
     std::string value;
 };
 
-enum class Format : uint8_t { Text, Json, Mdoc };
+enum class Format : uint8_t { Text, Json };
 
 struct Options {
     std::string host = "192.168.1.1";
     unsigned port = kServicePort;
     std::string bindAddress;    // empty: any
+    std::string interface;      // empty: any
     unsigned localPort = 1041;  // 0: chosen by the kernel
     std::optional<std::string> user;
     std::optional<std::string> password;
@@ -42,6 +43,7 @@ struct Options {
     bool quiet = false;
     std::string outputFile;  // empty: standard output
     unsigned verbosity = 0;
+    bool showSecrets = false;
     bool help = false;
     bool version = false;
     std::vector<NamedValue> named;

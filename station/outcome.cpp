@@ -8,7 +8,7 @@
 namespace station {
 namespace {
 
-constexpr Exit kExits[] = {
+constexpr ExitCodeRow kExits[] = {
     {kExitDone, "PASS", "done"},
     {kExitFailed, "FAIL", "the unit failed or refused, or its value is not the one of --expect"},
     {kExitUsage, "ERROR", "usage: the command line or a line of a batch is wrong, it was not sent"},
@@ -20,10 +20,9 @@ constexpr Exit kExits[] = {
     {kExitInterrupted, "ABORTED", "interrupted by signal N"},
 };
 
-std::string inNumbers(const Answer& answer) {
-    char text[64];
-    snprintf(text, sizeof text, "within %.1f s (%u %s)", answer.seconds, answer.tries,
-             answer.tries == 1 ? "try" : "tries");
+std::string inSeconds(double seconds) {
+    char text[32];
+    snprintf(text, sizeof text, "%.1f s", seconds);
     return text;
 }
 
@@ -35,25 +34,30 @@ bool isSilent(const Request& request) {
 std::string silenceHint(const Request& request) {
     return request.type != kTypeSystemInit
                ? ""
-               : "; one whose MAC/PIN test was cancelled does not answer this until its daemon is "
-                 "restarted";
+               : ". A unit that was released after a MAC or PIN write does not answer `init` until "
+                 "mfgpd is restarted";
 }
 
 // A request that went out without a reply to believe may have been obeyed.
 std::string readBackOffer(const Command& command) {
     if (isRepeatable(command))
         return "";
-    std::string text = "; it was sent once and may have been done all the same";
+    std::string text = ". The command was sent once, and the unit may have carried it out anyway";
     if (command.readBack != nullptr)
-        text += std::string(": `") + command.readBack + "` tells";
+        text += std::string(": `") + command.readBack + "` shows it";
     return text;
 }
 
 Outcome withoutAnswer(const Command& command, const Request& request, const Answer& answer,
-                      const std::string& unit) {
+                      const Link& link) {
     if (answer.error == 0 && answer.tries > 0 && isSilent(request))
         return {kExitDone, ""};
-    std::string text = "no answer from " + unit + " " + inNumbers(answer);
+    const char* const attempts = answer.tries == 1 ? " attempt)" : " attempts)";
+    std::string text =
+        answer.deadlineReached
+            ? deadlineText(link) + " while waiting for the reply to `" + command.name + "`"
+            : "no reply from " + link.unit + " in " + inSeconds(answer.seconds);
+    text += " (" + std::to_string(answer.tries) + attempts;
     if (answer.error != 0)
         text += std::string(": ") + strerror(answer.error);
     if (answer.tries > 0 && answer.error == 0)
@@ -86,13 +90,9 @@ const Info& infoOf(uint8_t code) {
 
 Outcome refusal(const Command& command, uint8_t code) {
     const Info& info = infoOf(code);
-    std::string text = info.meaning;
-    if (code == kInfoFailed && command.gate == Gate::ProduceMode)
-        text += " or refused outside produce mode";
-    text += " (info " + std::to_string(code) + ")";
-    // Their permissions are good for one write that succeeded; those of type 7 need none.
-    if (code == kInfoFailed && command.access >= Access::Flash && command.type == kTypeSpecial)
-        text += "; if it was done before in this run of the daemon, restart that";
+    if (code == kInfoFailed)
+        return {info.exit, refusalText(command, Mode::Unknown)};
+    std::string text = std::string(info.meaning) + " (info " + std::to_string(code) + ")";
     if (code == kInfoOtherPeer)
         text += "; the binding lapses after 60 s of silence or with `release` from that station";
     return {info.exit, text};
@@ -104,61 +104,91 @@ bool refusesPacket(const Reply& reply) {
 }
 
 Outcome ofReply(const Command& command, const Request& request, const Reply& reply) {
-    switch (reply.reading) {
-        case Reading::Empty:
+    switch (reply.status) {
+        case DecodeStatus::Empty:
             return {kExitNotUnderstood, "the unit does not know packet type " +
                                             std::to_string(request.type) + " (empty answer)"};
-        case Reading::ShortForm:
+        case DecodeStatus::ShortForm:
             return refusal(command, kInfoWrongVersion);
-        case Reading::Malformed:
+        case DecodeStatus::Malformed:
             return {kExitNotUnderstood, "malformed reply" + readBackOffer(command)};
-        case Reading::WrongDigest:
+        case DecodeStatus::WrongDigest:
             if (refusesPacket(reply))
                 return refusal(command, reply.info);
             // A request without payload is digested over its header alone. So the unit obeys it
             // under any account, and a wrong one shows only in the payload that comes back.
             return {kExitAccount,
-                    "the digest of the reply is wrong: wrong user name or password, or a "
-                    "damaged datagram" +
+                    "cannot decrypt the reply: wrong user name or password for this unit. If the "
+                    "account is right, the datagram was damaged; try again" +
                         readBackOffer(command)};
-        case Reading::Whole:
+        case DecodeStatus::Whole:
             break;
     }
     if (reply.info != kInfoSuccess)
         return refusal(command, reply.info);
-    if (command.form != nullptr && reply.payload.size() < command.form->leastBytes)
+    if (reply.code != kReplyCode && command.format != nullptr)
+        return {kExitNotUnderstood, "the datagram is an echo of the request, not a reply"};
+    if (reply.payload.size() < command.leastReply)
         return {kExitNotUnderstood,
-                "the reply is too short: " + std::to_string(reply.payload.size()) + " bytes"};
+                "the reply is too short: " + std::to_string(reply.payload.size()) + " bytes, not " +
+                    std::to_string(command.leastReply)};
     return {kExitDone, ""};
 }
 
 }  // namespace
 
-std::span<const Exit> exits() {
+std::span<const ExitCodeRow> exits() {
     return kExits;
 }
 
 const char* outcomeWord(int code) {
-    const Exit* found = kExits;
-    for (const Exit& row : kExits)
+    const ExitCodeRow* found = kExits;
+    for (const ExitCodeRow& row : kExits)
         if (row.code <= code)
             found = &row;
     return found->word;
 }
 
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
-                  const std::string& unit) {
-    switch (answer.delivery) {
-        case Delivery::Answered:
+                  const Link& link) {
+    switch (answer.status) {
+        case ExchangeStatus::Answered:
             return ofReply(command, request, answer.reply);
-        case Delivery::NoAnswer:
-            return withoutAnswer(command, request, answer, unit);
-        case Delivery::Interrupted:
-            return interrupted(answer.tries > 0 ? readBackOffer(command) : "; it was not sent");
-        case Delivery::Fault:
+        case ExchangeStatus::NoAnswer:
+            return withoutAnswer(command, request, answer, link);
+        case ExchangeStatus::Interrupted:
+            return interrupted(answer.tries > 0 ? readBackOffer(command)
+                                                : ". The command was not sent");
+        case ExchangeStatus::Fault:
             break;
     }
-    return {kExitLocalFault, "cannot talk to " + unit + ": " + strerror(answer.error)};
+    return {kExitLocalFault, "cannot talk to " + link.unit + ": " + strerror(answer.error)};
+}
+
+std::string refusalText(const Command& command, Mode mode) {
+    constexpr const char* kMode = "the unit is not in produce mode";
+    constexpr const char* kOnce =
+        "this field was already written since mfgpd started (restart mfgpd to write it again)";
+    constexpr const char* kTool = "the unit's tool failed (see its log)";
+    const std::string text = "refused or failed (info 3). ";
+    const bool isKnown = command.type != kTypeFromWords;
+    const bool isGated = command.gate == Gate::ProduceMode;
+    if (isGated && mode == Mode::Other)
+        return text + "Cause: " + kMode;
+    Words causes;
+    if (isGated && mode == Mode::Unknown)
+        causes.emplace_back(kMode);
+    if (command.once || !isKnown)
+        causes.emplace_back(kOnce);
+    causes.emplace_back(command.refusal[0] != '\0' ? command.refusal : kTool);
+    std::string list;
+    for (const std::string& cause : causes)
+        list += (list.empty() ? "" : "; ") + cause;
+    return text + (causes.size() == 1 ? "Cause: " : "Possible causes: ") + list;
+}
+
+std::string deadlineText(const Link& link) {
+    return "deadline of " + inSeconds(link.deadlineSeconds) + " reached";
 }
 
 Outcome interrupted(const std::string& what) {

@@ -22,14 +22,14 @@ enum ExitCode : int {
     kExitInterrupted = 128,  // and the number of the signal
 };
 
-struct Exit {
+struct ExitCodeRow {
     int code;
     const char* word;  // PASS, FAIL, ERROR, TIMEOUT or ABORTED
     const char* meaning;
 };
 
 // The rows in the order of their codes.
-std::span<const Exit> exits();
+std::span<const ExitCodeRow> exits();
 
 // The word of an exit code.
 const char* outcomeWord(int code);
@@ -39,9 +39,18 @@ struct Outcome {
     std::string message;  // what went wrong, empty when done
 };
 
-// `unit` is what messages call the unit.
+// Returns the outcome of a command that was sent over the link.
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
-                  const std::string& unit);
+                  const Link& link);
+
+// What is known about the unit's mode.
+enum class Mode : uint8_t { Unknown, Produce, Other };
+
+// Returns the causes that a refusal with info 3 can have in this mode.
+std::string refusalText(const Command& command, Mode mode);
+
+// Returns "deadline of 1.0 s reached".
+std::string deadlineText(const Link& link);
 
 // The outcome of what a signal has ended.
 Outcome interrupted(const std::string& what);

@@ -1,5 +1,6 @@
 #include "station/result.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -33,7 +34,16 @@ json_object* arrayOf(const Words& words) {
     return array;
 }
 
-Json objectOf(const Result& result) {
+Words shownArguments(const Result& result, const Output& output) {
+    const auto table = commands();
+    const auto row = std::find_if(table.begin(), table.end(), [&result](const Command& command) {
+        return command.name == result.command;
+    });
+    const Command* const command = row != table.end() ? &*row : nullptr;
+    return output.showSecrets ? result.arguments : withoutSecrets(command, result.arguments);
+}
+
+Json objectOf(const Result& result, const Output& output) {
     Json object(json_object_new_object());
     const auto add = [&object](const char* name, json_object* value) {
         json_object_object_add(object.get(), name, value);
@@ -41,14 +51,15 @@ Json objectOf(const Result& result) {
     const bool informed = result.info.has_value();
     add("schema", json_object_new_int(kSchema));
     add("command", jsonString(result.command));
-    add("arguments", arrayOf(result.arguments));
+    add("arguments", arrayOf(shownArguments(result, output)));
     add("unit", stringOrNull(result.unit));
-    add("outcome", jsonString(outcomeWord(result.outcome.code)));
+    add("outcome",
+        jsonString(result.word != nullptr ? result.word : outcomeWord(result.outcome.code)));
     add("exit", json_object_new_int(result.outcome.code));
     add("message", stringOrNull(result.outcome.message));
     add("info", informed ? json_object_new_int(*result.info) : nullptr);
     add("meaning", informed ? jsonString(infoMeaning(*result.info)) : nullptr);
-    add("value", json_object_get(result.value.get()));
+    add("value", jsonOf(result.value));
     add("raw", result.raw ? jsonString(hexOf(*result.raw)) : nullptr);
     add("start", jsonString(timeText(result.start)));
     add("milliseconds", json_object_new_int64(std::lround(result.seconds * 1000)));
@@ -57,25 +68,30 @@ Json objectOf(const Result& result) {
 }
 
 void printJson(const Result& result, const Output& output) {
-    const Json object = output.quiet ? Json(json_object_get(result.value.get())) : objectOf(result);
+    const Json object = output.quiet ? Json(jsonOf(result.value)) : objectOf(result, output);
     if (object)
-        fprintf(output.file, "%s\n", jsonLine(object.get()));
+        fprintf(output.file, "%s\n", jsonLine(object.get()).c_str());
 }
 
 void printText(const Result& result, Layout layout, const Output& output) {
     const bool done = result.outcome.code == kExitDone;
     if (output.quiet || layout == Layout::Single) {
-        if (result.value)
-            fprintf(output.file, "%s\n", result.text.c_str());
+        if (result.value.exists())
+            fprintf(output.file, "%s\n", textOf(result.value).c_str());
         else if (done && !output.quiet)
             fprintf(output.file, "OK\n");
         return;
     }
-    std::string text = done ? result.text : "! " + result.outcome.message;
+    std::string text = done ? textOf(result.value) : "! " + result.outcome.message;
+    if (done && !result.outcome.message.empty())
+        text = result.outcome.message;
+    if (done && !result.measure.empty())
+        text += " " + result.measure;
     if (text.empty())
-        text = result.value ? "(empty)" : "OK";
+        text = result.value.exists() ? "(empty)" : "OK";
     Words name = {result.command};
-    name.insert(name.end(), result.arguments.begin(), result.arguments.end());
+    const Words arguments = shownArguments(result, output);
+    name.insert(name.end(), arguments.begin(), arguments.end());
     fprintf(output.file, "%-*s  %s\n", output.nameWidth, joined(name).c_str(), text.c_str());
 }
 
@@ -104,11 +120,6 @@ void print(const Result& result, Layout layout, Output* output) {
 
 bool isWritten(const Output& output) {
     return fflush(output.file) == 0 && ferror(output.file) == 0;
-}
-
-const char* jsonLine(json_object* object) {
-    return json_object_to_json_string_ext(object,
-                                          JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
 }
 
 std::string joined(const Words& words) {

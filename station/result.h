@@ -7,6 +7,7 @@
 
 #include "commands/json_handle.h"
 #include "core/file.h"
+#include "station/json_values.h"
 #include "station/outcome.h"
 
 namespace station {
@@ -19,12 +20,13 @@ struct Result {
     std::string unit;  // empty: none was asked
     Outcome outcome = {kExitDone, ""};
     std::optional<uint8_t> info;  // of a reply that has one
-    std::string text;             // the value as text
-    Json value;                   // null: there is none
-    std::optional<Bytes> raw;     // the reply's plain payload
+    Value value = {};
+    std::optional<Bytes> raw;  // the reply's plain payload
     std::chrono::system_clock::time_point start = std::chrono::system_clock::now();
     double seconds = 0;
     unsigned tries = 0;
+    const char* word = nullptr;  // the outcome in place of the exit code's word: DRYRUN, SKIPPED
+    std::string measure;         // the value's unit of measure, empty if there is none
 };
 
 enum class Layout : uint8_t {
@@ -39,6 +41,7 @@ struct Output {
     File owned = {};      // an --output-file
     FILE* file = stdout;  // where results go: there until that is open
     int nameWidth = 0;    // columns of a row's name
+    bool showSecrets = false;
 };
 
 // Opens the --output-file, which it empties, if the options name one. Called late, so that a
@@ -52,9 +55,6 @@ void print(const Result& result, Layout layout, Output* output);
 
 // False when anything could not be written.
 bool isWritten(const Output& output);
-
-// The object on one line, valid as long as the object is left alone.
-const char* jsonLine(json_object* object);
 
 // Words with a blank between them.
 std::string joined(const Words& words);

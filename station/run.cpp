@@ -95,10 +95,10 @@ int finish(const Result& result, Output* output) {
     return result.outcome.code;
 }
 
-int codeOf(Reading reading) {
-    if (reading == Reading::WrongDigest)
+int codeOf(DecodeStatus status) {
+    if (status == DecodeStatus::WrongDigest)
         return kExitAccount;
-    return reading == Reading::Malformed ? kExitNotUnderstood : kExitDone;
+    return status == DecodeStatus::Malformed ? kExitNotUnderstood : kExitDone;
 }
 
 int decode(const Options& options, Output* output) {
@@ -117,28 +117,27 @@ int decode(const Options& options, Output* output) {
         return opened;
     const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
     Result result = unsent(options.words, {kExitDone, ""});
-    result.value.reset(explainDatagram(datagram, key));
-    result.text = fieldLines(result.value.get());
-    const Reading reading = openReply(datagram.data(), datagram.size(), key).reading;
-    const int code = codeOf(reading);
-    result.outcome = {code, code == kExitDone ? "" : readingText(reading)};
+    result.value = {explainDatagram(datagram, key)};
+    const DecodeStatus status = openReply(datagram.data(), datagram.size(), key).status;
+    const int code = codeOf(status);
+    result.outcome = {code, code == kExitDone ? "" : decodeStatusText(status)};
     return finish(result, output);
 }
 
 int perform(const Options& options, Output* output) {
     Session session = {options, output};
-    Order order = {};
-    Outcome outcome = makeOrder(options, &order);
+    PreparedCommand prepared = {};
+    Outcome outcome = prepareCommand(options, &prepared);
     if (outcome.code != kExitDone)
         return finish(unsent(options.words, outcome), output);
     const int opened = openSession(&session);
     if (opened != kExitDone)
         return opened;
     LineReader terminal;
-    if (needsConfirmation(order, false))
-        outcome = confirm(&session, &terminal, order.command->name);
+    if (needsConfirmation(prepared, false))
+        outcome = confirm(&session, &terminal, prepared.command->name);
     const bool goesOn = outcome.code == kExitDone;
-    const Result result = goesOn ? execute(&session, order) : unsent(options.words, outcome);
+    const Result result = goesOn ? execute(&session, prepared) : unsent(options.words, outcome);
     endSession(&session);
     return finish(result, output);
 }
@@ -158,8 +157,6 @@ std::string checkCommand(const Options& options) {
     if (options.words.empty())
         return "no command";
     const LocalCommand* const local = findLocal(options);
-    if (options.format == Format::Mdoc && (local == nullptr || local->run != list))
-        return "--output mdoc is for list";
     if (local == nullptr) {
         Words rest;
         const bool isKnown = findCommand(options.words, &rest) != nullptr;
@@ -209,6 +206,7 @@ int run(int argc, char** argv) {
     if (account.code != kExitDone)
         return complain(account.code, account.message);
     Output output = {options.format, options.quiet};
+    output.showSecrets = options.showSecrets;
     output.nameWidth = usageWidth(allCommands());
     const int code = runOptions(options, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");

@@ -7,6 +7,7 @@
 
 #include "station/account.h"
 #include "station/diagnostics.h"
+#include "station/explain.h"
 #include "station/interrupt.h"
 
 namespace station {
@@ -15,7 +16,7 @@ namespace {
 constexpr double kPollSeconds = 1;
 constexpr double kPollTotalSeconds = 60;
 
-Patience patienceFor(const Command& command, const Options& options) {
+RetryPolicy retryPolicyOf(const Command& command, const Options& options) {
     constexpr double kRefusalSeconds = 0.2;  // a cancel is obeyed in silence
     const unsigned tries = 1 + options.retries;
     if (command.type == kTypeCancelTest)
@@ -26,45 +27,90 @@ Patience patienceFor(const Command& command, const Options& options) {
         return {static_cast<unsigned>(std::ceil(total / seconds)), seconds, true};
     }
     if (isRepeatable(command))
-        return {tries, options.timeout + command.unitSeconds};
+        return {tries, options.timeout + command.toolSeconds};
     // In the time of all tries together: nothing can be sent again.
-    return {1, options.timeout * tries + command.unitSeconds};
+    return {1, options.timeout * tries + command.toolSeconds};
 }
 
-Result resultOf(const Order& order, const std::string& unit) {
+Result resultOf(const PreparedCommand& prepared, const std::string& unit) {
     Result result;
-    result.command = order.command->name;
-    result.arguments = order.arguments;
+    result.command = prepared.command->name;
+    result.arguments = prepared.arguments;
     result.unit = unit;
+    result.measure = prepared.command->unit;
     return result;
 }
 
-Result showDatagram(Session* session, const Order& order) {
+Result showDatagram(Session* session, const PreparedCommand& prepared) {
     Link& link = session->link;
-    Result result = resultOf(order, link.unit);
-    result.text = hexOf(buildRequest(order.request, link.nextId++, link.key));
-    result.value.reset(jsonString(result.text));
+    Result result = resultOf(prepared, link.unit);
+    const Bytes datagram = buildRequest(prepared.request, link.nextId++, link.key);
+    if (link.verbosity > 0)
+        say(textOf({headerFields(datagram, link.key)}));
+    result.value = {hexOf(datagram)};
+    result.word = "DRYRUN";
     return result;
 }
 
-void takeReply(const Command& command, const Reply& reply, Result* result) {
+void recordReply(const Command& command, const Reply& reply, Result* result) {
     if (reply.hasId)
         result->info = reply.info;
-    if (reply.reading == Reading::ShortForm)
+    if (reply.status == DecodeStatus::ShortForm)
         result->info = kInfoWrongVersion;
-    if (reply.reading != Reading::Whole)
+    if (reply.status != DecodeStatus::Whole)
         return;
     result->raw = reply.payload;
     // Who sends a packet of his own sees what came back, whatever the unit thought of it.
     const bool isShown = result->outcome.code == kExitDone || command.type == kTypeFromWords;
-    if (command.form == nullptr || !isShown)
+    if (command.format != nullptr && isShown)
+        result->value = command.format(reply);
+}
+
+// Sends a command and waits for its reply.
+Answer exchange(Session* session, const PreparedCommand& prepared) {
+    Answer answer = ask(&session->link, prepared.request, prepared.retry);
+    if (answer.tries > 0)
+        session->bound = prepared.request.type != kTypeCancelTest;
+    if (answer.status == ExchangeStatus::Answered && answer.reply.status == DecodeStatus::Whole &&
+        !answer.reply.payload.empty())
+        session->accountProven = true;
+    return answer;
+}
+
+// A request without payload has no part that depends on the key, so the unit obeys it under any
+// account. What changes the unit is sent only after a reply has proven the account.
+bool needsProof(const Session& session, const PreparedCommand& prepared) {
+    return !session.accountProven && accessOf(prepared.request) >= Access::Test &&
+           prepared.request.type != kTypeCancelTest;
+}
+
+// Names the cause of info 3, which is the same for a refusal outside produce mode and a failure.
+void nameCause(Session* session, const PreparedCommand& prepared, Result* result) {
+    const bool isAsked = result->outcome.code == kExitFailed && result->info == kInfoFailed &&
+                         prepared.command->gate == Gate::ProduceMode &&
+                         session->options.retries > 0;
+    if (isAsked)
+        result->outcome.message = refusalText(*prepared.command, readMode(session));
+}
+
+// Turns a PASS into a FAIL if the value means nothing or is not the expected one. A value that
+// means nothing is dropped; the raw reply stays.
+void judgeValue(const PreparedCommand& prepared, Result* result) {
+    if (result->outcome.code != kExitDone)
         return;
-    result->text = command.form->text(reply);
-    result->value.reset(command.form->json(result->text));
+    const std::string text = textOf(result->value);
+    if (isNothing(*prepared.command, result->value)) {
+        result->value = {};
+        result->outcome = {kExitFailed, "no value: the unit returned '" + text + "' (" +
+                                            prepared.command->nothing.meaning + ")"};
+    } else if (text != prepared.expected.value_or(text)) {
+        result->outcome = {kExitFailed,
+                           "expected '" + *prepared.expected + "', got '" + text + "'"};
+    }
 }
 
 // Takes the last --expect, and all of them out of the options that are left to the command.
-std::optional<std::string> takeExpected(std::vector<NamedValue>* named) {
+std::optional<std::string> extractExpected(std::vector<NamedValue>* named) {
     std::optional<std::string> expected;
     std::erase_if(*named, [&expected](const NamedValue& given) {
         const bool isExpected = given.name == "expect";
@@ -77,7 +123,7 @@ std::optional<std::string> takeExpected(std::vector<NamedValue>* named) {
 
 // Puts the text of a file in the place of its name, given with or without @ in front, where the
 // command takes either.
-std::string takeFile(const Command& command, Words* words) {
+std::string loadArgumentFile(const Command& command, Words* words) {
     const bool takesFile = std::string_view(command.arguments).ends_with("@FILE");
     if (!takesFile || words->size() != 1 || words->front().empty() || words->front()[0] == '{')
         return "";
@@ -97,27 +143,29 @@ std::string unknownCommand(const Words& words) {
     return "unknown command '" + joined(words) + "'" + known;
 }
 
-Outcome makeOrder(const Options& options, Order* order) {
+Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     Words rest;
     const Command* const command = findCommand(options.words, &rest);
     if (command == nullptr)
         return {kExitUsage, unknownCommand(options.words)};
-    *order = orderOf(*command, options);
-    order->arguments = rest;
+    *prepared = prepareRow(*command, options);
+    prepared->arguments = rest;
     for (const NamedValue& given : options.named)
-        order->arguments.push_back("--" + given.name + "=" + given.value);
-    std::string wrong = takeFile(*command, &rest);
+        prepared->arguments.push_back("--" + given.name + "=" + given.value);
+    std::string wrong = loadArgumentFile(*command, &rest);
     if (!wrong.empty())
         return {kExitLocalFault, wrong};
     std::vector<NamedValue> named = options.named;
-    if (command->form != nullptr)
-        order->expected = takeExpected(&named);
-    wrong = buildCommand(*command, rest, named, &order->request);
+    if (command->format != nullptr)
+        prepared->expected = extractExpected(&named);
+    if (prepared->expected && options.dryRun)
+        return {kExitUsage, "--expect needs a reply, and --dry-run sends nothing"};
+    wrong = buildCommand(*command, rest, named, &prepared->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
-Order orderOf(const Command& command, const Options& options) {
-    return {&command,    {}, {command.type, command.subType, {}}, patienceFor(command, options),
+PreparedCommand prepareRow(const Command& command, const Options& options) {
+    return {&command,    {}, {command.type, command.subType, {}}, retryPolicyOf(command, options),
             options.yes, {}};
 }
 
@@ -136,21 +184,46 @@ int openSession(Session* session) {
     return kExitLocalFault;
 }
 
-Result execute(Session* session, const Order& order) {
+Outcome proveAccount(Session* session) {
+    const PreparedCommand read = prepareRow(commandNamed("config get"), session->options);
+    const Answer answer = exchange(session, read);
+    Outcome outcome = outcomeOf(*read.command, read.request, answer, session->link);
+    if (outcome.code == kExitDone && !session->accountProven)
+        outcome = {kExitNotUnderstood, "the reply to `config get` has no payload"};
+    return outcome;
+}
+
+Mode readMode(Session* session) {
+    if (session->options.verbosity > 0)
+        say("asking `get product-id` to learn whether the unit is in produce mode");
+    PreparedCommand read = prepareRow(commandNamed("get product-id"), session->options);
+    read.retry.tries = 1;
+    const Answer answer = exchange(session, read);
+    if (answer.status != ExchangeStatus::Answered || answer.reply.status != DecodeStatus::Whole)
+        return Mode::Unknown;
+    const uint8_t info = answer.reply.info;
+    return info == kInfoSuccess ? Mode::Produce : info == kInfoFailed ? Mode::Other : Mode::Unknown;
+}
+
+Result execute(Session* session, const PreparedCommand& prepared) {
     if (session->options.dryRun)
-        return showDatagram(session, order);
-    Result result = resultOf(order, session->link.unit);
-    const Answer answer = ask(&session->link, order.request, order.patience);
-    if (answer.tries > 0)
-        session->bound = order.request.type != kTypeCancelTest;
-    result.outcome = outcomeOf(*order.command, order.request, answer, session->link.unit);
+        return showDatagram(session, prepared);
+    Result result = resultOf(prepared, session->link.unit);
+    if (needsProof(*session, prepared)) {
+        result.outcome = proveAccount(session);
+        if (result.outcome.code != kExitDone) {
+            result.outcome.message += ". `" + result.command + "` was not sent";
+            return result;
+        }
+    }
+    const Answer answer = exchange(session, prepared);
+    result.outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link);
     result.seconds = answer.seconds;
     result.tries = answer.tries;
-    if (answer.delivery == Delivery::Answered)
-        takeReply(*order.command, answer.reply, &result);
-    if (result.outcome.code == kExitDone && result.text != order.expected.value_or(result.text))
-        result.outcome = {kExitFailed,
-                          "expected '" + *order.expected + "', got '" + result.text + "'"};
+    if (answer.status == ExchangeStatus::Answered)
+        recordReply(*prepared.command, answer.reply, &result);
+    nameCause(session, prepared, &result);
+    judgeValue(prepared, &result);
     return result;
 }
 
@@ -188,8 +261,9 @@ LineEvent readLine(Session* session, LineReader* reader, std::string* line) {
     return LineEvent::TimedOut;
 }
 
-bool needsConfirmation(const Order& order, bool inBatch) {
-    return !order.confirmed && accessOf(order.request) >= (inBatch ? Access::Flash : Access::Erase);
+bool needsConfirmation(const PreparedCommand& prepared, bool inBatch) {
+    return !prepared.confirmed &&
+           accessOf(prepared.request) >= (inBatch ? Access::Flash : Access::Erase);
 }
 
 Outcome confirm(Session* session, LineReader* terminal, const std::string& what) {

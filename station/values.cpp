@@ -1,127 +1,184 @@
 #include "station/values.h"
 
 #include <algorithm>
-#include <span>
+#include <charconv>
+#include <cmath>
+#include <sstream>
+
+#include "station/json_values.h"
 
 namespace station {
 namespace {
 
-constexpr char kHexDigits[] = "0123456789abcdef";
-
-// Returns -1 for what is no hex digit.
-int hexValue(char digit) {
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    if (digit >= 'a' && digit <= 'f')
-        return digit - 'a' + 10;
-    if (digit >= 'A' && digit <= 'F')
-        return digit - 'A' + 10;
-    return -1;
-}
-
-std::string textOf(std::span<const uint8_t> bytes) {
+std::string printableText(std::span<const uint8_t> bytes) {
     const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     return printable(all.substr(0, all.find('\0')));
 }
 
-std::string flagsOf(std::span<const uint8_t> bytes) {
-    static constexpr const char* kNames[] = {"Wi-Fi", "guest Wi-Fi", "IPv6", "Bluetooth"};
-    std::string text;
-    for (size_t i = 0; i < std::size(kNames); i++)
-        text += std::string(i == 0 ? "" : ", ") + kNames[i] +
-                ((bytes[0] >> i & 1) != 0 ? " on" : " off");
-    return text;
+std::string firstLine(const Reply& reply) {
+    const auto end = std::find(reply.payload.begin(), reply.payload.end(), '\n');
+    return printableText({reply.payload.begin(), end});
 }
 
-// A part of the configuration record.
+Words split(const std::string& text, char separator) {
+    Words parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);)
+        parts.push_back(part);
+    return parts;
+}
+
+// A text field of the configuration record.
 struct Field {
     const char* name;
     size_t offset;
     size_t size;
-    std::string (*show)(std::span<const uint8_t> bytes);
 };
 
-constexpr Field kConfigRecord[] = {
-    {"firmware version", 0, 64, textOf}, {"hardware version", 64, 16, textOf},
-    {"model", 80, 32, textOf},           {"country", 112, 64, textOf},
-    {"region", 176, 64, textOf},         {"enabled", 240, 4, flagsOf},
+constexpr Field kConfigTexts[] = {
+    {"firmware version", 0, 64}, {"hardware version", 64, 16}, {"model", 80, 32},
+    {"country", 112, 64},        {"region", 176, 64},
 };
+constexpr size_t kConfigFlags = 240;
+
+Record deviceOf(const Words& fields) {
+    static constexpr const char* kNames[] = {"version", "vendor", "product", "serial"};
+    Record device;
+    for (size_t i = 0; i < std::size(kNames); i++)
+        device.members.push_back({kNames[i], {i < fields.size() ? fields[i] : std::string()}});
+    return device;
+}
+
+std::string flagsText(const Flags& flags) {
+    std::string text;
+    for (const Member& flag : membersOf(flags))
+        text += (text.empty() ? "" : ", ") + flag.name +
+                (std::get<bool>(flag.value.of) ? " on" : " off");
+    return text;
+}
+
+// Returns a line for each member; the members of a record inside have its name in front.
+std::string linesOf(const Record& record, const std::string& prefix) {
+    std::string lines;
+    for (const Member& member : record.members) {
+        lines += lines.empty() ? "" : "\n";
+        const auto* const inner = std::get_if<Record>(&member.value.of);
+        lines += inner != nullptr ? linesOf(*inner, prefix + member.name + ' ')
+                                  : prefix + member.name + ": " + textOf(member.value);
+    }
+    return lines;
+}
+
+std::string rawText(const RawReply& raw) {
+    return "info: " + std::to_string(raw.info) + "\nlength: " + std::to_string(raw.payload.size()) +
+           "\nhex: " + hexOf(raw.payload) + "\ntext: " + dottedText(raw.payload);
+}
 
 }  // namespace
 
-std::string decodeText(const Reply& reply) {
-    return textOf(reply.payload);
+Value decodeText(const Reply& reply) {
+    return {printableText(reply.payload)};
 }
 
-std::string decodeLine(const Reply& reply) {
-    Reply line = reply;
-    line.payload.erase(std::find(line.payload.begin(), line.payload.end(), '\n'),
-                       line.payload.end());
-    return decodeText(line);
+Value decodeLine(const Reply& reply) {
+    return {firstLine(reply)};
 }
 
-std::string decodeRaw(const Reply& reply) {
-    std::string text;
-    for (const uint8_t byte : reply.payload)
-        text += isPrintable(static_cast<char>(byte)) ? static_cast<char>(byte) : '.';
-    return "info: " + std::to_string(reply.info) +
-           "\nlength: " + std::to_string(reply.payload.size()) + "\nhex: " + hexOf(reply.payload) +
-           "\ntext: " + text;
+Value decodeNumber(const Reply& reply) {
+    return numberOrText(firstLine(reply));
 }
 
-std::string decodeYes(const Reply&) {
-    return "yes";
+Value decodeRaw(const Reply& reply) {
+    return {RawReply{reply.info, reply.payload}};
 }
 
-std::string decodeEnableFlags(const Reply& reply) {
-    return flagsOf(reply.payload);
+Value decodeYes(const Reply&) {
+    return {true};
 }
 
-std::string decodeFanSpeeds(const Reply& reply) {
+Value decodeEnableFlags(const Reply& reply) {
+    return {Flags{reply.payload[0]}};
+}
+
+Value decodeFanSpeeds(const Reply& reply) {
     Bytes bytes = reply.payload;
     std::erase(bytes, '\n');  // a fan service may end each speed with one
-    std::string text = textOf(bytes);
-    return text.insert(std::min(text.find(' '), text.size()), " fans:");
+    List list = {printableText(bytes), {}};
+    std::istringstream words(list.text);
+    std::string word;
+    words >> word;  // how many there are
+    while (words >> word)
+        list.items.push_back(numberOrText(word));
+    list.text.insert(std::min(list.text.find(' '), list.text.size()), " fans:");
+    return {list};
 }
 
-std::string decodeConfigCheck(const Reply& reply) {
-    std::string text;
-    for (const Field& field : kConfigRecord)
-        text += std::string(text.empty() ? "" : "\n") + field.name + ": " +
-                field.show({reply.payload.data() + field.offset, field.size});
-    return text;
+Value decodeConfigCheck(const Reply& reply) {
+    Record record;
+    const uint8_t* const bytes = reply.payload.data();
+    for (const Field& field : kConfigTexts)
+        record.members.push_back({field.name, {printableText({bytes + field.offset, field.size})}});
+    record.members.push_back({"enabled", {Flags{bytes[kConfigFlags]}}});
+    return {record};
 }
 
-bool isPrintable(char character) {
-    return character >= ' ' && character <= '~';
-}
-
-std::string printable(std::string_view bytes) {
-    std::string text;
-    for (const char character : bytes) {
-        const auto byte = static_cast<uint8_t>(character);
-        text += isPrintable(character) ? std::string(1, character) : "\\x" + hexOf({&byte, 1});
+Value decodeDevices(const Reply& reply) {
+    List list = {printableText(reply.payload), {}};
+    for (const std::string& device : split(list.text, ';')) {
+        const Words fields = split(device, ',');
+        if (fields.size() > 1)
+            list.items.push_back({deviceOf(fields)});
     }
+    return {list};
+}
+
+Value decodeJson(const Reply& reply) {
+    const std::string text = printableText(reply.payload);
+    std::shared_ptr<json_object> object(parseJson(text), json_object_put);
+    if (object == nullptr)
+        return {text};
+    return {ParsedJson{text, object}};
+}
+
+std::string textOf(const Value& value) {
+    struct Visitor {
+        std::string operator()(std::monostate) { return ""; }
+        std::string operator()(const std::string& text) { return text; }
+        std::string operator()(bool yes) { return yes ? "yes" : "no"; }
+        std::string operator()(const Number& number) { return number.text; }
+        std::string operator()(const Flags& flags) { return flagsText(flags); }
+        std::string operator()(const List& list) { return list.text; }
+        std::string operator()(const Record& record) { return linesOf(record, ""); }
+        std::string operator()(const ParsedJson& json) { return json.text; }
+        std::string operator()(const RawReply& raw) { return rawText(raw); }
+    };
+    return std::visit(Visitor{}, value.of);
+}
+
+Value numberOrText(const std::string& text) {
+    const char* const end = text.data() + text.size();
+    Number number = {text, false, 0, 0};
+    const auto [realEnd, realError] = std::from_chars(text.data(), end, number.real);
+    if (realError != std::errc() || realEnd != end || !std::isfinite(number.real))
+        return {text};
+    const auto [wholeEnd, wholeError] = std::from_chars(text.data(), end, number.whole);
+    number.isWhole = wholeError == std::errc() && wholeEnd == end;
+    return {number};
+}
+
+std::vector<Member> membersOf(const Flags& flags) {
+    static constexpr const char* kNames[] = {"Wi-Fi", "guest Wi-Fi", "IPv6", "Bluetooth"};
+    std::vector<Member> members;
+    for (size_t i = 0; i < std::size(kNames); i++)
+        members.push_back({kNames[i], {(flags.bits >> i & 1) != 0}});
+    return members;
+}
+
+std::string dottedText(const Bytes& payload) {
+    std::string text;
+    for (const uint8_t byte : payload)
+        text += isPrintable(static_cast<char>(byte)) ? static_cast<char>(byte) : '.';
     return text;
-}
-
-std::string hexOf(std::span<const uint8_t> bytes) {
-    std::string hex;
-    for (const uint8_t byte : bytes)
-        hex.append(1, kHexDigits[byte >> 4]).append(1, kHexDigits[byte & 15]);
-    return hex;
-}
-
-std::string parseHex(const std::string& digits, Bytes* bytes) {
-    for (const char digit : digits)
-        if (hexValue(digit) < 0)
-            return std::string("'") + digit + "' is not a hexadecimal digit";
-    if (digits.size() % 2 != 0)
-        return "an odd number of hexadecimal digits";
-    bytes->clear();
-    for (size_t i = 0; i < digits.size(); i += 2)
-        bytes->push_back(static_cast<uint8_t>(hexValue(digits[i]) << 4 | hexValue(digits[i + 1])));
-    return "";
 }
 
 }  // namespace station

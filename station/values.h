@@ -1,45 +1,124 @@
-// Reply payloads as text. A decoder gives one value without a line end.
+// Values that a unit's replies carry. A reply is decoded once into a typed value; the text and the
+// JSON that people and programs see are both made from that value.
 #pragma once
 
+#include <json-c/json.h>
+
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
+#include <variant>
+#include <vector>
 
 #include "station/message.h"
 
 namespace station {
 
-using Decoder = std::string (*)(const Reply& reply);
+struct Number {
+    std::string text;  // as the unit sent it
+    bool isWhole;
+    int64_t whole;  // only if isWhole
+    double real;    // always set, and finite
+};
 
-// The text up to the first zero byte. All but printable ASCII is shown as \xNN, so that a damaged
-// field can neither steer a terminal nor break the encoding of a log.
-std::string decodeText(const Reply& reply);
+// The four settings, one bit each: Wi-Fi, guest Wi-Fi, IPv6, Bluetooth.
+struct Flags {
+    uint8_t bits;
+};
 
-// The same up to the first line end.
-std::string decodeLine(const Reply& reply);
+// A JSON text of the unit that was parsed to its end.
+struct ParsedJson {
+    std::string text;
+    std::shared_ptr<json_object> object;
+};
 
-// Info, length, and the payload as hex digits and as text with a dot for what cannot be printed.
-std::string decodeRaw(const Reply& reply);
+// A reply shown as it came.
+struct RawReply {
+    uint8_t info;
+    Bytes payload;
+};
 
-// What the reply says by being no refusal; its payload holds nothing.
-std::string decodeYes(const Reply& reply);
+struct Value;
+struct Member;
 
-// The four settings, on or off. The payload has its four bytes.
-std::string decodeEnableFlags(const Reply& reply);
+struct List {
+    std::string text;  // as a person reads it
+    std::vector<Value> items;
+};
 
-// The number of fans and each one's speed.
-std::string decodeFanSpeeds(const Reply& reply);
+struct Record {
+    std::vector<Member> members;
+};
 
-// The configuration record, a line for each field. The payload has its 244 bytes.
-std::string decodeConfigCheck(const Reply& reply);
+// std::monostate: there is no value. A std::string is already printable.
+struct Value {
+    std::variant<std::monostate, std::string, bool, Number, Flags, List, Record, ParsedJson,
+                 RawReply>
+        of = {};
 
-// Printable ASCII.
+    bool exists() const { return of.index() != 0; }
+};
+
+struct Member {
+    std::string name;  // in words, "guest Wi-Fi"
+    Value value;
+};
+
+// Decodes the payload of a whole reply.
+using ReplyFormat = Value (*)(const Reply& reply);
+
+// Decodes the text up to the first zero byte. All but printable ASCII becomes \xNN, so that a
+// damaged field can neither steer a terminal nor break the encoding of a log.
+Value decodeText(const Reply& reply);
+
+// Decodes the text up to the first zero byte or line end.
+Value decodeLine(const Reply& reply);
+
+// Decodes a number in decimal. A text that is not a finite number stays a text.
+Value decodeNumber(const Reply& reply);
+
+// Keeps info and payload.
+Value decodeRaw(const Reply& reply);
+
+// Returns true: the reply says yes by not being a refusal, and its payload says nothing more.
+Value decodeYes(const Reply& reply);
+
+// Decodes the four settings. The payload has at least four bytes.
+Value decodeEnableFlags(const Reply& reply);
+
+// Decodes the number of fans and the speed of each one.
+Value decodeFanSpeeds(const Reply& reply);
+
+// Decodes the configuration record. The payload has at least 244 bytes.
+Value decodeConfigCheck(const Reply& reply);
+
+// Decodes "VERSION,VENDOR,PRODUCT,SERIAL;" for each USB device, or the unit's word for none.
+Value decodeDevices(const Reply& reply);
+
+// Parses JSON. A text that is not JSON to its end, or holds a number that is not finite, stays a
+// text.
+Value decodeJson(const Reply& reply);
+
+// Returns the value as a person reads it, without a line end. Empty if there is none.
+std::string textOf(const Value& value);
+
+// Returns the number that the text holds, or the text.
+Value numberOrText(const std::string& text);
+
+// Returns the names and states of the four settings.
+std::vector<Member> membersOf(const Flags& flags);
+
+// Returns the payload with a dot for each byte that is not printable ASCII.
+std::string dottedText(const Bytes& payload);
+
+// Returns true for printable ASCII.
 bool isPrintable(char character);
 
-// The bytes as text with \xNN for all but printable ASCII, zero bytes included.
+// Returns the bytes as text with \xNN for all but printable ASCII, zero bytes included.
 std::string printable(std::string_view bytes);
 
-// Two digits for each byte.
+// Returns two digits for each byte.
 std::string hexOf(std::span<const uint8_t> bytes);
 
 // Turns hex digits into bytes. Returns what is wrong with them, or an empty text.

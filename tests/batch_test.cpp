@@ -36,7 +36,8 @@ TEST(Batch, CarriesOutALineAtATime) {
         const char* outcomes;
         const char* message;
     } rows[] = {
-        {failing, "--yes run -", 1, "PASS PASS FAIL ", "\"failed (info 3)\""},
+        {failing, "--yes run -", 1, "PASS PASS FAIL ",
+         "\"refused or failed (info 3). Cause: the unit's tool failed"},
         {failing, "--yes -k run -", 1, "PASS FAIL FAIL PASS ", "failed"},
         {"get button wps --expect 'BUTTON OK'\nget mac", "run -", 1, "FAIL ",
          "expected 'BUTTON OK', got 'BUTTON NOT OK'"},
@@ -48,8 +49,9 @@ TEST(Batch, CarriesOutALineAtATime) {
         {"set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\""},
         {"config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n"},
         {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
-        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "", "2 of 2 commands not sent"},
-        {"get mac", "-n --deadline 1e-9 run -", 3, "", "the deadline is over"},
+        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "",
+         "reached; 2 commands were not sent"},
+        {"get mac", "-n --deadline 1e-9 run -", 3, "", "deadline of 0.0 s reached"},
         {"get mac", "run $file.none", 7, "ERROR ", "No such file"},
     };
     for (const auto& row : rows) {
@@ -89,20 +91,25 @@ TEST(Batch, EndsOnASignal) {
     shell("mkfifo " + unit.path("/pipe").string());
     // The output of a station that gets the signal when it has said the word.
     const auto interruptedAt = [&](const std::string& word, const std::string& line,
-                                   const std::string& options) {
+                                   const std::string& options, int times = 1) {
         const ShellResult result =
-            shell("{ echo " + line + " >&0; { await '" + word + "' " + seen +
+            shell("{ { echo " + line + "; } >" + unit.path("/pipe").string() + " & { await '" +
+                  word + "' " + seen + " " + std::to_string(times) +
                   "; kill -INT $$; } & exec $station -v -o json " + options + " run - >" + seen +
                   " 2>&1; } <>" + unit.path("/pipe").string());
         EXPECT_EQ(result.exitCode, 128 + SIGINT);
         return unit.read("/seen");
     };
     EXPECT_EQ(outcomes(interruptedAt("PASS", "get mac", "")), "PASS ");
-    kill(unit.daemon(), SIGSTOP);
     unit.remove("/seen");
-    const std::string output = interruptedAt("sent to", "set oem-id x --yes", "--release");
-    EXPECT_EQ(outcomes(output), "ABORTED ");
-    EXPECT_NE(output.find("`get oem-id` tells"), std::string::npos) << output;
+    // The daemon stands still after the reply that proves the account.
+    const std::string output =
+        interruptedAt("sent to",
+                      "get mac; await PASS " + seen + "; kill -STOP " +
+                          std::to_string(unit.daemon()) + "; echo set oem-id x --yes",
+                      "--release", 2);
+    EXPECT_EQ(outcomes(output), "PASS ABORTED ");
+    EXPECT_NE(output.find("`get oem-id` shows it"), std::string::npos) << output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
     unit.write("/lines", "get mac\nset device-id abc");
@@ -114,7 +121,8 @@ TEST(Batch, EndsOnASignal) {
                                      "--local-port 1042 run " +
                                      lines + " 2>" + seen + "; } | { await received " + seen +
                                      "; kill $(cat " + pid + "); tr -d '\\0'; }");
-    EXPECT_NE(result.output.find("signal 15; it was not sent"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("signal 15. The command was not sent"), std::string::npos)
+        << result.output;
     expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }
 
@@ -124,6 +132,31 @@ TEST(Batch, AsksOnATerminal) {
     EXPECT_NE(shell("echo n" + erase).output.find("not confirmed"), std::string::npos);
     EXPECT_NE(shell("echo y" + erase).output.find("OK"), std::string::npos);
     EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
+}
+
+TEST(Batch, TwoCallsFromOnePort_TheSecondWaitsOrFails) {
+    Unit unit;
+    const std::string first = "sleep 1 | $station run - & ";
+    const ShellResult waited = shell(first + "sleep 0.3; $station --timeout 5 get mac; wait");
+    EXPECT_EQ(waited.output, "02-1A-2B-13-7B-00\n");
+    const ShellResult failed = shell(first +
+                                     "sleep 0.3; $station --timeout 0.1 get mac; echo $?; "
+                                     "$station --local-port 0 --release get mac; wait");
+    EXPECT_NE(failed.output.find("another mfgp-station talks to 127.0.0.1:1040 from port 1041"),
+              std::string::npos)
+        << failed.output;
+    EXPECT_NE(failed.output.find("\n7\n"), std::string::npos) << failed.output;
+}
+
+TEST(Batch, TheDeadline_IsNamedInTheMessage) {
+    Unit unit;
+    unit.write("/lines", "get mac\nget ssid\nget country");
+    kill(unit.daemon(), SIGSTOP);
+    expectRows({{"--deadline 0.3 run " + unit.path("/lines").string(), 3,
+                 "deadline of 0.3 s reached while waiting for the reply to `get mac` (1 attempt)"},
+                {"-k --deadline 0.3 run " + unit.path("/lines").string(), 3,
+                 "; 2 commands were not sent"}});
+    kill(unit.daemon(), SIGCONT);
 }
 
 TEST(Batch, ServesTwoUnitsFromOneStation) {
@@ -151,7 +184,7 @@ TEST(Batch, ExamplesRun) {
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
     const ShellResult line = shell(examples + "$station -y run production-line.txt");
     EXPECT_EQ(line.exitCode, 0) << line.output;
-    EXPECT_NE(line.output.find("get antenna-level                       -61\n"), std::string::npos);
+    EXPECT_TRUE(std::regex_search(line.output, std::regex("get antenna-level +-61 dBm\n")));
     const std::string check =
         examples + "MFGP_STATION=" + program(unit) + " ./check-limits --host 127.0.0.1";
     const ShellResult passed = shell(check);
@@ -167,12 +200,13 @@ TEST(Batch, ManualAndCompletionAreInStep) {
     const Unit unit;
     const std::string station = program(unit);
     const std::string page = shell("cat " MFGP_SOURCE_DIR "/docs/man/mfgp-station.1").output;
-    for (const char* table : {"commands", "options", "exit-codes"}) {
-        const std::string rows = shell(std::string("$station -o mdoc list ") + table).output;
-        EXPECT_NE(
-            page.find(std::string(".\\\" table: ") + table + "\n" + rows + ".\\\" end of table"),
-            std::string::npos)
-            << "scripts/manual writes the tables anew: " << table;
+    for (const std::string table : {"commands", "options", "exit-codes"}) {
+        const ShellResult rows =
+            shell(MFGP_SOURCE_DIR "/scripts/manual --print " + table + " " + station);
+        EXPECT_EQ(rows.exitCode, 0) << rows.output;
+        EXPECT_NE(page.find(".\\\" table: " + table + "\n" + rows.output + ".\\\" end of table"),
+                  std::string::npos)
+            << "scripts/manual writes the tables again: " << table;
     }
     const auto complete = [&station](const std::string& words) {
         return shell("bash -c '. " MFGP_SOURCE_DIR "/station/mfgp-station.bash; COMP_WORDS=(" +

@@ -1,9 +1,18 @@
 // mfgp-station through its built program: values, messages and exit codes that scripts rely on.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <stdexcept>
+#include <thread>
 
+#include "commands/json_handle.h"
+#include "station/json_values.h"
 #include "tests/support/client.h"
 #include "tests/support/unit.h"
 
@@ -28,15 +37,22 @@ TEST(StationClient, ReadsAUnit) {
     EXPECT_NE(unit.trace().find("] setCfg: a text\n"), std::string::npos);
     unit.setMode("normal");
     expectRows({
-        {"get oem-id", 1, "failed or refused outside produce mode (info 3)"},
-        {"sheet", 1, "! failed or refused"},
+        {"get oem-id", 1, "(info 3). Cause: the unit is not in produce mode\n"},
+        {"sheet", 0, "not readable: the unit is not in produce mode\n"},
+        {"sheet", 0, "produce mode "},
+        {"--retries 0 get oem-id", 1, "Possible causes: the unit is not in produce mode; the"},
+        {"-v get oem-id", 1, "asking `get product-id` to learn"},
+        {"--user wrong sheet", 5,
+         "produce mode                           ! cannot decrypt the reply"},
+        {"--user wrong qlog stop", 5,
+         "account is right, the datagram was damaged; try again. `qlog stop` was not sent"},
         {"--user wrong get mac", 5, "wrong user name or password"},
-        {"--user wrong raw 3 55", 5, "was sent once and may have been done"},
+        {"--user wrong raw 3 55", 5, "was sent once, and the unit may have"},
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
         {"cancel", 0, "OK\n"},
         {"--local-port 1042 --release get mac", 0, "02-1A-2B-13-7B-00\n"},
-        {"--local-port 1043 --release sheet", 1, "02-1A-2B-13-7B-00\n"},
+        {"--local-port 1043 --release sheet", 0, "02-1A-2B-13-7B-00\n"},
         {"get mac", 0, "02-1A-2B-13-7B-00\n"},
     });
 }
@@ -49,7 +65,7 @@ TEST(StationClient, WritesAUnitOnceAndReadsItBack) {
     expectRows({
         {"set mac 02-1a-2B-13-7B-0F", 0, "OK\n"},
         {"get mac", 0, "02-1A-2B-13-7B-0F\n"},
-        {"set mac 021A2B137B00", 1, "(info 3); if it was done before in this run"},
+        {"set mac 021A2B137B00", 1, "Possible causes: this field was already written since mfgpd"},
         {"set model-name M60", 0, "OK\n"},
         {"get hardware-description", 0, "M60 V1.0\n"},
         {setGroup, 0, "OK\n"},
@@ -58,6 +74,120 @@ TEST(StationClient, WritesAUnitOnceAndReadsItBack) {
         {"erase radio", 2, "needs --yes"},
         {"erase radio --yes", 0, "OK\n"},
     });
+}
+
+TEST(StationClient, AValueThatMeansNothing_Fails) {
+    Unit unit({StateFile{"/fw/OEM_ID", ""}, StateFile{"/fans/speeds", "2\n"},
+               StateFile{"/modem/imei", "123456789012345"}});
+    const std::string json = "$station -o json ";
+    shell("$station fan recheck");
+    const struct {
+        const char* words;
+        const char* message;
+    } rows[] = {
+        {"get oem-id", "no value for it"},
+        {"get antenna-level", "'999' (no level was measured)"},
+        {"get imei", "'999999999999999' (flash and modem differ"},
+        {"fan speeds 2", "no speed is known for this gear"},
+        {"rssi-spread --band 1 --nss 1", "a single reading is not a spread"},
+    };
+    for (const auto& row : rows) {
+        const ShellResult result = shell(json + row.words +
+                                         " | jq -c '[.outcome, .value, (.raw | "
+                                         "length > 0), .message]'");
+        EXPECT_NE(result.output.find(R"(["FAIL",null,true)"), std::string::npos) << result.output;
+        EXPECT_NE(result.output.find(row.message), std::string::npos) << result.output;
+    }
+}
+
+// Sends every datagram back to its sender.
+class UdpEcho {
+  public:
+    UdpEcho() : fd_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        if (bind(fd_, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+            getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+            throw std::runtime_error("no echo");
+        port = ntohs(address.sin_port);
+        thread_ = std::thread([this] { run(); });
+    }
+    ~UdpEcho() {
+        shutdown(fd_, SHUT_RDWR);
+        isOver_ = true;
+        thread_.join();
+        close(fd_);
+    }
+    int port = 0;
+
+  private:
+    void run() const {
+        char buffer[2048];
+        while (!isOver_) {
+            pollfd poll = {fd_, POLLIN, 0};
+            sockaddr_in from = {};
+            socklen_t length = sizeof from;
+            if (::poll(&poll, 1, 50) != 1)
+                continue;
+            const ssize_t size = recvfrom(fd_, buffer, sizeof buffer, MSG_DONTWAIT,
+                                          reinterpret_cast<sockaddr*>(&from), &length);
+            if (size > 0)
+                sendto(fd_, buffer, static_cast<size_t>(size), 0,
+                       reinterpret_cast<sockaddr*>(&from), length);
+        }
+    }
+    int fd_;
+    std::atomic<bool> isOver_ = false;
+    std::thread thread_;
+};
+
+TEST(StationClient, AnEchoOfTheRequest_IsNotAReply) {
+    const UdpEcho echo;
+    const std::string to = "--timeout 0.1 --port " + std::to_string(echo.port) + " ";
+    for (const char* command : {"get calibration", "get mac", "set pin 12345678", "reset --yes"}) {
+        const ShellResult result = shell("$station " + to + command);
+        EXPECT_EQ(result.exitCode, 3) << command << result.output;
+    }
+    expectRows({{to + "raw 4 0", 6, "an echo of the request, not a reply"},
+                {to + "heartbeat", 0, "OK"}});  // a unit sends it back in the same way
+}
+
+TEST(StationClient, Secrets_AreHidden) {
+    Unit unit;
+    for (const std::string command : {"$station -o json -vvv set pin 12345678",
+                                      "echo 'set pin 12345678' | $station -y -vvv run -",
+                                      "echo 'get mac --password 12345678' | $station run -",
+                                      "$station -o json -vvv -y raw 3 76 3132333435363738"}) {
+        const ShellResult result = shell(command);
+        EXPECT_NE(result.output.find("********"), std::string::npos) << result.output;
+        for (const char* secret : {"12345678", "3132333435363738"})
+            EXPECT_EQ(result.output.find(secret), std::string::npos) << result.output;
+    }
+    expectRows({{"-o json --show-secrets set pin 12345678", 1, R"(["12345678"])"}});
+}
+
+TEST(StationClient, JsonOfAUnit_IsParsedWholeOrNotAtAll) {
+    using station::decodeJson, station::jsonLine, station::jsonOf;
+    const struct {
+        std::string_view sent;
+        const char* line;
+    } rows[] = {
+        {R"({"pack":3})", R"({"pack":3})"},
+        {R"({"pack":3} x)", R"("{\"pack\":3} x")"},
+        {"[NaN]", R"("[NaN]")"},
+        {"[Infinity]", R"("[Infinity]")"},
+        {"[1e999]", R"("[1e999]")"},
+        {R"(["\u001b[2J\u007f\u00e9\ud83d\ude00"])", R"(["\u001b[2J\u007f\u00e9\ud83d\ude00"])"},
+        {"\x1b[2J", R"("\\x1b[2J")"},
+    };
+    for (const auto& row : rows) {
+        station::Reply reply = {};
+        reply.payload.assign(row.sent.begin(), row.sent.end());
+        const Json json(jsonOf(decodeJson(reply)));
+        EXPECT_EQ(jsonLine(json.get()), row.line);
+    }
 }
 
 TEST(StationClient, RunsTheProductionTests) {
@@ -92,7 +222,7 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"set mac 02:1A:2B:13:7B", 2, "MAC '02:1A:2B:13:7B' is none of"},
         {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it all the same"},
         {"set imei ''", 2, "IMEI '' is not 15 digits\n"},
-        {"set pin 1234567", 2, "PIN '1234567' has 7 characters, not 8"},
+        {"set pin 1234567", 2, "PIN has 7 characters, not 8"},
         {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
         {"set device-id ''", 2, "TEXT is empty"},
         {tooLong, 2, "TEXT is 65 bytes long, more than 64"},
@@ -147,14 +277,25 @@ TEST(StationClient, RepeatsReadsOnly) {
     EXPECT_NE(shell(late + "-o json get mac").output.find("\"tries\":3}"), std::string::npos);
     EXPECT_EQ(shell(late + "--deadline 30 wait").output, "OK\n");
     shell(stop);
-    expectRows({{"--timeout 0.1 set oem-id x", 3, "(1 try); it was sent once and may have"},
-                {"--timeout 0.1 --retries 2 set oem-id y", 3, "`get oem-id` tells"},
-                {"--timeout 0.1 --retries 1 get mac", 3, "(2 tries)"},
-                {"--deadline 0.2 get mac", 3, " s (1 try)"},
-                {"--deadline 4.5 --timeout 1 wait", 3, " tries)"},
-                {"--timeout 0.1 init", 3, "(3 tries); one whose MAC/PIN test was cancelled"},
-                {"--timeout 0.1 sheet", 3, "! no answer"},
+    expectRows({{"--timeout 0.1 set oem-id y", 3, "`set oem-id` was not sent"},
+                {"--timeout 0.1 --retries 1 get mac", 3, "(2 attempts)"},
+                {"--deadline 0.2 get mac", 3,
+                 "deadline of 0.2 s reached while waiting for the reply to `get mac`"},
+                {"--deadline 4.5 --timeout 1 wait", 3, "deadline of 4.5 s reached while"},
+                {"--timeout 0.1 init", 3, "(3 attempts). A unit that was released after"},
+                {"--timeout 0.1 sheet", 3, "! no reply"},
                 {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
+    kill(unit.daemon(), SIGCONT);
+    // The first reply proves the account; then the daemon stands still.
+    const ShellResult once =
+        shell(": >" + sent + "; { echo get mac; await 02-1A " + sent + "; " + stop +
+              "echo set oem-id x --yes --timeout 0.1 --retries 2; } | "
+              "$station run - >" +
+              sent + "; cat " + sent);
+    EXPECT_NE(once.output.find("in 0.3 s (1 attempt). The command was sent once, and the unit may"),
+              std::string::npos)
+        << once.output;
+    EXPECT_NE(once.output.find("`get oem-id` shows it"), std::string::npos) << once.output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
@@ -173,6 +314,9 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
     expectRows({
         {"-n --packet-id 0x0102 get mac", 0,
          "020300000000000001023700ffdb440863683849f4287601b004120e\n"},
+        {"-n -v get mac", 0, "direction: request\nversion: 2\ntype: 3\n"},
+        {"-n -o json get mac", 0, "\"outcome\":\"DRYRUN\""},
+        {"-n get mac --expect x", 2, "--expect needs a reply, and --dry-run sends nothing"},
         {"decode " + reply, 0, "command: get mac\npayload: 30322d31412d32422d31332d37"},
         {"--user x decode " + reply, 5, "reading: wrong digest"},
         {"decode 000000070000000000000000", 0, "reading: short form"},
@@ -190,9 +334,11 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
         {account + "long get mac", 2, "is not two lines"},
         {account + "short get mac", 2, "is not two lines"},
         {account + "none get mac", 7, "cannot read"},
+        {"--interface nodev get mac", 7, "cannot use interface 'nodev': No such device"},
+        {"--interface lo " + account + "private get mac", 0, "02-1A"},
         {"--host no.such.host.invalid get mac", 7, "cannot find host"},
         {"--host 10.0.0.1 get mac", 7, "cannot talk to 10.0.0.1:1040: Network is unreachable"},
-        {"--host 10.0.0.1 --deadline 0.3 wait", 3, "(1 try): Network is unreachable"},
+        {"--host 10.0.0.1 --deadline 0.3 wait", 3, "(1 attempt): Network is unreachable"},
         {"--output-file /no/such/file get mac", 7, "cannot write '/no/such/file'"},
         {"-q list exit-codes > /dev/full", 7, "cannot write the results"},
     });
@@ -249,7 +395,7 @@ TEST(StationClient, GivesJsonOfOneShape) {
     EXPECT_EQ(shell("$station -o json --output-file " + sheet + " sheet; jq -cs '[length, (map(" +
                     "keys_unsorted) | unique | length), .[1].command]' " + sheet)
                   .output,
-              "[23,1,\"get device-id\"]\n");
+              "[24,1,\"get product-id\"]\n");
 }
 
 }  // namespace

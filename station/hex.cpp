@@ -1,0 +1,53 @@
+#include "station/values.h"
+
+namespace station {
+namespace {
+
+constexpr char kHexDigits[] = "0123456789abcdef";
+
+// Returns -1 if the character is not a hexadecimal digit.
+int hexValue(char digit) {
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    if (digit >= 'a' && digit <= 'f')
+        return digit - 'a' + 10;
+    if (digit >= 'A' && digit <= 'F')
+        return digit - 'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+bool isPrintable(char character) {
+    return character >= ' ' && character <= '~';
+}
+
+std::string printable(std::string_view bytes) {
+    std::string text;
+    for (const char character : bytes) {
+        const auto byte = static_cast<uint8_t>(character);
+        text += isPrintable(character) ? std::string(1, character) : "\\x" + hexOf({&byte, 1});
+    }
+    return text;
+}
+
+std::string hexOf(std::span<const uint8_t> bytes) {
+    std::string hex;
+    for (const uint8_t byte : bytes)
+        hex.append(1, kHexDigits[byte >> 4]).append(1, kHexDigits[byte & 15]);
+    return hex;
+}
+
+std::string parseHex(const std::string& digits, Bytes* bytes) {
+    for (const char digit : digits)
+        if (hexValue(digit) < 0)
+            return std::string("'") + digit + "' is not a hexadecimal digit";
+    if (digits.size() % 2 != 0)
+        return "an odd number of hexadecimal digits";
+    bytes->clear();
+    for (size_t i = 0; i < digits.size(); i += 2)
+        bytes->push_back(static_cast<uint8_t>(hexValue(digits[i]) << 4 | hexValue(digits[i + 1])));
+    return "";
+}
+
+}  // namespace station
