@@ -3,8 +3,7 @@
 --     wireshark -X lua_script:wireshark/mfgp.lua
 --
 -- or copy it into the folder that Help > About > Folders names for personal Lua plugins. The
--- payload is enciphered with a key from the unit's web account, so it is shown as the cipher text
--- that it is.
+-- payload is enciphered with a key from the unit's web account, so it is shown as cipher text.
 
 local mfgp = Proto("mfgp", "mfgp factory and service protocol")
 
@@ -32,7 +31,7 @@ local INFOS = {
     [9] = "wrong digest or length: mostly a wrong account",
 }
 
--- The names that mfgp-station has for them.
+-- The command names of mfgp-station.
 local SPECIAL = {
     [10] = "get product-id",
     [17] = "erase radio",
@@ -121,15 +120,15 @@ e.info = ProtoExpert.new("mfgp.info.not_zero", "The unit did not do it", expert.
     expert.severity.WARN)
 e.length = ProtoExpert.new("mfgp.length.wrong", "The payload length is not that of the datagram",
     expert.group.MALFORMED, expert.severity.ERROR)
-e.block = ProtoExpert.new("mfgp.length.no_block", "The payload length is no multiple of 8",
+e.block = ProtoExpert.new("mfgp.length.no_block", "The payload length is not a multiple of 8",
     expert.group.PROTOCOL, expert.severity.WARN)
 e.short = ProtoExpert.new("mfgp.short", "Shorter than a header", expert.group.MALFORMED,
     expert.severity.ERROR)
 e.version = ProtoExpert.new("mfgp.version.unknown", "Not version 2", expert.group.PROTOCOL,
     expert.severity.WARN)
 
--- What belongs together, by frame number, found when the packets are first gone through in order:
--- a reply brings back the packet id of a request, from the unit to the same station.
+-- Matches requests and replies by frame number on the first pass over the packets. A reply has the
+-- packet id of its request and goes from the unit to the same station.
 local requests, replies, waiting
 
 function mfgp.init()
@@ -164,7 +163,7 @@ local function add_match(tree, pinfo)
     end
 end
 
--- The first twelve bytes, which an encrypted command has once more inside.
+-- Adds the first twelve bytes. An encrypted command has a second such header inside.
 local function add_header(tree, bytes, is_reply, subtype_field)
     tree:add(f.version, bytes(0, 1))
     tree:add(f.type, bytes(1, 1))
@@ -180,9 +179,9 @@ local function add_header(tree, bytes, is_reply, subtype_field)
     return length
 end
 
--- On the wire the inner header is cipher text like the rest. It can be read in packets written out
--- in plain, such as a log of a station's turned into a capture with text2pcap; that cipher text
--- looks like this by chance happens less than once in a million packets.
+-- Returns true if the payload begins with a readable inner header. On the wire it is cipher text. It
+-- is readable in packets that were logged in plain text and converted with text2pcap. Cipher text
+-- looks like an inner header in less than one of a million packets.
 local function has_plain_inner(payload)
     return payload:len() >= INNER_HEADER_SIZE and payload(0, 1):uint() == 2
         and payload(2, 1):uint() % 2 == 0 and payload(2, 1):uint() <= 2
@@ -221,7 +220,7 @@ local function add_packet(tree, bytes, is_reply)
     return name or TYPES[type] or "type " .. type
 end
 
--- What an old station sends, and the twelve bytes that it is answered with.
+-- Adds a packet of an older version, or the twelve bytes of the reply to it.
 local function add_other_version(tree, bytes, is_reply)
     local version = tree:add(f.version, bytes(0, 1))
     if is_reply and bytes:len() == 12 and bytes(3, 1):uint() == 7 then

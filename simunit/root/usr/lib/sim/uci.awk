@@ -1,8 +1,8 @@
-# Reads a configuration file and its uncommitted changes (/tmp/.uci/PKG) behind it, and runs the command
-# of the environment: get prints the value at path, show prints the whole file, delta checks
+# Reads a configuration file and then its uncommitted changes (/tmp/.uci/PKG), and runs the command in
+# the environment: get prints the value at path, show prints the whole file, delta checks
 # path=value and prints the change line for it.
 
-# Splits a line into word[1..n]: bare text, '...' and "...", adjoining pieces joined.
+# Splits a line into word[1..n]. Joins adjacent pieces of bare text, '...' and "...".
 function split_words(line,    i, c, quote, open, n) {
     n = 0; quote = ""; open = 0
     for (i = 1; i <= length(line); i++) {
@@ -36,7 +36,7 @@ function assign(section, option, value, is_list,    key) {
     lists[key] = is_list
 }
 
-# One change line: -p.s.o, -p.s, p.s='type', p.s.o='value' or |p.s.o='value'.
+# Applies one change line: -p.s.o, -p.s, p.s='type', p.s.o='value' or |p.s.o='value'.
 function change(line,    sign, at, path, value) {
     if (split_words(line) != 1) return
     line = word[1]

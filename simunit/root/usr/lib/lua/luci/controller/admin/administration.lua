@@ -1,4 +1,4 @@
--- The web controller's account query, answered from the plain files /account/username and
+-- The account query of the web controller. Answers from the plain files /account/username and
 -- /account/password.
 module("luci.controller.admin.administration", package.seeall)
 
