@@ -62,7 +62,10 @@ bool judgeLog(Verdict verdict) {
            verdict(first[0]);
 }
 
-bool runSteps(const Branch& branch, const char* function) {
+// Runs the steps of the branch, or judges the log. Returns true on success.
+bool runBranch(const Branch& branch, const char* function) {
+    if (branch.verdict != nullptr)
+        return judgeLog(branch.verdict);
     for (const Step& step : branch.steps) {
         if (step.line == nullptr)
             break;
@@ -73,10 +76,6 @@ bool runSteps(const Branch& branch, const char* function) {
         }
     }
     return true;
-}
-
-bool runBranch(const Branch& branch, const char* function) {
-    return branch.verdict != nullptr ? judgeLog(branch.verdict) : runSteps(branch, function);
 }
 
 }  // namespace
@@ -96,7 +95,8 @@ int mfgp_cmd_getCalStatus(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 86);
     if (is_cal() == 0) {
         MFGP_TRACE("WLAN TEST Fail!!!\n");
-        return mfgp_replyFail(reply, -10331, "get SSID failed");  // a borrowed message
+        return mfgp_replyFail(reply, -10331,
+                              "get SSID failed");  // The protocol defines the SSID's message.
     }
     MFGP_TRACE("WLAN TEST Success!!!\n");
     return mfgp_replyOk(reply, sizeof "WLAN OK");  // The payload stays zero.

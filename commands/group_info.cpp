@@ -130,26 +130,17 @@ const char* setGroup(const Reply& reply) {
     return wrong != nullptr ? wrong : storeGroup(group);
 }
 
-struct GroupField {
-    const char* firmKey;
-    const char* name;
-    const char* valueName;
-};
-
 // Reads and logs a field into `text`, which is zeroed and one byte longer than the field. Returns 0
 // or -1.
-int readGroupField(const Reply& reply, const GroupField& field, std::span<char> text) {
-    if (get_firm_info(field.firmKey, text.size() - 1, text) != 0) {
-        MFGP_TRACE_AS(reply.function, "get firm info %s failed.\n", field.name);
+int readGroupField(const Reply& reply, const char* key, const char* name, const char* valueName,
+                   std::span<char> text) {
+    if (get_firm_info(key, text.size() - 1, text) != 0) {
+        MFGP_TRACE_AS(reply.function, "get firm info %s failed.\n", name);
         return -1;
     }
-    MFGP_TRACE_AS(reply.function, "groupinfo %s is: %s, len is %d\n", field.valueName, text.data(),
+    MFGP_TRACE_AS(reply.function, "groupinfo %s is: %s, len is %d\n", valueName, text.data(),
                   static_cast<int>(strlen(text.data())));
     return 0;
-}
-
-bool isNumber(const char* text) {
-    return text[strspn(text, "0123456789")] == '\0';
 }
 
 // Returns the stored group as a JSON object, or null after logging why it cannot be read.
@@ -157,11 +148,11 @@ Json loadGroup(const Reply& reply) {
     char key[kGroupKeyLength + 1] = {};
     char gid[kGidLength + 1] = {};
     char pack[kPackLength + 1] = {};
-    if (readGroupField(reply, {"PRECONF_KEY", "key", "key"}, key) != 0 ||
-        readGroupField(reply, {"PRECONF_GID", "gid", "gid"}, gid) != 0 ||
-        readGroupField(reply, {"PRECONF_PACK", "pack", "pack_str"}, pack) != 0)
+    if (readGroupField(reply, "PRECONF_KEY", "key", "key", key) != 0 ||
+        readGroupField(reply, "PRECONF_GID", "gid", "gid", gid) != 0 ||
+        readGroupField(reply, "PRECONF_PACK", "pack", "pack_str", pack) != 0)
         return nullptr;
-    if (!isNumber(pack)) {
+    if (pack[strspn(pack, "0123456789")] != '\0') {
         MFGP_TRACE_AS(reply.function, "pack_str is not digit.\n");
         return nullptr;
     }

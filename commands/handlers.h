@@ -5,8 +5,8 @@
 
 #include "core/service_context.h"
 
-// identity_read.cpp. Each answers one factory field, padded with zeros to a fixed length, and fails
-// only when the field reader could not be started.
+// identity_read.cpp. Each answers a factory field (58: two), padded with zeros to a fixed length,
+// and fails only when the field reader could not be started.
 int mfgp_cmd_getProdId(ServiceContext* ctx);       // 10: 16 bytes; "00000000" if empty; -10330
 int mfgp_cmd_getDevID(ServiceContext* ctx);        // 53: 64 bytes; -10316
 int mfgp_cmd_getMAC(ServiceContext* ctx);          // 55: 17 bytes; -10320
@@ -65,8 +65,9 @@ int mfgp2_cmd_getlteSwVer(ServiceContext* ctx);     // 116: 65 bytes, its softwa
 
 // calibration.cpp. 18 runs the steps of the tool that the argument names, or judges the log of the
 // running coexistence test. Any other argument starts the Wi-Fi calibration.
-int mfgp_cmd_StartCal(ServiceContext* ctx);      // 18: -10309
-int mfgp_cmd_getCalStatus(ServiceContext* ctx);  // 86: 8 zero bytes; -10331 unless in this mode
+int mfgp_cmd_StartCal(ServiceContext* ctx);  // 18: -10309
+int mfgp_cmd_getCalStatus(
+    ServiceContext* ctx);  // 86: 8 zero bytes; -10331 outside calibration mode
 
 // status_read.cpp. 70 to 72 answer into the command block.
 int mfgp_cmd_getGpioStatus(ServiceContext* ctx);   // 50: was the named button pressed? A text and
@@ -81,7 +82,7 @@ int mfgp_cmd_getModelName(ServiceContext* ctx);    // 72, encrypted: at most 64 
 // fan.cpp. The firmware's fan service drives and measures the fans. These commands start it and
 // read its files under /tmp/fan_speed. A number that cannot be parsed is 0.
 int mfgp_cmd_setFanSpeed(ServiceContext* ctx);       // 104: {"gear":"G","time":T}: runs the fans
-                                                     // at gear G for T seconds; -10300
+                                                     // at gear G for time T; -10300
 int mfgp_cmd_setAllFanGear(ServiceContext* ctx);     // 89: {"gear":255}: measures all again; -10300
 int mfgp_cmd_getAllFanStatus(ServiceContext* ctx);   // 88: one character, the test's status; -10346
 int mfgp_cmd_getMultiFanSpeed(ServiceContext* ctx);  // 105: a gear; answers the number of fans and

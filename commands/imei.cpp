@@ -20,8 +20,8 @@ bool isSafeImei(const char* imei) {
     return imei[0] != '-' && mfgp_isPlainText(imei);
 }
 
-// Writes the IMEI into the modem and makes it permanent. Any module except the FG621, even an
-// unknown one, has the atcon console. Returns 0 or -1.
+// Writes the IMEI into the modem and makes it permanent. Every module except the FG621, even an
+// unknown one, is written through atcon. Returns 0 or -1.
 int writeModemImei(const Reply& reply, const char* imei) {
     char name[kModuleNameSize];
     if (mfgp_readModuleName(name, "FTM", reply.function) != 0)

@@ -68,7 +68,7 @@ int eg060LevelLine(const TestFields& t, ModemLine& line, const char* /*function*
         t.integer(0), t.integer(1), t.integer(2), t.integer(3), t.integer(4));
 }
 
-// This module has no line to leave the test mode. Any mode but 1 gives an empty line, which
+// No line leaves this module's test mode. A mode other than 1 gives an empty line, and running it
 // succeeds.
 int fg621SetFtmLine(int mode, ModemLine& line) {
     return mfgp_formatLine(line, "%s", mode == 1 ? "cellcli -c at+sfun=5" : "");
@@ -79,28 +79,18 @@ int fg621ConfigurationLine(const TestFields& t, ModemLine& line) {
                            t.integer(1), t.integer(3), 0);
 }
 
-// Field 2 selects one of the two levels in the answer, and field 3 is 2 for LTE, else WCDMA. A
-// field 4 other than 0 and 1 gives an empty line, which answers nothing.
+// Field 2 selects the separator before the level: a blank if 0, else a comma. Field 3 is 2 for LTE,
+// and any other value means WCDMA. If field 4 is neither 0 nor 1, the line is empty and prints
+// nothing.
 int fg621LevelLine(const TestFields& t, ModemLine& line, const char* /*function*/) {
+    static constexpr const char* kLines[2][2] = {
+        {R"(cellcli -c 'AT+WCDMARXLEVELDBM?' | awk 'NR==1{split($0,a,"[,_]");print a[2]}')",
+         R"(cellcli -c 'AT+WCDMARXLEVELDBM?' | awk 'NR==1{split($0,a,"[ _]");print a[2]}')"},
+        {R"(cellcli -c 'AT+LTERXLEVELDBM?' | awk 'NR==1{split($0,a,"[,_]");print a[2]}')",
+         R"(cellcli -c 'AT+LTERXLEVELDBM?' | awk 'NR==1{split($0,a,"[ _]");print a[2]}')"}};
     const bool isLte = t.integer(3) == 2;
-    const bool isFirst = t.integer(2) == 0;
-    if (t.integer(4) != 1)
-        return mfgp_formatLine(line, "%s", "");
-    if (isLte && isFirst)
-        return mfgp_formatLine(
-            line, "%s",
-            R"(cellcli -c 'AT+LTERXLEVELDBM?' | awk 'NR==1{split($0,a,"[ _]");print a[2]}')");
-    if (isLte)
-        return mfgp_formatLine(
-            line, "%s",
-            R"(cellcli -c 'AT+LTERXLEVELDBM?' | awk 'NR==1{split($0,a,"[,_]");print a[2]}')");
-    if (isFirst)
-        return mfgp_formatLine(
-            line, "%s",
-            R"(cellcli -c 'AT+WCDMARXLEVELDBM?' | awk 'NR==1{split($0,a,"[ _]");print a[2]}')");
-    return mfgp_formatLine(
-        line, "%s",
-        R"(cellcli -c 'AT+WCDMARXLEVELDBM?' | awk 'NR==1{split($0,a,"[,_]");print a[2]}')");
+    const bool hasBlank = t.integer(2) == 0;
+    return mfgp_formatLine(line, "%s", t.integer(4) == 1 ? kLines[isLte][hasBlank] : "");
 }
 
 constexpr Module kModules[] = {

@@ -1,4 +1,5 @@
-// The lines that each cellular module receives on its AT console. A new module is a new row.
+// The shell lines that send AT commands to each cellular module. To add a module, add a row to
+// kModules.
 #pragma once
 
 #include <cstddef>

@@ -71,9 +71,8 @@ int mfgp_replyText(const Reply& reply, const char* text, uint32_t length) {
 }
 
 int mfgp_replyText(const Reply& reply, const char* text) {
-    mfgp_replyPut(reply, text);
-    mfgp_replyLogPayload(reply);
-    return mfgp_replyOk(reply, static_cast<uint32_t>(strlen(mfgp_payloadText(reply))));
+    const size_t length = strnlen(text, reply.payload.size() - 1);
+    return mfgp_replyText(reply, text, text[0] != '\n' ? static_cast<uint32_t>(length) : 0);
 }
 
 int mfgp_replyFail(const Reply& reply, int code, const char* message) {

@@ -56,8 +56,8 @@ char* mfgp_payloadText(const Reply& reply);
 // Completes the reply with `length` payload bytes. Returns 0.
 int mfgp_replyOk(const Reply& reply, uint32_t length);
 
-// Copies the text without its terminator into the payload, cut to its capacity. If the text begins
-// with a newline, which means that a tool printed nothing else, the payload stays zero.
+// Copies the text without its terminator into the payload, cut to its capacity. A text that
+// begins with a newline counts as empty, and the payload stays zero.
 void mfgp_replyPut(const Reply& reply, const char* text);
 
 // Logs the payload as text.

@@ -96,7 +96,7 @@ int readDutFlags(uint32_t* flags, const char* function) {
 }
 
 // Fills the record. Returns 0, or -1 without a record or when a field cannot be read. The fields
-// that were read before it are then filled and the rest is zero.
+// read before the failure stay filled, and the others are zero.
 int get_dut_config(DutConfig* pCfg) {
     if (pCfg == nullptr) {
         MFGP_TRACE("pCfg is NULL.\n");

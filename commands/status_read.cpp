@@ -14,7 +14,7 @@ constexpr size_t kLongestStatusText = 64;
 
 struct Button {
     const char* name;
-    size_t compared;  // characters of the argument, in any case
+    size_t compared;  // number of characters; upper and lower case are equal
     const char* pressed;
 };
 
@@ -61,7 +61,8 @@ int mfgp_cmd_getGpioStatus(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 50);
     if (is_cal() == 0) {
         MFGP_TRACE("WLAN TEST Fail!!!\n");
-        return mfgp_replyFail(reply, -10331, "get SSID failed");  // a borrowed message
+        return mfgp_replyFail(reply, -10331,
+                              "get SSID failed");  // The protocol defines the SSID's message.
     }
     const char* const button = mfgp_argumentText(reply);
     MFGP_TRACE("detect button:%s\n", button);
@@ -72,20 +73,15 @@ int mfgp_cmd_getGpioStatus(ServiceContext* ctx) {
 }
 
 int mfgp_cmd_getBleStatus(ServiceContext* ctx) {
-    constexpr int kCode = -10340;
-    constexpr char kMessage[] = "get bluetooth enable failed";
     const Reply reply = mfgp_replyBegin(ctx, 87);
     char value[8] = {};
-    if (uci_get_option("bluetooth", "settings", "enable", value) != 0) {
-        MFGP_TRACE("uci get bluetooth enable failed.\n");
-        return mfgp_replyFail(reply, kCode, kMessage);
+    const bool isRead = uci_get_option("bluetooth", "settings", "enable", value) == 0;
+    if (isRead && strcmp(value, "on") == 0) {
+        MFGP_TRACE("BLUETOOTH TEST Success!!!\n");
+        return mfgp_replyOk(reply, sizeof "BLUETOOTH OK");  // The payload stays zero.
     }
-    if (strcmp(value, "on") != 0) {
-        MFGP_TRACE("BLUETOOTH TEST Fail!!!\n");
-        return mfgp_replyFail(reply, kCode, kMessage);
-    }
-    MFGP_TRACE("BLUETOOTH TEST Success!!!\n");
-    return mfgp_replyOk(reply, sizeof "BLUETOOTH OK");  // The payload stays zero.
+    MFGP_TRACE("%s", isRead ? "BLUETOOTH TEST Fail!!!\n" : "uci get bluetooth enable failed.\n");
+    return mfgp_replyFail(reply, -10340, "get bluetooth enable failed");
 }
 
 int mfgp_cmd_getSSID(ServiceContext* ctx) {

@@ -22,11 +22,6 @@ struct Radio {
 };
 constexpr Radio kRadios[] = {{0, "2g"}, {1, "5g"}, {4, "6g"}, {6, "6g_2"}};
 
-struct SpreadRequest {
-    int band;
-    int nss;
-};
-
 struct Rssi {
     int max;
     int min;
@@ -48,17 +43,17 @@ void readInteger(const Json& object, const char* name, int* number) {
         *number = json_object_get_int(value);
 }
 
-int readSpreadRequest(const Reply& reply, SpreadRequest* request) {
+int readSpreadRequest(const Reply& reply, int* band, int* nss) {
     const char* const text = mfgp_argumentText(reply);
     MFGP_TRACE_AS(reply.function, "value:%s len:%d\n", text, static_cast<int>(strlen(text)));
     const Json object(json_tokener_parse(text));
     if (!object) {
-        // A message of the group commands, as the protocol defines.
+        // The protocol defines the group command's message here.
         MFGP_TRACE_AS(reply.function, "Set GroupInfo error, json_tokener_parse result is NULL\n");
         return -1;
     }
-    readInteger(object, "band", &request->band);
-    readInteger(object, "nss", &request->nss);
+    readInteger(object, "band", band);
+    readInteger(object, "nss", nss);
     return 0;
 }
 
@@ -97,7 +92,7 @@ int readRssi(const char* radio, int nss, Rssi* rssi, const char* function) {
         const char* const chain = strstr(text, "0:");
         if (chain == nullptr)
             continue;
-        const int sample = mfgp_textToInt(chain + 2);  // ends at the comma after it
+        const int sample = mfgp_textToInt(chain + 2);  // The number ends at the next comma.
         // The protocol defines that a sample which raises the maximum does not also lower the
         // minimum. The minimum starts at 0, so a single sample of -40 gives a spread of -40.
         if (sample > rssi->max)
@@ -127,12 +122,12 @@ int mfgp2_cmd_setSmartAntenna(ServiceContext* ctx) {
 
 int mfgp_cmd_getMaxDifferPerChain(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 131);
-    SpreadRequest request = {kNoBand, 0};
+    int band = kNoBand;
+    int nss = 0;
     char radio[kRadioNameSize];
     Rssi rssi = {-128, 0};
-    if (readSpreadRequest(reply, &request) != 0 ||
-        readRadioName(request.band, radio, __func__) != 0 ||
-        readRssi(radio, request.nss, &rssi, __func__) != 0)
+    if (readSpreadRequest(reply, &band, &nss) != 0 || readRadioName(band, radio, __func__) != 0 ||
+        readRssi(radio, nss, &rssi, __func__) != 0)
         return mfgp_replyFail(reply, -10357, "get wifi rssi error");
     // Unsigned, because the difference of two extreme numbers overflows an int.
     const auto spread =
