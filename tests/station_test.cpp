@@ -46,7 +46,7 @@ TEST(StationClient, ReadsAUnit) {
          "produce mode                           ! cannot decrypt the reply"},
         {"--user wrong qlog stop", 5,
          "account is right, the datagram was damaged; try again. `qlog stop` was not sent"},
-        {"--user wrong get mac", 5, "wrong user name or password"},
+        {"--user wrong get mac", 5, "(user 'wrong' was used)"},
         {"--user wrong raw 3 55", 5, "was sent once, and the unit may have"},
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
@@ -220,7 +220,7 @@ TEST(StationClient, NamesWhatIsWrong) {
     const std::string tooLong = "set oem-id " + std::string(65, 'x');
     expectRows({
         {"set mac 02:1A:2B:13:7B", 2, "MAC '02:1A:2B:13:7B' is none of"},
-        {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it all the same"},
+        {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it anyway"},
         {"set imei ''", 2, "IMEI '' is not 15 digits\n"},
         {"set pin 1234567", 2, "PIN has 7 characters, not 8"},
         {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
