@@ -52,8 +52,10 @@ std::string macAddress(const Words& words, Request* request) {
                "' is none of 02:1A:2B:13:7B:00, 02-1A-2B-13-7B-00 and 021A2B137B00";
     const Bytes& bytes = request->payload;
     if ((bytes[0] & kGroupBit) != 0 || bytes == Bytes(bytes.size()))
-        return "MAC '" + words[0] + "' is a group's or nobody's; `raw 3 75 " + digits +
-               "` writes it all the same";
+        return "MAC address " + words[0] +
+               " is a broadcast, multicast or all-zero address and is not valid for a unit. "
+               "`raw 3 75 " +
+               digits + "` writes it anyway";
     return "";
 }
 

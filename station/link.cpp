@@ -233,6 +233,7 @@ void prepareLink(const Options& options, Link* link) {
     link->nextId = static_cast<uint16_t>(options.packetId.value_or(firstPacketId()));
     link->verbosity = options.verbosity;
     link->showSecrets = options.showSecrets;
+    link->user = options.user.value_or("");
     link->deadlineSeconds = options.deadline;
 }
 

@@ -24,6 +24,7 @@ struct Link {
     uint16_t nextId = 0;
     unsigned verbosity = 0;
     bool showSecrets = false;
+    std::string user;                                       // empty: the default
     Clock::time_point deadline = Clock::time_point::max();  // no wait lasts longer
     double deadlineSeconds = 0;                             // the same as --deadline gives it
 

@@ -103,7 +103,8 @@ bool refusesPacket(const Reply& reply) {
     return reply.info == kInfoOtherPeer || reply.info == kInfoDecodeFailed;
 }
 
-Outcome ofReply(const Command& command, const Request& request, const Reply& reply) {
+Outcome ofReply(const Command& command, const Request& request, const Reply& reply,
+                const Link& link) {
     switch (reply.status) {
         case DecodeStatus::Empty:
             return {kExitNotUnderstood, "the unit does not know packet type " +
@@ -118,8 +119,11 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
             // A request without payload is digested over its header alone. So the unit obeys it
             // under any account, and a wrong one shows only in the payload that comes back.
             return {kExitAccount,
-                    "cannot decrypt the reply: wrong user name or password for this unit. If the "
-                    "account is right, the datagram was damaged; try again" +
+                    "cannot decrypt the reply: wrong user name or password for this unit "
+                    "(user '" +
+                        (link.user.empty() ? "kiosk" : link.user) +
+                        "' was used). If the account is right, the datagram was "
+                        "damaged; try again" +
                         readBackOffer(command)};
         case DecodeStatus::Whole:
             break;
@@ -153,7 +157,7 @@ Outcome outcomeOf(const Command& command, const Request& request, const Answer& 
                   const Link& link) {
     switch (answer.status) {
         case ExchangeStatus::Answered:
-            return ofReply(command, request, answer.reply);
+            return ofReply(command, request, answer.reply, link);
         case ExchangeStatus::NoAnswer:
             return withoutAnswer(command, request, answer, link);
         case ExchangeStatus::Interrupted:

@@ -1,5 +1,6 @@
 #include "station/session.h"
 
+#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -271,12 +272,14 @@ Outcome confirm(Session* session, LineReader* terminal, const std::string& what)
         return {kExitDone, ""};
     if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0)
         return {kExitUsage,
-                "needs --yes: it changes the unit for good, and there is no terminal to ask on"};
+                "needs --yes: this cannot be undone, and there is no terminal to ask on"};
     clearProgress();
-    fprintf(stderr, "%s changes the unit for good. Go on? [y/N] ", what.c_str());
+    fprintf(stderr, "%s on %s. This cannot be undone. Continue? [y/N] ", what.c_str(),
+            session->options.host.c_str());
     std::string answer;
-    const bool agreed = readLine(session, terminal, &answer) == LineEvent::Line &&
-                        (answer == "y" || answer == "yes");
+    const bool agreed =
+        readLine(session, terminal, &answer) == LineEvent::Line &&
+        (strcasecmp(answer.c_str(), "y") == 0 || strcasecmp(answer.c_str(), "yes") == 0);
     return agreed ? Outcome{kExitDone, ""} : Outcome{kExitUsage, "not confirmed"};
 }
 

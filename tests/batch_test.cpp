@@ -194,6 +194,15 @@ TEST(Batch, ExamplesRun) {
     EXPECT_EQ(failed.exitCode, 1) << failed.output;
     EXPECT_NE(failed.output.find("FAIL  all fans between"), std::string::npos) << failed.output;
     EXPECT_EQ(count(failed.output, "FAIL"), 2U) << failed.output;
+    const ShellResult noAccount = shell(check + " --user wrong");
+    EXPECT_EQ(noAccount.exitCode, 5) << noAccount.output;
+    const ShellResult noUnit = shell(check + " --port 9 --timeout 0.1 --retries 0");
+    EXPECT_EQ(noUnit.exitCode, 3) << noUnit.output;
+    EXPECT_NE(noUnit.output.find("no verdict: get mac: no reply"), std::string::npos);
+    EXPECT_EQ(
+        shell("MFGP_STATION=/no/such/program " MFGP_SOURCE_DIR "/examples/check-limits").exitCode,
+        127);
+    EXPECT_EQ(shell(MFGP_SOURCE_DIR "/examples/check-limits --help").exitCode, 0);
 }
 
 TEST(Batch, ManualAndCompletionAreInStep) {
