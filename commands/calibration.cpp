@@ -22,13 +22,9 @@ struct Branch {
     Verdict verdict = nullptr;
 };
 
-bool hasEnded(char first) {
-    return first != '1';
-}
+bool hasEnded(char first) { return first != '1'; }
 
-bool hasPassed(char first) {
-    return first == '2';
-}
+bool hasPassed(char first) { return first == '2'; }
 
 constexpr Branch kBranches[] = {
     {"Btdiag",

@@ -29,9 +29,7 @@ constexpr CardReading kRegistered {109, "uci get mobile_status.net_status.reg_st
 
 // Returns the length without the newline that uci prints, in 32 bits. For an empty reading this is
 // 0xFFFFFFFF, which is logged as -1 and sent as an empty reply.
-uint32_t lengthLessOne(const char* text) {
-    return static_cast<uint32_t>(strlen(text)) - 1U;
-}
+uint32_t lengthLessOne(const char* text) { return static_cast<uint32_t>(strlen(text)) - 1U; }
 
 int readCard(ServiceContext* ctx, const CardReading& reading,
              const char* function = __builtin_FUNCTION()) {
@@ -69,21 +67,13 @@ int readVersion(const Reply& reply, char (&text)[kModemVersionSize]) {
 
 }  // namespace
 
-int mfgp2_cmd_getcardstate(ServiceContext* ctx) {
-    return readCard(ctx, kState);
-}
+int mfgp2_cmd_getcardstate(ServiceContext* ctx) { return readCard(ctx, kState); }
 
-int mfgp2_cmd_getcardconn(ServiceContext* ctx) {
-    return readCard(ctx, kConnection);
-}
+int mfgp2_cmd_getcardconn(ServiceContext* ctx) { return readCard(ctx, kConnection); }
 
-int mfgp2_cmd_getcardsiglvl(ServiceContext* ctx) {
-    return readCard(ctx, kSignal);
-}
+int mfgp2_cmd_getcardsiglvl(ServiceContext* ctx) { return readCard(ctx, kSignal); }
 
-int mfgp2_cmd_getcardregstat(ServiceContext* ctx) {
-    return readCard(ctx, kRegistered);
-}
+int mfgp2_cmd_getcardregstat(ServiceContext* ctx) { return readCard(ctx, kRegistered); }
 
 int mfgp2_cmd_getsimImei(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 110);

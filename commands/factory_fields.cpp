@@ -10,9 +10,7 @@
 
 static constexpr size_t kFieldSize = 512;
 
-void mfgp_dropFirmCache() {
-    mfgp_system("rm /tmp/fwinfo-* > /dev/null 2>&1");
-}
+void mfgp_dropFirmCache() { mfgp_system("rm /tmp/fwinfo-* > /dev/null 2>&1"); }
 
 int mfgp_readFirmField(const char* key, std::span<char> text) {
     char line[kFieldSize];

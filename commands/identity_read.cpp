@@ -36,9 +36,7 @@ constexpr IdentityField kSpecialId   {64, true,  "SPECIAL_ID",  64,   64,    "UN
 constexpr IdentityField kCountryCode {66, true,  "COUNTRY",     64,   64,    "UN",       -10328, "get Country Code failed", "countryCode", ","};
 // clang-format on
 
-bool isEmptyField(const char* text) {
-    return text[0] == '\0' || text[0] == '\n';
-}
+bool isEmptyField(const char* text) { return text[0] == '\0' || text[0] == '\n'; }
 
 // Reads and logs the field. Returns 0, or the code of the failed reply.
 int readIdentity(const Reply& reply, const IdentityField& field, char (&text)[kIdentitySize]) {
@@ -63,33 +61,19 @@ int getField(ServiceContext* ctx, const IdentityField& field,
 
 }  // namespace
 
-int mfgp_cmd_getProdId(ServiceContext* ctx) {
-    return getField(ctx, kProductId);
-}
+int mfgp_cmd_getProdId(ServiceContext* ctx) { return getField(ctx, kProductId); }
 
-int mfgp_cmd_getDevID(ServiceContext* ctx) {
-    return getField(ctx, kDeviceId);
-}
+int mfgp_cmd_getDevID(ServiceContext* ctx) { return getField(ctx, kDeviceId); }
 
-int mfgp_cmd_getMAC(ServiceContext* ctx) {
-    return getField(ctx, kMac);
-}
+int mfgp_cmd_getMAC(ServiceContext* ctx) { return getField(ctx, kMac); }
 
-int mfgp_cmd_getFwID(ServiceContext* ctx) {
-    return getField(ctx, kFirmwareId);
-}
+int mfgp_cmd_getFwID(ServiceContext* ctx) { return getField(ctx, kFirmwareId); }
 
-int mfgp_cmd_getHwID(ServiceContext* ctx) {
-    return getField(ctx, kHardwareId);
-}
+int mfgp_cmd_getHwID(ServiceContext* ctx) { return getField(ctx, kHardwareId); }
 
-int mfgp_cmd_getOemID(ServiceContext* ctx) {
-    return getField(ctx, kOemId);
-}
+int mfgp_cmd_getOemID(ServiceContext* ctx) { return getField(ctx, kOemId); }
 
-int mfgp_cmd_getCountryCode(ServiceContext* ctx) {
-    return getField(ctx, kCountryCode);
-}
+int mfgp_cmd_getCountryCode(ServiceContext* ctx) { return getField(ctx, kCountryCode); }
 
 int mfgp_cmd_getSpecialID(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, kSpecialId.subType);

@@ -111,17 +111,11 @@ void setDefaultSsid(const uint8_t* mac) {
 
 }  // namespace
 
-int mfgp_cmd_setOemID(ServiceContext* ctx) {
-    return setText(ctx, kWriteOemId);
-}
+int mfgp_cmd_setOemID(ServiceContext* ctx) { return setText(ctx, kWriteOemId); }
 
-int mfgp_cmd_setCountryCode(ServiceContext* ctx) {
-    return setText(ctx, kWriteCountryCode);
-}
+int mfgp_cmd_setCountryCode(ServiceContext* ctx) { return setText(ctx, kWriteCountryCode); }
 
-int mfgp_cmd_setModelName(ServiceContext* ctx) {
-    return setText(ctx, kWriteModelName);
-}
+int mfgp_cmd_setModelName(ServiceContext* ctx) { return setText(ctx, kWriteModelName); }
 
 int mfgp_cmd_setSpecialID(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, kWriteSpecialId.subType);

@@ -10,15 +10,11 @@ namespace {
 constexpr size_t kImeiLength = 15;
 constexpr size_t kImeiSize = kImeiLength + 1;
 
-bool isFg621(const char* moduleName) {
-    return strcmp(moduleName, "FG621") == 0;
-}
+bool isFg621(const char* moduleName) { return strcmp(moduleName, "FG621") == 0; }
 
 // The IMEI appears unquoted in a shell line, and echo could take a leading dash as an option.
 // Length and digits are not checked.
-bool isSafeImei(const char* imei) {
-    return imei[0] != '-' && mfgp_isPlainText(imei);
-}
+bool isSafeImei(const char* imei) { return imei[0] != '-' && mfgp_isPlainText(imei); }
 
 // Writes the IMEI into the modem and makes it permanent. Every module except the FG621, even an
 // unknown one, is written through atcon. Returns 0 or -1.

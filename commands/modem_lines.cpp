@@ -10,9 +10,7 @@
 namespace {
 
 // Field 4 of RG520N-EU turns the receiver on, and field 4 of FG621 asks for the level.
-bool isFieldFourZero(const TestFields& t) {
-    return t.integer(4) == 0;
-}
+bool isFieldFourZero(const TestFields& t) { return t.integer(4) == 0; }
 
 int eg18SetFtmLine(int mode, ModemLine& line) {
     return mfgp_formatLine(line, "atcon -c AT+QRFTESTMODE=%d", mode);
@@ -134,9 +132,7 @@ constexpr Module kModules[] = {
 
 }  // namespace
 
-int TestFields::integer(int index) const {
-    return mfgp_textToInt(text[index]);
-}
+int TestFields::integer(int index) const { return mfgp_textToInt(text[index]); }
 
 double TestFields::decimal(int index) const {
     return static_cast<double>(static_cast<float>(atof(text[index])));

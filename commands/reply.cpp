@@ -25,13 +25,9 @@ Reply mfgp_replyBeginInner(ServiceContext* ctx, const char* function) {
     return begin(ctx, ctx->cmdBlock, function);
 }
 
-char* mfgp_argumentText(const Reply& reply) {
-    return reinterpret_cast<char*>(reply.argument);
-}
+char* mfgp_argumentText(const Reply& reply) { return reinterpret_cast<char*>(reply.argument); }
 
-bool mfgp_hasArgument(const Reply& reply) {
-    return mfgp_payloadLength(reply.ctx->recvBuf) != 0;
-}
+bool mfgp_hasArgument(const Reply& reply) { return mfgp_payloadLength(reply.ctx->recvBuf) != 0; }
 
 void mfgp_argumentMessage(const Reply& reply, std::span<char> text) {
     memcpy(text.data(), reply.argument, text.size() - 1);
@@ -44,9 +40,7 @@ void mfgp_replyLogArgument(const Reply& reply) {
     MFGP_TRACE_AS(reply.function, "pRcvBuf:%s,len:%d\n", text, static_cast<int>(strlen(text)));
 }
 
-char* mfgp_payloadText(const Reply& reply) {
-    return reinterpret_cast<char*>(reply.payload.data());
-}
+char* mfgp_payloadText(const Reply& reply) { return reinterpret_cast<char*>(reply.payload.data()); }
 
 int mfgp_replyOk(const Reply& reply, uint32_t length) {
     mfgp_setPayloadLength(reply.header, length);

@@ -36,9 +36,7 @@ File mfgp_createFile(const char* path) {
     return openStream(open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode), "w");
 }
 
-File mfgp_openTemporary(char* name) {
-    return openStream(mkstemp(name), "w");
-}
+File mfgp_openTemporary(char* name) { return openStream(mkstemp(name), "w"); }
 
 int mfgp_closeWritten(File file) {
     const bool failedBefore = ferror(file.get()) != 0;

@@ -48,43 +48,19 @@ enum ReplyInfo : uint8_t {
     kInfoDecodeFailed = 9,    // wrong digest, or a length that cannot be deciphered
 };
 
-inline uint8_t mfgp_version(const uint8_t* header) {
-    return header[0];
-}
-inline uint8_t mfgp_type(const uint8_t* header) {
-    return header[1];
-}
-inline uint8_t mfgp_code(const uint8_t* header) {
-    return header[2];
-}
-inline uint8_t mfgp_info(const uint8_t* header) {
-    return header[3];
-}
-inline uint8_t mfgp_subType(const uint8_t* header) {
-    return header[10];
-}
-inline uint8_t mfgp_reserved(const uint8_t* header) {
-    return header[11];
-}
+inline uint8_t mfgp_version(const uint8_t* header) { return header[0]; }
+inline uint8_t mfgp_type(const uint8_t* header) { return header[1]; }
+inline uint8_t mfgp_code(const uint8_t* header) { return header[2]; }
+inline uint8_t mfgp_info(const uint8_t* header) { return header[3]; }
+inline uint8_t mfgp_subType(const uint8_t* header) { return header[10]; }
+inline uint8_t mfgp_reserved(const uint8_t* header) { return header[11]; }
 
-inline void mfgp_setVersion(uint8_t* header, uint8_t version) {
-    header[0] = version;
-}
-inline void mfgp_setType(uint8_t* header, uint8_t type) {
-    header[1] = type;
-}
-inline void mfgp_setCode(uint8_t* header, uint8_t code) {
-    header[2] = code;
-}
-inline void mfgp_setInfo(uint8_t* header, uint8_t info) {
-    header[3] = info;
-}
-inline void mfgp_setSubType(uint8_t* header, uint8_t subType) {
-    header[10] = subType;
-}
-inline void mfgp_setReserved(uint8_t* header, uint8_t value) {
-    header[11] = value;
-}
+inline void mfgp_setVersion(uint8_t* header, uint8_t version) { header[0] = version; }
+inline void mfgp_setType(uint8_t* header, uint8_t type) { header[1] = type; }
+inline void mfgp_setCode(uint8_t* header, uint8_t code) { header[2] = code; }
+inline void mfgp_setInfo(uint8_t* header, uint8_t info) { header[3] = info; }
+inline void mfgp_setSubType(uint8_t* header, uint8_t subType) { header[10] = subType; }
+inline void mfgp_setReserved(uint8_t* header, uint8_t value) { header[11] = value; }
 
 // Returns the payload length in bytes, read in network byte order.
 inline uint32_t mfgp_payloadLength(const uint8_t* header) {
@@ -115,26 +91,16 @@ inline void mfgp_storeLittleEndian(uint8_t* to, uint32_t number) {
 }
 
 // Returns the two bytes of the packet id, which are copied unchanged.
-inline const uint8_t* mfgp_packetId(const uint8_t* header) {
-    return header + 8;
-}
+inline const uint8_t* mfgp_packetId(const uint8_t* header) { return header + 8; }
 inline void mfgp_setPacketId(uint8_t* header, uint16_t id) {
     header[8] = static_cast<uint8_t>(id >> 8);
     header[9] = static_cast<uint8_t>(id);
 }
 
-inline uint8_t* mfgp_digest(uint8_t* header) {
-    return header + kDigestOffset;
-}
-inline const uint8_t* mfgp_digest(const uint8_t* header) {
-    return header + kDigestOffset;
-}
-inline uint8_t* mfgp_payload(uint8_t* packet) {
-    return packet + kHeaderSize;
-}
-inline const uint8_t* mfgp_payload(const uint8_t* packet) {
-    return packet + kHeaderSize;
-}
+inline uint8_t* mfgp_digest(uint8_t* header) { return header + kDigestOffset; }
+inline const uint8_t* mfgp_digest(const uint8_t* header) { return header + kDigestOffset; }
+inline uint8_t* mfgp_payload(uint8_t* packet) { return packet + kHeaderSize; }
+inline const uint8_t* mfgp_payload(const uint8_t* packet) { return packet + kHeaderSize; }
 
 // Writes the first twelve bytes of a reply header: those of the request (version, type, packet id,
 // sub-type and the reserved byte), with code 2, the given info and payload length 0.

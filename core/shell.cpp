@@ -114,9 +114,7 @@ ReadPipe::~ReadPipe() {
         awaitShell(child_);
 }
 
-size_t ReadPipe::read(std::span<char> out) {
-    return fread(out.data(), 1, out.size(), stream_);
-}
+size_t ReadPipe::read(std::span<char> out) { return fread(out.data(), 1, out.size(), stream_); }
 
 bool ReadPipe::readLine(std::span<char> line) {
     return fgets(line.data(), static_cast<int>(line.size()), stream_) != nullptr;

@@ -175,9 +175,7 @@ struct LuaCloser {
     void operator()(lua_State* lua) const { lua_close(lua); }
 };
 
-const char* textOrDefault(const char* text) {
-    return text[0] != '\0' ? text : kDefaultAccountText;
-}
+const char* textOrDefault(const char* text) { return text[0] != '\0' ? text : kDefaultAccountText; }
 
 int updateKey(ServiceContext* ctx) {
     const std::unique_ptr<lua_State, LuaCloser> lua(mfgp_openLua(&luaArena));

@@ -15,9 +15,7 @@ namespace {
 
 constexpr size_t kAlignment = 8;
 
-constexpr size_t roundUp(size_t size) {
-    return (size + kAlignment - 1) & ~(kAlignment - 1);
-}
+constexpr size_t roundUp(size_t size) { return (size + kAlignment - 1) & ~(kAlignment - 1); }
 
 bool holds(const LuaArena* arena, const void* block) {
     return reinterpret_cast<uintptr_t>(block) - reinterpret_cast<uintptr_t>(arena->bytes) <

@@ -15,9 +15,7 @@ struct RememberedLines {
     char serial[kLineSize];
 };
 
-bool contains(const char* line, const char* word) {
-    return strstr(line, word) != nullptr;
-}
+bool contains(const char* line, const char* word) { return strstr(line, word) != nullptr; }
 
 // Reads the value after the "=" that follows `name`, up to white space. Returns false when the line
 // does not contain the name.

@@ -165,8 +165,6 @@ static_assert(rowsAreConsistent(),
 
 }  // namespace
 
-std::span<const Command> commands() {
-    return kCommands;
-}
+std::span<const Command> commands() { return kCommands; }
 
 }  // namespace station

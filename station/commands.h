@@ -66,9 +66,7 @@ struct Command {
 // Returns true if the value is one that the command's row lists as nothing.
 bool isNothing(const Command& command, const Value& value);
 
-inline bool isRepeatable(const Command& command) {
-    return command.access <= Access::Poll;
-}
+inline bool isRepeatable(const Command& command) { return command.access <= Access::Poll; }
 
 // "read", "poll", ...
 const char* accessName(Access access);

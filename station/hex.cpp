@@ -18,9 +18,7 @@ int hexValue(char digit) {
 
 }  // namespace
 
-bool isPrintable(char character) {
-    return character >= ' ' && character <= '~';
-}
+bool isPrintable(char character) { return character >= ' ' && character <= '~'; }
 
 std::string printable(std::string_view bytes) {
     std::string text;

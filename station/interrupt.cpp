@@ -40,9 +40,7 @@ void watchInterrupts() {
     }
 }
 
-int interruptSignal() {
-    return noted;
-}
+int interruptSignal() { return noted; }
 
 int waitReadable(int fd, int milliseconds) {
     pollfd wait[] = {{fd, POLLIN, 0}, {wakePipe[0], POLLIN, 0}};

@@ -10,9 +10,7 @@ namespace {
 
 constexpr size_t kMostLineBytes = 65536;  // no packet takes as much; a device may have no line end
 
-bool isBlank(char character) {
-    return character == ' ' || character == '\t';
-}
+bool isBlank(char character) { return character == ' ' || character == '\t'; }
 
 bool extractLine(LineReader* reader, std::string* line) {
     const size_t end = reader->ahead.find('\n');

@@ -37,9 +37,7 @@ bool isNetworkReport(int error) {
            error == EHOSTDOWN || error == ENETDOWN || error == EPROTO || error == ENOPROTOOPT;
 }
 
-bool isPassing(int error) {
-    return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
-}
+bool isPassing(int error) { return error == EINTR || error == EAGAIN || error == EWOULDBLOCK; }
 
 std::string resolve(const std::string& host, unsigned port, sockaddr_in* address) {
     addrinfo hints = {};
@@ -55,9 +53,7 @@ std::string resolve(const std::string& host, unsigned port, sockaddr_in* address
     return "";
 }
 
-std::string systemError(const std::string& what) {
-    return what + ": " + strerror(errno);
-}
+std::string systemError(const std::string& what) { return what + ": " + strerror(errno); }
 
 // Several stations on one host may share the port, each connected to a unit of its own.
 std::string bindLocal(int fd, const Options& options) {

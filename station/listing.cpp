@@ -58,9 +58,7 @@ void printJson(const Listing& listing, const Output& output) {
     }
 }
 
-std::string orNone(const std::string& fact) {
-    return fact.empty() ? kNone : fact;
-}
+std::string orNone(const std::string& fact) { return fact.empty() ? kNone : fact; }
 
 Entry entryOf(const Command& command) {
     const bool hasType = command.type != kTypeFromWords;

@@ -1,5 +1,3 @@
 #include "station/run.h"
 
-int main(int argc, char** argv) {
-    return station::run(argc, argv);
-}
+int main(int argc, char** argv) { return station::run(argc, argv); }

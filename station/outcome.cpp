@@ -27,9 +27,7 @@ std::string inSeconds(double seconds) {
 }
 
 // A unit obeys this packet in silence. It answers only to refuse it.
-bool isSilent(const Request& request) {
-    return request.type == kTypeCancelTest;
-}
+bool isSilent(const Request& request) { return request.type == kTypeCancelTest; }
 
 std::string silenceHint(const Request& request) {
     return request.type != kTypeSystemInit
@@ -141,9 +139,7 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
 
 }  // namespace
 
-std::span<const ExitCodeRow> exits() {
-    return kExits;
-}
+std::span<const ExitCodeRow> exits() { return kExits; }
 
 const char* outcomeWord(int code) {
     const ExitCodeRow* found = kExits;
@@ -200,8 +196,6 @@ Outcome interrupted(const std::string& what) {
     return {kExitInterrupted + signal, "interrupted by signal " + std::to_string(signal) + what};
 }
 
-const char* infoMeaning(uint8_t info) {
-    return infoOf(info).meaning;
-}
+const char* infoMeaning(uint8_t info) { return infoOf(info).meaning; }
 
 }  // namespace station

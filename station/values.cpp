@@ -76,29 +76,17 @@ std::string rawText(const RawReply& raw) {
 
 }  // namespace
 
-Value decodeText(const Reply& reply) {
-    return {printableText(reply.payload)};
-}
+Value decodeText(const Reply& reply) { return {printableText(reply.payload)}; }
 
-Value decodeLine(const Reply& reply) {
-    return {firstLine(reply)};
-}
+Value decodeLine(const Reply& reply) { return {firstLine(reply)}; }
 
-Value decodeNumber(const Reply& reply) {
-    return numberOrText(firstLine(reply));
-}
+Value decodeNumber(const Reply& reply) { return numberOrText(firstLine(reply)); }
 
-Value decodeRaw(const Reply& reply) {
-    return {RawReply{reply.info, reply.payload}};
-}
+Value decodeRaw(const Reply& reply) { return {RawReply{reply.info, reply.payload}}; }
 
-Value decodeYes(const Reply&) {
-    return {true};
-}
+Value decodeYes(const Reply&) { return {true}; }
 
-Value decodeEnableFlags(const Reply& reply) {
-    return {Flags{reply.payload[0]}};
-}
+Value decodeEnableFlags(const Reply& reply) { return {Flags{reply.payload[0]}}; }
 
 Value decodeFanSpeeds(const Reply& reply) {
     Bytes bytes = reply.payload;

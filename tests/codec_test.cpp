@@ -17,9 +17,7 @@ std::string fromHex(const std::string& text) {
     return bytes;
 }
 
-uint8_t* bytesOf(std::string& text) {
-    return reinterpret_cast<uint8_t*>(text.data());
-}
+uint8_t* bytesOf(std::string& text) { return reinterpret_cast<uint8_t*>(text.data()); }
 
 class Codec : public testing::Test {
   protected:

@@ -27,9 +27,7 @@ const string kMac = "\x02\x1A\x2B\x13\x7B\x0F", kImei = "860000000000017",
 const string kRssi = R"({"band":0,"nss":2})", kGear = R"({"gear":"2","time":3})",
              kChains = R"({"band":"0","antmode":1})";
 
-string x(size_t count) {
-    return string(count, 'x');
-}
+string x(size_t count) { return string(count, 'x'); }
 
 // One that brings nothing is missing, fails, says nothing or is killed; a noisy one prints a
 // mebibyte of x before it does its work.
@@ -108,9 +106,7 @@ const Row kRows[] = {
 };
 // clang-format on
 
-const Row& rowOf(uint8_t subType) {
-    return *std::ranges::find(kRows, subType, &Row::subType);
-}
+const Row& rowOf(uint8_t subType) { return *std::ranges::find(kRows, subType, &Row::subType); }
 
 class Faults : public testing::Test {
   protected:

@@ -84,7 +84,9 @@ TEST_F(IdentityWrites, WithAFilePlantedInTmp_FlashOnlyTheValue) {
     const std::string radio = unit.read("/flash/radio");
     const std::function<void(const std::filesystem::path&)> ways[] = {
         [](const auto& path) { std::filesystem::create_symlink("/flash/radio", path); },
-        [&](const auto& path) { std::filesystem::create_hard_link(unit.path("/flash/radio"), path); },
+        [&](const auto& path) {
+            std::filesystem::create_hard_link(unit.path("/flash/radio"), path);
+        },
         [](const auto& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); },
     };
     for (const auto& plant : ways) {

@@ -12,9 +12,7 @@ constexpr uint8_t kStartCal = 18, kButton = 50, kFlags = 69, kReset = 73, kCalSt
 class Production : public Commands {};
 
 // Little-endian, whatever the unit's byte order is.
-std::string word(uint8_t value) {
-    return {static_cast<char>(value), 0, 0, 0};
-}
+std::string word(uint8_t value) { return {static_cast<char>(value), 0, 0, 0}; }
 
 TEST_F(Production, CalibrationRunsTheStepsOfTheToolItNames) {
     const std::string done = "start cal success\n";

@@ -12,9 +12,7 @@
 #include "protocol/cipher.h"
 #include "tests/support/wire.h"
 
-uint32_t mfgp_clock() {
-    return 1234;
-}
+uint32_t mfgp_clock() { return 1234; }
 
 int mfgp_checkAccount(ServiceContext* ctx) {
     mfgp_deriveKey(ctx->payloadKey, "kiosk", "kiosk");

@@ -35,13 +35,9 @@ uint32_t flagsSeen;
 
 }  // namespace
 
-uint32_t mfgp_clock() {
-    return now;
-}
+uint32_t mfgp_clock() { return now; }
 
-bool mfgp_isProduceMode() {
-    return script.at(turn).produceMode;
-}
+bool mfgp_isProduceMode() { return script.at(turn).produceMode; }
 
 int mfgp_parserHandler(ServiceContext* ctx) {
     EXPECT_EQ(ctx->peerBound, script.at(turn - 1).expectedBound) << "turn " << turn - 1;

@@ -86,9 +86,7 @@ InUnit::InUnit(std::string_view answers, bool filesExist) {
     outputs.clear();
 }
 
-InUnit::~InUnit() {
-    entered = false;
-}
+InUnit::~InUnit() { entered = false; }
 
 void layFile(std::string_view path, std::string_view content) {
     std::ofstream(placeOf(path), std::ios::binary) << content;
@@ -145,9 +143,7 @@ extern "C" FILE* __real_fdopen(int fd, const char* mode);
 
 #define IN_UNIT(result, name, parameters, arguments, inUnit) \
     result __real_##name parameters;                         \
-    result __wrap_##name parameters {                        \
-        return entered ? (inUnit) : __real_##name arguments; \
-    }
+    result __wrap_##name parameters { return entered ? (inUnit) : __real_##name arguments; }
 
 namespace {
 

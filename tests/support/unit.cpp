@@ -76,9 +76,7 @@ void Unit::stop() {
     output_ = nullptr;
 }
 
-bool Unit::running() const {
-    return kill(daemon_, 0) == 0;
-}
+bool Unit::running() const { return kill(daemon_, 0) == 0; }
 
 void Unit::write(const std::string& inUnit, const std::string& content) const {
     fs::create_directories(path(inUnit).parent_path());

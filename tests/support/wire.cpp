@@ -103,9 +103,7 @@ Station::Station(Account account, const char* from, uint16_t fromPort)
         throw std::runtime_error("cannot connect");
 }
 
-Station::~Station() {
-    close(fd_);
-}
+Station::~Station() { close(fd_); }
 
 void Station::send(const std::string& datagram) const {
     EXPECT_EQ(::send(fd_, datagram.data(), datagram.size(), 0),
