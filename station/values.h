@@ -40,7 +40,14 @@ struct RawReply {
 };
 
 struct Value;
-struct Member;
+
+// A value with its name in words, "guest Wi-Fi". A template, because Value is not complete here.
+template <typename ValueType>
+struct MemberOf {
+    std::string name;
+    ValueType value;
+};
+using Member = MemberOf<Value>;
 
 struct List {
     std::string text;  // as a person reads it
@@ -58,11 +65,6 @@ struct Value {
         of = {};
 
     bool exists() const { return of.index() != 0; }
-};
-
-struct Member {
-    std::string name;  // in words, "guest Wi-Fi"
-    Value value;
 };
 
 // Decodes the payload of a whole reply.
