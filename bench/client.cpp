@@ -90,8 +90,8 @@ int main(int argc, char** argv) {
         const size_t length = exchange(fd, request, &reply);
         times.push_back((std::chrono::steady_clock::now() - start).count());
         // The first is read in full, the others only looked at: reading is not what is measured.
-        const bool whole = i > 0 || station::openReply(reply.data(), length, key).reading ==
-                                        station::Reading::Whole;
+        const bool whole = i > 0 || station::openReply(reply.data(), length, key).status ==
+                                        station::DecodeStatus::Whole;
         if (length < kHeaderSize || !whole || mfgp_info(reply.data()) != kInfoSuccess) {
             fprintf(stderr, "bench-client: request %zu was not answered as it should\n", i);
             return 1;

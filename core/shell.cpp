@@ -12,6 +12,9 @@
 
 #include "core/report.h"
 
+// musl does not declare it for POSIX.1-2008.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
+
 namespace {
 
 [[gnu::format(printf, 2, 0)]] int formatArguments(std::span<char> line, const char* format,
@@ -86,8 +89,10 @@ int mfgp_system(const char* line) {
 
 ReadPipe::ReadPipe(const char* line) {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    if (pipe(ends) != 0)
         return;
+    for (const int end : ends)
+        fcntl(end, F_SETFD, FD_CLOEXEC);
     char name[] = "sh";
     char noFileNames[] = "-f";
     char option[] = "-c";

@@ -15,19 +15,24 @@ constexpr int kWait = 600;              // seconds without a datagram after whic
 constexpr int kWaitProduceMode = 1800;  // seconds, in produce mode
 constexpr int kIdleLimit = 60;          // seconds of silence after which the binding lapses
 
+// Waits for a datagram, at most for the time of the present mode. Returns what select() returns.
+int awaitDatagram(const ServiceContext* ctx) {
+    timeval wait = {};
+    wait.tv_sec = mfgp_isProduceMode() ? kWaitProduceMode : kWait;
+    fd_set readable;
+    FD_ZERO(&readable);
+    FD_SET(ctx->sockFd, &readable);
+    return select(ctx->sockFd + 1, &readable, nullptr, nullptr, &wait);
+}
+
 void serve(ServiceContext* ctx) {
     for (;;) {
-        timeval wait = {};
-        wait.tv_sec = mfgp_isProduceMode() ? kWaitProduceMode : kWait;
-        fd_set readable;
-        FD_ZERO(&readable);
-        FD_SET(ctx->sockFd, &readable);
-        const int ready = select(ctx->sockFd + 1, &readable, nullptr, nullptr, &wait);
+        const int ready = awaitDatagram(ctx);
         if (mfgp_clock() - ctx->lastBeat > static_cast<uint32_t>(ctx->idleLimit))
             ctx->peerBound = 0;
         if (ready == 0)
             return;
-        if (ready > 0 && FD_ISSET(ctx->sockFd, &readable))
+        if (ready > 0)
             mfgp_parserHandler(ctx);
     }
 }

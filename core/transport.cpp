@@ -1,7 +1,6 @@
 #include "core/transport.h"
 
 #include <arpa/inet.h>
-#include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -54,7 +53,7 @@ int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender, size_t* length) {
 bool mfgp_udpIsCongested(const ServiceContext* ctx) {
     constexpr int kMaxQueued = 64 * 1024;
     int queued = 0;  // bytes
-    return ioctl(ctx->sockFd, SIOCOUTQ, &queued) == 0 && queued > kMaxQueued;
+    return ioctl(ctx->sockFd, TIOCOUTQ, &queued) == 0 && queued > kMaxQueued;
 }
 
 int mfgp_udpSend(ServiceContext* ctx, size_t length, const sockaddr_in& receiver) {

@@ -29,11 +29,33 @@ static int parse_error(struct reader* r, const char* reason, int byte) {
 }
 
 /*
+ * Copies one word without its quotes from *at to *out and moves both. Returns the quote that is
+ * still open at its end, or 0.
+ */
+static char copy_word(char** at, char** out) {
+    char quote = '\0';
+    for (; **at != '\0' && (quote != '\0' || strchr(" \t\r#", **at) == NULL); (*at)++) {
+        const bool opens = quote == '\0' && (**at == '\'' || **at == '"');
+        if (opens || **at == quote) {
+            quote = '\0';
+            if (opens)
+                quote = **at;
+            continue;
+        }
+        if (**at == '\\' && quote != '\'' && (*at)[1] != '\0')
+            (*at)++;
+        *(*out)++ = **at;
+    }
+    return quote;
+}
+
+/*
  * Splits a line in place into at most MAX_WORDS + 1 words: bare text, '...' and "...", joined where
  * they touch. The other words are NULL.
  */
 static int split_words(struct reader* r, char* line, char** words) {
-    char *at = line, *out = line;
+    char* at = line;
+    char* out = line;
     bool more = true;
     for (int count = 0; count <= MAX_WORDS; count++) {
         words[count] = NULL;
@@ -43,18 +65,7 @@ static int split_words(struct reader* r, char* line, char** words) {
         if (!more)
             continue;
         words[count] = out;
-        char quote = '\0';
-        for (; *at != '\0' && (quote != '\0' || strchr(" \t\r#", *at) == NULL); at++) {
-            if (quote == '\0' && (*at == '\'' || *at == '"')) {
-                quote = *at;
-            } else if (*at == quote) {
-                quote = '\0';
-            } else {
-                if (*at == '\\' && quote != '\'' && at[1] != '\0')
-                    at++;
-                *out++ = *at;
-            }
-        }
+        const char quote = copy_word(&at, &out);
         if (quote != '\0')
             return parse_error(
                 r, quote == '"' ? "EOF with unterminated \"" : "EOF with unterminated '",
