@@ -77,8 +77,8 @@ int writeProductInfo(const Reply& reply, const ProductInfoWrite& row, const char
     return mfgp_replyFail(reply, row.code, row.message);
 }
 
-int setText(ServiceContext* ctx, const ProductInfoWrite& row,
-            const char* function = __builtin_FUNCTION()) {
+int writeTextField(ServiceContext* ctx, const ProductInfoWrite& row,
+                   const char* function = __builtin_FUNCTION()) {
     const Reply reply = mfgp_replyBegin(ctx, row.subType, function);
     if (!isPermitted(reply, row.permission) || !mfgp_hasArgument(reply))
         return mfgp_replyFail(reply, row.code, row.message);
@@ -111,11 +111,11 @@ void setDefaultSsid(const uint8_t* mac) {
 
 }  // namespace
 
-int mfgp_cmd_setOemID(ServiceContext* ctx) { return setText(ctx, kWriteOemId); }
+int mfgp_cmd_setOemID(ServiceContext* ctx) { return writeTextField(ctx, kWriteOemId); }
 
-int mfgp_cmd_setCountryCode(ServiceContext* ctx) { return setText(ctx, kWriteCountryCode); }
+int mfgp_cmd_setCountryCode(ServiceContext* ctx) { return writeTextField(ctx, kWriteCountryCode); }
 
-int mfgp_cmd_setModelName(ServiceContext* ctx) { return setText(ctx, kWriteModelName); }
+int mfgp_cmd_setModelName(ServiceContext* ctx) { return writeTextField(ctx, kWriteModelName); }
 
 int mfgp_cmd_setSpecialID(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, kWriteSpecialId.subType);

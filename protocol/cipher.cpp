@@ -10,7 +10,7 @@
 
 namespace {
 
-void finish(md5_ctx* md5, uint8_t* digest) {
+void finishDigest(md5_ctx* md5, uint8_t* digest) {
 #if NETTLE_VERSION_MAJOR >= 4
     md5_digest(md5, digest);
 #else
@@ -24,7 +24,7 @@ void mfgp_md5(uint8_t* digest, const void* data, size_t length) {
     md5_ctx md5;
     md5_init(&md5);
     md5_update(&md5, length, static_cast<const uint8_t*>(data));
-    finish(&md5, digest);
+    finishDigest(&md5, digest);
 }
 
 bool mfgp_md5Matches(const uint8_t* expected, const void* data, size_t length) {
@@ -58,6 +58,6 @@ void mfgp_deriveKey(uint8_t* key, const char* user, const char* password) {
     md5_update(&md5, strlen(user), reinterpret_cast<const uint8_t*>(user));
     md5_update(&md5, strlen(password), reinterpret_cast<const uint8_t*>(password));
     uint8_t digest[kDigestSize];
-    finish(&md5, digest);
+    finishDigest(&md5, digest);
     memcpy(key, digest, kCipherBlock);
 }

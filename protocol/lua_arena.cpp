@@ -24,7 +24,7 @@ bool holds(const LuaArena* arena, const void* block) {
 
 // Takes the next bytes of the array, or falls back to malloc. The first fallback turns Lua's
 // garbage collector on.
-void* take(LuaArena* arena, size_t size) {
+void* takeBlock(LuaArena* arena, size_t size) {
     if (size <= sizeof arena->bytes - arena->used) {
         void* const block = arena->bytes + arena->used;
         arena->used += roundUp(size);
@@ -46,12 +46,12 @@ void* allocate(void* place, void* block, size_t oldSize, size_t newSize) {
         return nullptr;
     }
     if (block == nullptr)
-        return take(arena, newSize);
+        return takeBlock(arena, newSize);
     if (!ours)
         return realloc(block, newSize);
     if (newSize <= oldSize)
         return block;
-    void* const moved = take(arena, newSize);
+    void* const moved = takeBlock(arena, newSize);
     if (moved != nullptr)
         memcpy(moved, block, oldSize);
     return moved;
