@@ -1,4 +1,4 @@
-# The libraries the daemon is linked with, as mfgp::NAME. CMAKE_PREFIX_PATH and a cross file's root
+# The libraries the programs are linked with, as mfgp::NAME. CMAKE_PREFIX_PATH and a cross file's root
 # are searched as usual.
 
 function(mfgp_library name header)
@@ -21,15 +21,22 @@ if(MFGPD_STATIC_NETTLE)
 else()
   mfgp_library(nettle nettle/des.h LIBS nettle)
 endif()
-mfgp_library(lua lua.h LIBS lua5.1 lua51 lua SUFFIXES lua5.1 lua51)
 mfgp_library(json json-c/json.h LIBS json-c)
-mfgp_library(uci uci.h LIBS uci)
-foreach(name nettle lua json)
+set(needed nettle json)
+if(MFGPD_DAEMON)
+  mfgp_library(lua lua.h LIBS lua5.1 lua51 lua SUFFIXES lua5.1 lua51)
+  mfgp_library(uci uci.h LIBS uci)
+  list(APPEND needed lua)
+endif()
+foreach(name ${needed})
   if(NOT TARGET mfgp::${name})
     message(FATAL_ERROR "${name} is missing. On Debian: "
       "apt install nettle-dev liblua5.1-0-dev libjson-c-dev")
   endif()
 endforeach()
+if(NOT MFGPD_DAEMON)
+  return()
+endif()
 option(MFGPD_UCI_STANDIN "Without libuci, take the simulated unit's stand-in" ON)
 if(NOT TARGET mfgp::uci AND NOT MFGPD_UCI_STANDIN)
   message(FATAL_ERROR "uci is missing")
