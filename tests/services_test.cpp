@@ -1,6 +1,7 @@
 // The small services: reports and processes.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cerrno>
 
 #include "core/report.h"
@@ -33,6 +34,16 @@ TEST(Shell, RunsALineAsItsCallersCountOnIt) {
     EXPECT_EQ(mfgp_system("test \"$MFGP_TEST_VARIABLE\" = seen"), 1);
     EXPECT_EQ(mfgp_system("exit 3") + mfgp_system("kill -9 $$"), 0);
     EXPECT_EQ(mfgp_execCmd("echo %s", std::string(1019, 'x').c_str()), -1);
+}
+
+TEST(Shell, PlainTextIsOnlyTheNamedAlphabet) {
+    const std::string marks = "%+,-./:=@^_";
+    for (int byte = 1; byte < 256; byte++) {
+        const std::string text(1, static_cast<char>(byte));
+        const bool isPlain =
+            (byte < 128 && isalnum(byte) != 0) || marks.find(text) != std::string::npos;
+        EXPECT_EQ(mfgp_isPlainText(("a" + text).c_str()), isPlain) << byte;
+    }
 }
 
 TEST(Shell, ReadsAreBoundedTerminatedAndToldApart) {
