@@ -91,8 +91,8 @@ int mfgp_cmd_getCalStatus(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 86);
     if (is_cal() == 0) {
         MFGP_TRACE("WLAN TEST Fail!!!\n");
-        return mfgp_replyFail(reply, -10331,
-                              "get SSID failed");  // The protocol defines the SSID's message.
+        // The protocol defines the SSID's code and message.
+        return mfgp_replyFail(reply, -10331, "get SSID failed");
     }
     MFGP_TRACE("WLAN TEST Success!!!\n");
     return mfgp_replyOk(reply, sizeof "WLAN OK");  // The payload stays zero.

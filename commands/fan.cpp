@@ -112,8 +112,8 @@ int mfgp_cmd_setAllFanGear(ServiceContext* ctx) {
 
 int mfgp_cmd_getAllFanStatus(ServiceContext* ctx) {
     constexpr int kCode = -10346;
-    constexpr char kMessage[] =
-        "get card siglvl failed";  // The protocol defines the signal level's message.
+    // The protocol defines the signal level's code and message.
+    constexpr char kMessage[] = "get card siglvl failed";
     const Reply reply = mfgp_replyBegin(ctx, 88);
     char status[3];
     const int length = mfgp_readCommand("cat /tmp/fan_speed/test_status", status);

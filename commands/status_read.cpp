@@ -61,8 +61,8 @@ int mfgp_cmd_getGpioStatus(ServiceContext* ctx) {
     const Reply reply = mfgp_replyBegin(ctx, 50);
     if (is_cal() == 0) {
         MFGP_TRACE("WLAN TEST Fail!!!\n");
-        return mfgp_replyFail(reply, -10331,
-                              "get SSID failed");  // The protocol defines the SSID's message.
+        // The protocol defines the SSID's code and message.
+        return mfgp_replyFail(reply, -10331, "get SSID failed");
     }
     const char* const button = mfgp_argumentText(reply);
     MFGP_TRACE("detect button:%s\n", button);

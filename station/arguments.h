@@ -1,6 +1,6 @@
-// Argument builders of the commands that take arguments. Each turns the words behind the command's
-// name into the request's payload and returns what is wrong with them, or an empty text. There are
-// as many words as the command's row names.
+// Argument builders of the commands that take arguments. Each builds the request's payload from the
+// words after the command's name and returns an error message, or an empty text. The number of
+// words is the one that the command's row names.
 #pragma once
 
 #include <string>

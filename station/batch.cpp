@@ -43,7 +43,7 @@ Outcome unreadable(const std::string& name) {
     return {kExitLocalFault, "cannot read '" + name + "': " + strerror(errno)};
 }
 
-// The exit code of a batch that ends so; of all but its own end it tells.
+// Returns the batch's exit code for this end event. Prints why, unless the input simply ended.
 int codeOfEnd(const BatchRun& batch, LineEvent event) {
     Outcome outcome = {batch.code, ""};
     if (event == LineEvent::TimedOut)

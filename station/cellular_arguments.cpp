@@ -63,7 +63,7 @@ std::string readField(const AntennaForm& form, const std::string& word, Words* v
     const std::string name = word.substr(0, equals);
     const auto place = std::find(form.fields.begin(), form.fields.end(), name);
     if (equals == std::string::npos || place == form.fields.end())
-        return "'" + word + "' is no field: " + namesOf(form);
+        return "'" + word + "' is not a field: " + namesOf(form);
     const std::string value = word.substr(equals + 1);
     const bool isDecimal = name == form.decimalField;
     if (!(isDecimal ? isDecimalNumber(value) : isWholeNumber(value)))
@@ -120,7 +120,7 @@ std::string imei(const Words& words, Request* request) {
         return "";
     std::string wrong = "IMEI '" + text + "' is not 15 digits";
     if (!text.empty() && text.size() <= kLength)
-        wrong += "; `raw 3 90 " + hexOf(request->payload) + "` sends it all the same";
+        wrong += "; `raw 3 90 " + hexOf(request->payload) + "` sends it anyway";
     return wrong;
 }
 

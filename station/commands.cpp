@@ -33,8 +33,8 @@ std::string checkCount(const Command& command, const Words& words) {
            (words.size() > count ? " (in quotes when it holds spaces)" : "");
 }
 
-// Puts the values of the command's own options behind the words. Returns what is wrong with the
-// options, or an empty text.
+// Appends the values of the command's own options to the words. Returns an error message, or an
+// empty text.
 std::string appendNamedValues(const Command& command, const std::vector<NamedValue>& named,
                               Words* words) {
     Words wanted;

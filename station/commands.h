@@ -11,11 +11,11 @@
 
 namespace station {
 
-// Turns the words behind the command's name into the request's payload; type and sub-type are the
-// row's when it is called. Returns what is wrong with the words, or an empty text.
+// Builds the request's payload from the words after the command's name. Type and sub-type are
+// already set from the row. Returns an error message, or an empty text.
 using ArgumentBuilder = std::string (*)(const Words& words, Request* request);
 
-// What a command does to the unit, mildest first.
+// The effect of a command on the unit, mildest first.
 enum class Access : uint8_t {
     Read,   // may be sent again when the answer is lost
     Poll,   // is sent until there is an answer
@@ -35,7 +35,7 @@ enum class Sheet : uint8_t { No, Yes };
 // In a row's type: type and sub-type come from the words, and any reply is shown as it is.
 inline constexpr uint8_t kTypeFromWords = 0;
 
-// A value that stands for "no reading" or "not set".
+// A value that means "no reading" or "not set".
 struct Nothing {
     const char* text;  // this text; with * at its end, any that begins so; "": empty
     const char* meaning;
@@ -74,7 +74,7 @@ const char* accessName(Access access);
 // Returns the row of a name that is in the table.
 const Command& commandNamed(std::string_view name);
 
-// What the request does, also when it was given as a raw packet.
+// Returns what the request does to the unit, also for a raw packet.
 Access accessOf(const Request& request);
 
 std::span<const Command> commands();
@@ -86,8 +86,8 @@ bool isSecret(uint8_t type, uint8_t subType);
 // `raw`, and a password. `command` is null if the words do not name one.
 Words withoutSecrets(const Command* command, Words arguments);
 
-// Finds the row whose name the words begin with, the longest if there are several, and leaves the
-// words behind the name in *rest. Returns null when there is none.
+// Finds the row whose name the words begin with, and the longest name if there are several. Stores
+// the words after the name in *rest. Returns null if there is no such row.
 const Command* findCommand(const Words& words, Words* rest);
 
 // Fills the request of a command. The options that the row's arguments name must be there, and no

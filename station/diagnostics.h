@@ -1,18 +1,18 @@
-// What goes to standard error: complaints, notes and the progress line.
+// Output on standard error: error messages, notes and the progress line.
 #pragma once
 
 #include <string>
 
 namespace station {
 
-// Prints a line with the program's name in front.
+// Prints a line that begins with the program's name.
 void say(const std::string& text);
 
-// Shows the text in place of the progress line before it. Does nothing where standard error is no
+// Shows the text in place of the previous progress line. Does nothing if standard error is not a
 // terminal.
 void showProgress(const std::string& text);
 
-// Takes the progress line away, so that a result can be printed.
+// Removes the progress line, so that a result can be printed.
 void clearProgress();
 
 }  // namespace station

@@ -27,7 +27,7 @@ const char* typeName(uint8_t type) {
     return kNames[type < std::size(kNames) ? type : 0];
 }
 
-// The commands that are sent so: several where the argument tells them apart.
+// Returns the names of the commands with this sub-type. Several differ only in their argument.
 std::string commandNames(uint8_t type, uint8_t subType) {
     std::string names;
     for (const Command& command : commands())

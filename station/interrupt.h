@@ -1,18 +1,18 @@
-// Signals that end the program, told to whatever waits.
+// Signals that end the program. A wait ends when one arrives.
 #pragma once
 
 namespace station {
 
-// From now on SIGINT, SIGTERM and SIGHUP are noted, each once: a second one ends the program at
-// once. One that was ignored stays so. SIGPIPE is ignored: a reader of the results that goes away
-// is a write that fails, behind which the unit is still released.
+// Starts to record SIGINT, SIGTERM and SIGHUP. The second of the same signal ends the program at
+// once. A signal that was ignored stays ignored. SIGPIPE is ignored, so if the reader of the
+// results exits, the write fails and the unit is still released.
 void watchInterrupts();
 
-// The signal that was noted, or 0.
+// Returns the recorded signal, or 0.
 int interruptSignal();
 
-// Waits until the descriptor can be read (-1: none). Returns 0 when it can, EAGAIN when the time is
-// over, EINTR after a signal, else an errno. Negative milliseconds: no end.
+// Waits until the descriptor can be read (-1: none). Returns 0 when it can, EAGAIN after the
+// timeout, EINTR after a signal, else an errno. Waits without a limit if milliseconds is negative.
 int waitReadable(int fd, int milliseconds);
 
 }  // namespace station

@@ -32,7 +32,7 @@ int stopAtInfinity(json_object* object, int, json_object*, const char*, size_t*,
     return JSON_C_VISIT_RETURN_STOP;
 }
 
-// Returns the code point of the UTF-8 sequence at *at, and moves *at behind the sequence.
+// Returns the code point of the UTF-8 sequence at *at, and moves *at past the sequence.
 // json-c writes no other encoding.
 uint32_t nextCodePoint(std::string_view text, size_t* at) {
     const auto byteAt = [text](size_t place) -> uint32_t {

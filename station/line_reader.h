@@ -16,13 +16,13 @@ struct LineReader {
 
 enum class LineEvent { Line, End, TimedOut, Interrupted, Fault };
 
-// Takes the next line without its line end. Negative milliseconds: waits without end. Of a Fault
-// errno tells; a line of more than 65,536 bytes is one (EMSGSIZE).
+// Reads the next line without its line end. Waits without a limit if milliseconds is negative. On
+// Fault, errno holds the cause (EMSGSIZE for a line longer than 65,536 bytes).
 LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line);
 
-// Splits a line into words: blanks part them; in single quotes all stands for itself, in double
-// quotes and outside a backslash takes its meaning from the next character; # where a word would
-// begin starts a comment. Returns what is wrong, or an empty text.
+// Splits a line into words at blanks. Single quotes keep every character. In double quotes and
+// outside of quotes, a backslash keeps the next character. A # at the start of a word begins a
+// comment. Returns an error message, or an empty text.
 std::string splitWords(const std::string& line, Words* words);
 
 }  // namespace station

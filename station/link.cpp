@@ -30,8 +30,8 @@ uint16_t firstPacketId() {
     return static_cast<uint16_t>((now.tv_nsec >> 10) ^ now.tv_sec ^ getpid());
 }
 
-// What routers and the unit's own kernel say of an earlier datagram. It may be about to start, so
-// this ends no waiting.
+// Returns true for ICMP errors about an earlier datagram. The unit may still be booting, so they do
+// not end a wait.
 bool isNetworkReport(int error) {
     return error == ECONNREFUSED || error == EHOSTUNREACH || error == ENETUNREACH ||
            error == EHOSTDOWN || error == ENETDOWN || error == EPROTO || error == ENOPROTOOPT;
@@ -121,8 +121,8 @@ void drain(int fd) {
             return;
 }
 
-// Returns 0 or an errno. What the network says of an earlier datagram is handed out by the next
-// send, which then sends nothing; so there is a second one.
+// Sends the datagram. A pending ICMP error of an earlier datagram makes one send fail without
+// sending, so the send is repeated. Returns 0 or an errno.
 int sendDatagram(int fd, const Bytes& datagram) {
     constexpr int kAttempts = 8;  // signals in between included
     int reports = 0;
@@ -195,7 +195,7 @@ void awaitReply(const Link& link, uint8_t type, double seconds,
     }
 }
 
-// Connected, the socket hears its unit alone. Returns 0 or an errno.
+// Connects the socket, so that it receives only from its unit. Returns 0 or an errno.
 int connectTo(Link* link) {
     const auto* const address = reinterpret_cast<const sockaddr*>(&link->address);
     if (!link->connected && connect(link->fd, address, sizeof link->address) != 0)
@@ -204,8 +204,8 @@ int connectTo(Link* link) {
     return 0;
 }
 
-// Sends one try. Without a way to the unit a patient one waits all the same, for there may be one
-// the next time.
+// Sends one attempt. If there is no route to the unit, `wait` still waits for the timeout, because
+// a route may appear before the next attempt.
 void sendTry(Link* link, const Bytes& datagram, const RetryPolicy& retry, Answer* answer) {
     traceDatagram(traceLevel(*link, datagram), "sent to " + link->unit, datagram, link->key);
     answer->error = connectTo(link);

@@ -52,24 +52,24 @@ struct Answer {
     int error = 0;  // errno of a fault; without an answer what the network said, or 0
 };
 
-// Prepares the link but for its socket.
+// Prepares the link, but does not open its socket.
 void prepareLink(const Options& options, Link* link);
 
 // Finds the unit's address and opens the socket. Returns what went wrong, or an empty text.
 std::string openLink(const Options& options, Link* link);
 
-// Sends the request, each try under a packet id of its own, until a reply to one of the tries is
-// there, the deadline is over or a signal comes. Other datagrams are ignored. What a signal came
-// before is not sent.
+// Sends the request until a reply to one of the attempts arrives, the deadline is reached or a
+// signal arrives. Each attempt has its own packet id. Other datagrams are ignored. If a signal has
+// arrived, nothing more is sent.
 Answer ask(Link* link, const Request& request, const RetryPolicy& retry);
 
-// Seconds from then until now.
+// Returns the seconds from `then` until now.
 double secondsSince(Clock::time_point then);
 
-// Milliseconds until then, rounded up so that a wait does not spin at its end.
+// Returns the milliseconds until `end`, rounded up so that a wait does not spin at its end.
 int millisecondsUntil(Clock::time_point end);
 
-// The time so many seconds from now; none of a deadline.
+// Returns the time that many seconds from now.
 Clock::time_point secondsFromNow(double seconds);
 
 }  // namespace station

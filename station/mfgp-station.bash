@@ -1,6 +1,6 @@
 # bash completion for mfgp-station: all names come from the program itself.
 
-# Prints what may stand behind the words typed so far, given the names (one a line) and the words.
+# Prints the words that can follow those typed so far, given the names (one per line) and the words.
 _mfgp_station_next() {
     awk -v typed="$2" '
         BEGIN { count = split(typed, words, " ") }
@@ -15,7 +15,7 @@ _mfgp_station() {
     local station=${COMP_WORDS[0]} current=${COMP_WORDS[COMP_CWORD]} word typed='' options valued i
     COMPREPLY=()
     options=$("$station" list options 2>/dev/null | tr -d ,)
-    # Options with an argument: the next word is no command.
+    # Options with an argument: the next word is not a command.
     valued=$(awk '$NF !~ /^-/ { for (i = 1; i < NF; i++) printf "%s ", $i }' <<<"$options")
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}

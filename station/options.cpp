@@ -159,8 +159,8 @@ std::vector<option> parserTable() {
     return table;
 }
 
-// The dash hands over the words in their order, whatever POSIXLY_CORRECT says; the first colon
-// tells a missing argument from an unknown option.
+// With the dash, getopt_long returns the words in their order and ignores POSIXLY_CORRECT. With the
+// first colon, it distinguishes a missing argument from an unknown option.
 std::string parserLetters() {
     std::string letters = "-:";
     for (const Option& row : kOptions)
@@ -210,7 +210,7 @@ std::string parseOne(int key, char** argv, Place place, Options* options) {
 std::string parse(int argc, char** argv, Place place, Options* options) {
     const std::vector<option> table = parserTable();
     const std::string letters = parserLetters();
-    optind = 0;  // start anew, also when called a second time
+    optind = 0;  // start again, also in a second call
     opterr = 0;
     for (int key = 0; (key = getopt_long(argc, argv, letters.c_str(), table.data(), nullptr)) != -1;
          optarg = nullptr) {

@@ -55,7 +55,7 @@ struct Options {
 std::string parseOptions(int argc, char** argv, Options* options);
 
 // Reads the words of one line of a batch in place of the command line's, whose options hold for it.
-// Only options that concern a single command may stand there.
+// Only options that concern a single command are allowed there.
 std::string parseLine(Words line, Options* options);
 
 // An option as help and manual show it.

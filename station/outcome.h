@@ -1,4 +1,4 @@
-// What came of a command, and the one table of exit codes and outcome words.
+// The outcome of a command, and the table of exit codes and outcome words.
 #pragma once
 
 #include <span>
@@ -43,7 +43,7 @@ struct Outcome {
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
                   const Link& link);
 
-// What is known about the unit's mode.
+// The unit's mode, as far as it is known.
 enum class Mode : uint8_t { Unknown, Produce, Other };
 
 // Returns the causes that a refusal with info 3 can have in this mode.
@@ -52,10 +52,10 @@ std::string refusalText(const Command& command, Mode mode);
 // Returns "deadline of 1.0 s reached".
 std::string deadlineText(const Link& link);
 
-// The outcome of what a signal has ended.
+// Returns the outcome of a command that a signal ended.
 Outcome interrupted(const std::string& what);
 
-// What an info code in a reply says.
+// Returns the meaning of a reply's info code.
 const char* infoMeaning(uint8_t info);
 
 }  // namespace station

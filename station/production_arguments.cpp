@@ -5,7 +5,7 @@
 namespace station {
 namespace {
 
-// What a number may be.
+// The numbers that an argument allows.
 struct Range {
     const char* name;
     unsigned most;

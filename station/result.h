@@ -49,11 +49,11 @@ struct Output {
 // empty text.
 std::string openOutput(const Options& options, Output* output);
 
-// Prints the result as one JSON object or as text, at once. What a single command has to complain
-// of goes to standard error.
+// Prints the result as one JSON object or as text, at once. For a single
+// command, error messages go to standard error.
 void print(const Result& result, Layout layout, Output* output);
 
-// False when anything could not be written.
+// Returns false when anything could not be written.
 bool isWritten(const Output& output);
 
 // Words with a blank between them.

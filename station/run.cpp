@@ -14,7 +14,7 @@
 namespace station {
 namespace {
 
-// What the client does by itself.
+// A command that the client carries out itself.
 struct LocalCommand {
     const char* name;
     const char* arguments;
@@ -184,8 +184,8 @@ int runOptions(const Options& options, Output* output) {
     return local != nullptr ? local->run(options, output) : perform(options, output);
 }
 
-// A standard stream that was closed would give its number to the next file, and results would go
-// into the socket. What takes its place fails where it is used, as a closed one does.
+// If a standard stream is closed, the next open() would reuse its number and results could go into
+// the socket. The replacement is opened in the wrong direction, so using it fails as before.
 void holdStandardStreams() {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; fd++)
         if (fcntl(fd, F_GETFD) < 0)

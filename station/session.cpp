@@ -79,7 +79,7 @@ Answer exchange(Session* session, const PreparedCommand& prepared) {
 }
 
 // A request without payload has no part that depends on the key, so the unit obeys it under any
-// account. What changes the unit is sent only after a reply has proven the account.
+// account. A request that changes the unit is sent only after a reply has proven the account.
 bool needsProof(const Session& session, const PreparedCommand& prepared) {
     return !session.accountProven && accessOf(prepared.request) >= Access::Test &&
            prepared.request.type != kTypeCancelTest;

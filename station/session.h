@@ -25,22 +25,22 @@ struct Session {
     bool accountProven = false;  // a reply with a payload had the right digest
 };
 
-// Says that the words are no command, and which ones begin with the first.
+// Returns the message for an unknown command, with the commands that begin with the first word.
 std::string unknownCommand(const Words& words);
 
-// Makes an order of the options' words. Where the command takes @FILE, the file's text is taken for
-// its name. Returns what is wrong with the words or the file.
+// Prepares the command of the options' words. If the command takes @FILE, the file's text replaces
+// its name. Returns the outcome of a wrong word or an unreadable file.
 Outcome prepareCommand(const Options& options, PreparedCommand* prepared);
 
-// The order of a row that takes no arguments.
+// Prepares the command of a row that takes no arguments.
 PreparedCommand prepareRow(const Command& command, const Options& options);
 
-// Opens the output, and the session's link if anything is to be sent, then starts the deadline and
-// notes signals: the lookup of a name heeds neither, so until it is over a signal ends the program.
-// Returns the exit code, after a complaint if it is not 0.
+// Opens the output, and the session's link if anything is to be sent. The deadline and signal
+// handling start after name resolution, which cannot be interrupted. Until then a signal ends the
+// program. Returns the exit code, after an error message if it is not 0.
 int openSession(Session* session);
 
-// Carries the order out: asks the unit, or only shows the datagram.
+// Carries out the prepared command: asks the unit, or only shows the datagram.
 Result execute(Session* session, const PreparedCommand& prepared);
 
 // Reads something that the unit answers in any mode, with a payload: only a payload shows whether
@@ -50,14 +50,14 @@ Outcome proveAccount(Session* session);
 // Asks one gated read, once, and returns the mode that its reply shows.
 Mode readMode(Session* session);
 
-// Ends the session. With --release another station can have the unit. Does not wait: no answer
-// comes.
+// Ends the session. With --release, releases the unit for another station. Does not wait,
+// because the unit does not answer.
 void endSession(Session* session);
 
-// The result of a command that was not sent: the outcome, unless a signal came before.
+// Returns the result of a command that was not sent: the outcome, unless a signal came first.
 Result unsent(const Words& words, const Outcome& outcome);
 
-// Takes the next line like nextLine, until the deadline; keeps the unit bound the while.
+// Reads the next line like nextLine, until the deadline, and keeps the unit bound meanwhile.
 LineEvent readLine(Session* session, LineReader* reader, std::string* line);
 
 // Makes sure of what the order changes for good: reset and erasing always, in a batch flash too.

@@ -131,7 +131,7 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"antenna-test FG621", 2, "t0 is missing: FG621 takes t0= t1= separator="},
         {"antenna-test EG18-EA t0=1 t0=2", 2, "t0 is given twice"},
         {"antenna-test EG18-EA t0=1 t3=.", 2, "t3 '.' is not a decimal number"},
-        {"antenna-test EG18-EA t9=1", 2, "'t9=1' is no field: EG18-EA takes t0="},
+        {"antenna-test EG18-EA t9=1", 2, "'t9=1' is not a field: EG18-EA takes t0="},
         {"set imei 1234567890123456", 2, "is not 15 digits\n"},
         {"set imei 12345678901234x", 2, "digits; `raw 3 90 313233343536373839303132333478` sends"},
         {"decode $($station -n set imei 123456789012345)", 0,
