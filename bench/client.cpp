@@ -1,13 +1,20 @@
-// Sends one request again and again, each when the last one is answered, and prints the median time
-// to the answer in nanoseconds.
+// Sends requests to a server on this machine and prints one number.
 //
 //   bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES
+//     sends one request again and again, each after the answer to the last one; prints the median
+//     time to the answer in nanoseconds
 //   bench-client PORT COUNT hostile
-//     sends datagrams of random types, sub-types and payloads, all with a correct digest, and
-//     prints how many were answered within 5 ms
+//     sends datagrams of random types, sub-types and payloads, all with a correct digest; prints
+//     the number of answers that are not empty
+//   bench-client PORT start PROGRAM
+//     starts a server and asks it until it answers; prints the time in nanoseconds, and ends it
 #include <arpa/inet.h>
+#include <poll.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -19,26 +26,29 @@
 
 namespace {
 
-// Every run is the same station to the daemon.
+using Clock = std::chrono::steady_clock;
+
+// The daemon serves one station at a time, so every run uses the same port.
 constexpr uint16_t kOwnPort = 1041;
 
-int connectedSocket(uint16_t port) {
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    const timeval patience = {30, 0};
+size_t numberOf(const char* text) { return strtoul(text, nullptr, 10); }
+
+int connectedSocket(const char* port, timeval patience) {
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(kOwnPort);
     const int bound = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    address.sin_port = htons(port);
+    address.sin_port = htons(static_cast<uint16_t>(numberOf(port)));
     if (bound == 0 && connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
         return fd;
     perror("bench-client: socket");
     exit(1);
 }
 
-// Returns the length of the reply; 0 without one.
+// Returns the length of the reply, or 0 without a reply.
 size_t exchange(int fd, const station::Bytes& request, station::Bytes* reply) {
     if (send(fd, request.data(), request.size(), 0) < 0)
         return 0;
@@ -47,11 +57,10 @@ size_t exchange(int fd, const station::Bytes& request, station::Bytes* reply) {
 }
 
 // The numbers are the same in each run. rand is good enough for them.
-int sendHostile(int fd, size_t count, const station::Key& key) {
+int sendHostile(int fd, size_t count) {
+    const station::Key key = station::keyOf("", "");
     station::Bytes reply(65536);
     size_t answered = 0;
-    const timeval patience = {0, 50000};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     for (size_t i = 0; i < count; i++) {
         station::Bytes payload(static_cast<size_t>(rand() % (i % 50 == 0 ? 40000 : 300)));
         for (uint8_t& byte : payload)
@@ -66,34 +75,23 @@ int sendHostile(int fd, size_t count, const station::Key& key) {
     return 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    if (argc == 4 && strcmp(argv[3], "hostile") == 0)
-        return sendHostile(connectedSocket(static_cast<uint16_t>(atoi(argv[1]))),
-                           strtoul(argv[2], nullptr, 10), station::keyOf("", ""));
-    if (argc != 6) {
-        fprintf(stderr, "usage: bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES|hostile\n");
-        return 2;
-    }
-    const int fd = connectedSocket(static_cast<uint16_t>(atoi(argv[1])));
-    const size_t count = strtoul(argv[2], nullptr, 10);
+int measureRequest(int fd, size_t count, char** words) {
     const station::Key key = station::keyOf("", "");
     const station::Bytes request = station::buildRequest(
-        {static_cast<uint8_t>(atoi(argv[3])), static_cast<uint8_t>(atoi(argv[4])),
-         station::Bytes(strtoul(argv[5], nullptr, 10), 'b')},
+        {static_cast<uint8_t>(numberOf(words[0])), static_cast<uint8_t>(numberOf(words[1])),
+         station::Bytes(numberOf(words[2]), 'b')},
         1, key);
     station::Bytes reply(65536);
     std::vector<int64_t> times;
     for (size_t i = 0; i < count; i++) {
-        const auto start = std::chrono::steady_clock::now();
+        const auto start = Clock::now();
         const size_t length = exchange(fd, request, &reply);
-        times.push_back((std::chrono::steady_clock::now() - start).count());
-        // The first is read in full, the others only looked at: reading is not what is measured.
+        times.push_back((Clock::now() - start).count());
+        // Only the first reply is decoded, because decoding is not what is measured.
         const bool whole = i > 0 || station::openReply(reply.data(), length, key).status ==
                                         station::DecodeStatus::Whole;
         if (length < kHeaderSize || !whole || mfgp_info(reply.data()) != kInfoSuccess) {
-            fprintf(stderr, "bench-client: request %zu was not answered as it should\n", i);
+            fprintf(stderr, "bench-client: request %zu got no good answer\n", i);
             return 1;
         }
     }
@@ -101,4 +99,51 @@ int main(int argc, char** argv) {
     std::nth_element(times.begin(), middle, times.end());
     printf("%lld\n", static_cast<long long>(*middle));
     return 0;
+}
+
+// Sends a datagram of another version. Until the server has its port, sending fails at once.
+bool answers(int fd) {
+    const station::Bytes datagram(28, 1);
+    pollfd answer = {fd, POLLIN, 0};
+    uint8_t first = 0;
+    if (send(fd, datagram.data(), datagram.size(), 0) > 0 && poll(&answer, 1, 2) == 1 &&
+        recv(fd, &first, 1, 0) == 1)
+        return true;
+    usleep(200);  // the server has the same processor
+    return false;
+}
+
+int measureStart(int fd, const char* program) {
+    const auto start = Clock::now();
+    const pid_t server = fork();
+    if (server == 0) {
+        if (freopen("/dev/null", "w", stdout) != nullptr)
+            execl(program, program, nullptr);
+        _exit(127);
+    }
+    bool answered = false;
+    while (!(answered = answers(fd)) && Clock::now() < start + std::chrono::seconds(20)) {
+    }
+    const auto took = Clock::now() - start;
+    kill(server, SIGTERM);
+    waitpid(server, nullptr, 0);
+    if (answered)
+        printf("%lld\n", static_cast<long long>(took.count()));
+    return answered ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 4 && strcmp(argv[3], "hostile") == 0)
+        return sendHostile(connectedSocket(argv[1], {0, 50000}), numberOf(argv[2]));
+    if (argc == 4 && strcmp(argv[2], "start") == 0)
+        return measureStart(connectedSocket(argv[1], {30, 0}), argv[3]);
+    if (argc == 6)
+        return measureRequest(connectedSocket(argv[1], {30, 0}), numberOf(argv[2]), argv + 3);
+    fprintf(stderr,
+            "usage: bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES\n"
+            "       bench-client PORT COUNT hostile\n"
+            "       bench-client PORT start PROGRAM\n");
+    return 2;
 }

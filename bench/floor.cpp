@@ -1,25 +1,19 @@
-// The least that a server of this protocol could do, and a shell line alone: what the daemon's
-// times are compared with.
+// The least that a server of this protocol does, to compare the daemon's figures with.
 //
-//   bench-floor echo|naive|arena|image PORT
-//     answers each datagram with itself; naive, arena and image first ask the controller in a fresh
-//     Lua state, decipher, digest twice and cipher again, as a heartbeat needs it
-//   bench-floor popen COUNT LINE [CLEAN-UP]
-//     runs a shell line again and again, each time after the clean-up if there is one; prints the
-//     median in nanoseconds
+//   bench-floor echo|own|array|image PORT
+//     answers each datagram with itself. Except as echo, it first opens a Lua state, asks the web
+//     controller, deciphers, digests twice and ciphers, as a heartbeat needs. The state is in
+//     memory of Lua's own allocator, in an array, or in an array and copied from an image.
 #include <arpa/inet.h>
 #include <nettle/des.h>
 #include <nettle/md5.h>
 #include <sys/socket.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
-#include <vector>
 
 extern "C" {
 #include <lauxlib.h>
@@ -98,12 +92,12 @@ void answer(size_t length, const std::string& text) {
                                         reinterpret_cast<sockaddr*>(&address), &size);
         if (length < 28)
             continue;
-        if (form == "naive") {
+        if (form == "own") {
             lua_State* const lua = luaL_newstate();
             luaL_openlibs(lua);
             answer(static_cast<size_t>(length), account(lua));
-        } else if (form == "arena" || form == "image") {
-            lua_State* const lua = form == "arena" ? mfgp_newLua(&arena) : mfgp_openLua(&arena);
+        } else if (form == "array" || form == "image") {
+            lua_State* const lua = form == "array" ? mfgp_newLua(&arena) : mfgp_openLua(&arena);
             answer(static_cast<size_t>(length), account(lua));
         }
         sendto(fd, datagram, static_cast<size_t>(length), 0, reinterpret_cast<sockaddr*>(&address),
@@ -111,32 +105,12 @@ void answer(size_t length, const std::string& text) {
     }
 }
 
-int runLine(int count, const char* line, const char* cleanUp) {
-    std::vector<int64_t> times;
-    for (int i = 0; i < count; i++) {
-        const auto start = std::chrono::steady_clock::now();
-        if (cleanUp != nullptr && system(cleanUp) == -1)
-            return 1;
-        FILE* const pipe = popen(line, "r");
-        char text[64];
-        if (pipe == nullptr || fread(text, 1, sizeof text, pipe) == 0 || pclose(pipe) != 0)
-            return 1;
-        times.push_back((std::chrono::steady_clock::now() - start).count());
-    }
-    std::nth_element(times.begin(), times.begin() + count / 2, times.end());
-    printf("%lld\n", static_cast<long long>(times[static_cast<size_t>(count / 2)]));
-    return 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string form = argc > 1 ? argv[1] : "";
-    if (form == "popen" && (argc == 4 || argc == 5))
-        return runLine(atoi(argv[2]), argv[3], argv[4]);
-    if (argc == 3 && (form == "echo" || form == "naive" || form == "arena" || form == "image"))
-        serve(form, static_cast<uint16_t>(atoi(argv[2])));
-    fprintf(stderr,
-            "usage: bench-floor echo|naive|arena|image PORT | popen COUNT LINE [CLEAN-UP]\n");
+    if (argc == 3 && (form == "echo" || form == "own" || form == "array" || form == "image"))
+        serve(form, static_cast<uint16_t>(strtoul(argv[2], nullptr, 10)));
+    fprintf(stderr, "usage: bench-floor echo|own|array|image PORT\n");
     return 2;
 }
