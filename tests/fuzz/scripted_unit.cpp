@@ -1,7 +1,8 @@
-#include "tests/fuzz/scripted_unit.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,27 +11,26 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <list>
 #include <utility>
 
+#include "core/receive.h"
 #include "core/report.h"
 #include "protocol/cipher.h"
 #include "protocol/codec.h"
-#include "protocol/parser.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-// The folder that the unit's paths lead into. In memory, if possible: files are made by the
-// thousand.
+// The folder that the unit's paths lead into. It is in memory if possible, because each run makes
+// many files.
 struct Scratch {
     std::string name = fs::exists("/dev/shm") ? "/dev/shm/mfgp-XXXXXX" : "/tmp/mfgp-XXXXXX";
     Scratch() {
         require(mkdtemp(name.data()) != nullptr, "a folder for the unit");
         for (const char* folder : {"/tmp/.uci", "/etc/config", "/proc/bus/usb", "/var/state"})
             fs::create_directories(name + folder);
+        setenv("LUA_PATH", (name + "/controller.lua").c_str(), 1);
     }
     ~Scratch() { fs::remove_all(name); }
 };
@@ -43,26 +43,27 @@ std::string placeOf(std::string_view path) {
 bool entered;
 bool allFilesExist;
 std::string_view toolAnswers;
-std::string said;
+std::string logged;
 std::string lastTrace;
-std::list<std::string> outputs;
+std::string_view arriving;
+std::string reply;
+int pipeEnds[2];
 
 struct Outcome {
     bool started;
     bool succeeded;
-    std::string* output;
+    std::string_view output;
 };
 
 Outcome run(std::string_view line) {
     require(line.size() < 1024, "a shell line is within its bounds");
-    said += "$ " + std::string(line) + '\n';
+    logged += "$ " + std::string(line) + '\n';
     std::string_view answer = takePiece(&toolAnswers);
     const uint8_t how = takeByte(&answer);
-    outputs.emplace_back(answer);
     if (how == '!')
-        return {false, false, nullptr};
+        return {false, false, ""};
     // Tools name the file that they write last: "flashkv -r FILE -p PARTITION", "check_group INPUT
-    // OUTPUT", "generate_group COUNT FILE". The lines of the last two remove it before.
+    // OUTPUT", "generate_group COUNT FILE". The lines of the last two remove it first.
     if (line.starts_with("rm /tmp/"))
         unlink(std::string(line.substr(3, line.find_first_of("; ", 3) - 3)).c_str());
     const size_t file = line.rfind("/tmp/");
@@ -73,17 +74,47 @@ Outcome run(std::string_view line) {
         layFile(line.substr(file), std::string(line.substr(5, echoed - 5)) + "\n");
     if (writes && how != '0')
         layFile(line.substr(file, line.find(' ', file) - file), answer);
-    return {true, how != '-', &outputs.back()};
+    return {true, how != '-', answer};
 }
 
 }  // namespace
+
+std::string_view takePiece(std::string_view* input) {
+    const std::string_view piece = input->substr(0, input->find('\xFF'));
+    input->remove_prefix(std::min(piece.size() + 1, input->size()));
+    return piece;
+}
+
+uint8_t takeByte(std::string_view* input) {
+    const uint8_t byte = input->empty() ? 0 : static_cast<uint8_t>(input->front());
+    input->remove_prefix(input->empty() ? 0 : 1);
+    return byte;
+}
+
+void require(bool holds, const char* what) {
+    if (holds)
+        return;
+    fprintf(stderr, "does not hold: %s\n", what);
+    abort();
+}
+
+void seal(uint8_t* datagram, const uint8_t* key) {
+    const uint32_t length = (mfgp_payloadLength(datagram) + 7) & ~7U;
+    if (mfgp_payloadLength(datagram) > kMaxPayload)
+        return;
+    uint8_t digest[kDigestSize];
+    memset(mfgp_digest(datagram), 0, sizeof digest);
+    mfgp_md5(digest, datagram, kHeaderSize + length);
+    memcpy(mfgp_digest(datagram), digest, sizeof digest);
+    mfgp_desEcb(mfgp_payload(datagram), length, mfgp_payload(datagram), kPayloadCapacity, key,
+                CipherDirection::Encrypt);
+}
 
 InUnit::InUnit(std::string_view answers, bool filesExist) {
     entered = true;
     allFilesExist = filesExist;
     toolAnswers = answers;
-    said.clear();
-    outputs.clear();
+    logged.clear();
 }
 
 InUnit::~InUnit() { entered = false; }
@@ -92,9 +123,32 @@ void layFile(std::string_view path, std::string_view content) {
     std::ofstream(placeOf(path), std::ios::binary) << content;
 }
 
-std::string readFile(std::string_view path) {
-    std::ifstream file(placeOf(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+// A byte chooses the kind of each value. Bytes after the end of the input are zero, so it ends.
+constexpr char kController[] = R"(
+local at, value = 0
+local function byte() at = at + 1 return input:byte(at) or 0 end
+local kinds = {
+    function() return true end,
+    byte,
+    function() at = at + 20 return input:sub(at - 19, at) end,
+    function()
+        return {success = value(), data = value(), username = value(), password = value(), dispatch = value()}
+    end,
+    function() return function() return value() end end,
+    function() return function() error(value(), byte() % 3) end end,
+    function() return setmetatable({}, {__index = value()}) end,
+    function() local data = newproxy(true) getmetatable(data).__index = value() return data end,
+    function() return ("x"):rep(byte() * 1000) end,
+}
+function value() local kind = kinds[byte()] return kind and kind() end
+return value()
+)";
+
+void layController(std::string_view input) {
+    std::string bytes = "local input = '";
+    for (const char byte : input)
+        bytes += '\\' + std::to_string(1000 + static_cast<uint8_t>(byte)).substr(1);
+    layFile("/controller.lua", bytes + "'" + kController);
 }
 
 ServiceContext* freshContext() {
@@ -104,26 +158,28 @@ ServiceContext* freshContext() {
     memset(ctx->recvBuf, 0, sizeof ctx->recvBuf);
     memset(ctx->replyBuf, 0, sizeof ctx->replyBuf);
     mfgp_deriveKey(ctx->payloadKey, "kiosk", "kiosk");
-    ctx->flags = kFlagsAtStart | kFlagSendReply;
+    ctx->flags = kFlagsAtStart;
+    ctx->peerAddr = {};
     ctx->peerBound = 1;
+    ctx->sockFd = -1;
     return ctx;
 }
 
-std::string answerToDatagram(ServiceContext* ctx) {
-    size_t length = 0;
-    const int result = mfgp_parserVerTwoOpt(ctx, &length);
-    const std::string reply(reinterpret_cast<const char*>(ctx->replyBuf), length);
+std::string answerToDatagram(ServiceContext* ctx, std::string_view datagram) {
+    arriving = datagram;
+    reply.clear();
+    const int result = mfgp_parserHandler(ctx);
     std::string all = std::to_string(result) + ' ' + std::to_string(ctx->flags) + ' ' +
-                      std::to_string(ctx->peerBound) + '\n' + said + reply;
-    memcpy(ctx->recvBuf, reply.data(), length);
-    require(length == 0 || mfgp_decode(ctx) == 0, "a reply has the right digest");
+                      std::to_string(ctx->peerBound) + '\n' + logged + reply;
+    memcpy(ctx->recvBuf, reply.data(), reply.size());
+    require(reply.size() < kHeaderSize || mfgp_decode(ctx) == 0, "a reply has the right digest");
     return all;
 }
 
 // --- in place of core/report.cpp ---
 
 int report(int code, const char* message) {
-    said += "error " + std::to_string(code) + (message != nullptr ? message : "") + '\n';
+    logged += "error " + std::to_string(code) + (message != nullptr ? message : "") + '\n';
     return code;
 }
 
@@ -134,12 +190,10 @@ void mfgp_trace(const char* function, int /*line*/, const char* format, ...) {
     vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     lastTrace = text;
-    said += function + (' ' + lastTrace);
+    logged += function + (' ' + lastTrace);
 }
 
 // --- in place of calls of the C library, by the linker ---
-
-extern "C" FILE* __real_fdopen(int fd, const char* mode);
 
 #define IN_UNIT(result, name, parameters, arguments, inUnit) \
     result __real_##name parameters;                         \
@@ -147,44 +201,24 @@ extern "C" FILE* __real_fdopen(int fd, const char* mode);
 
 namespace {
 
-int makeTemporary(char* name, int (*make)(char*)) {
-    std::string place = placeOf(name);
-    const int fd = make(place.data());
-    place.copy(name, strlen(name), place.size() - strlen(name));
-    return fd;
+// Answers the shell line of a read pipe with its output, as far as the pipe holds it.
+int spawnShell(std::string_view line) {
+    constexpr size_t kPipeSize = 65536;
+    const Outcome outcome = run(line);
+    const std::string_view output = outcome.output.substr(0, kPipeSize);
+    require(write(pipeEnds[1], output.data(), output.size()) >= 0, "the output of a tool");
+    return outcome.started ? 0 : EAGAIN;
 }
 
-// A read pipe starts its line and then opens the stream of its output.
-std::string* pipedOutput;
-
-int startPiped(char* const* arguments) {
-    const auto [started, succeeded, output] = run(arguments[3]);
-    pipedOutput = output;
-    return started ? 0 : EAGAIN;
-}
-
-FILE* openStream(int fd, const char* mode) {
-    if (pipedOutput == nullptr)
-        return __real_fdopen(fd, mode);
-    close(fd);
-    std::string* const output = std::exchange(pipedOutput, nullptr);
-    return fmemopen(output->data(), output->size(), mode);
+// The command runner logs "cmd: LINE \r\n" before it starts a shell.
+pid_t forkShell() {
+    constexpr pid_t kChild = 1;
+    return run(std::string_view(lastTrace).substr(5, lastTrace.size() - 8)).started ? kChild : -1;
 }
 
 int statusOf(std::string_view line) {
     const Outcome outcome = run(line);
-    errno = ECHILD;
     return !outcome.started ? -1 : outcome.succeeded ? 0 : 1 << 8;
-}
-
-// The command runner logs the line before it starts a shell: "cmd: LINE \r\n".
-constexpr pid_t kRunner = 1, kPiped = 2;
-
-pid_t waitForShell(pid_t child) {
-    if (child == kPiped)
-        return child;
-    const std::string_view line = std::string_view(lastTrace).substr(5, lastTrace.size() - 8);
-    return statusOf(line) == -1 ? -1 : child;
 }
 
 }  // namespace
@@ -199,17 +233,26 @@ IN_UNIT(int, stat, (const char* path, struct stat* out), (path, out),
 IN_UNIT(int, unlink, (const char* path), (path), __real_unlink(placeOf(path).c_str()))
 IN_UNIT(int, rename, (const char* from, const char* to), (from, to),
         __real_rename(placeOf(from).c_str(), placeOf(to).c_str()))
-IN_UNIT(int, mkstemp, (char* name), (name), makeTemporary(name, __real_mkstemp))
+IN_UNIT(int, mkstemp, (char* name), (name),
+        __real_open(placeOf(name).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600))
 IN_UNIT(int, access, (const char* path, int mode), (path, mode), allFilesExist ? 0 : -1)
 IN_UNIT(unsigned, sleep, (unsigned seconds), (seconds), 0)
 IN_UNIT(int, posix_spawn,
         (pid_t * child, const char* path, const posix_spawn_file_actions_t* actions,
          const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment),
         (child, path, actions, attributes, arguments, environment),
-        (*child = kPiped, startPiped(arguments)))
-IN_UNIT(FILE*, fdopen, (int fd, const char* mode), (fd, mode), openStream(fd, mode))
+        (*child = 1, spawnShell(arguments[3])))
+IN_UNIT(int, pipe, (int* ends), (ends),
+        (__real_pipe(pipeEnds), memcpy(ends, pipeEnds, sizeof pipeEnds), 0))
+IN_UNIT(ssize_t, recvfrom,
+        (int fd, void* to, size_t size, int flags, sockaddr* from, socklen_t* fromSize),
+        (fd, to, size, flags, from, fromSize),
+        static_cast<ssize_t>(arriving.copy(static_cast<char*>(to), size)))
+IN_UNIT(ssize_t, sendto,
+        (int fd, const void* from, size_t size, int flags, const sockaddr* to, socklen_t toSize),
+        (fd, from, size, flags, to, toSize),
+        (reply.assign(static_cast<const char*>(from), size), static_cast<ssize_t>(size)))
 IN_UNIT(int, system, (const char* line), (line), statusOf(line))
-IN_UNIT(pid_t, fork, (), (), kRunner)
-IN_UNIT(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options),
-        waitForShell(child))
+IN_UNIT(pid_t, fork, (), (), forkShell())
+IN_UNIT(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options), child)
 }
