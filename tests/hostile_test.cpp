@@ -70,20 +70,20 @@ class HostileNetwork {
         std::ranges::generate(text, [this] { return static_cast<char>(random_()); });
         return text;
     }
-    // The start of a valid argument, then text that makes a file if a shell runs it.
+    // A valid argument, text that makes a file if a shell runs it, both, or neither.
     std::string argument() {
-        static const std::string kTexts[] = {"",
-                                             "US",
+        static const std::string kTexts[] = {"US",
+                                             "5",
                                              "{\"gear\":255}",
                                              "{\"band\":0,\"nss\":2}",
-                                             "5",
                                              "1-3-0-60-1-19850",
                                              "123456789012345",
                                              kGroup};
-        static const std::string kCanaries[] = {"", "$(>/c)", "`>/c`", "';>/c;'", "|>/c&", "\n>/c"};
-        if (below(4) == 0)
-            return bytes(below(200));
-        return kTexts[below(std::size(kTexts))] + kCanaries[below(std::size(kCanaries))];
+        static const std::string kCanaries[] = {"$(>/c)", "`>/c`", "';>/c;'", "|>/c&", "\n>/c"};
+        const size_t kind = below(4);
+        return (kind % 2 == 1 ? kTexts[below(std::size(kTexts))] : "") +
+               (kind >= 2 ? kCanaries[below(std::size(kCanaries))] : "") +
+               (kind == 0 ? bytes(below(200)) : "");
     }
     std::string request(uint8_t type, uint8_t subType) {
         return wireOf({.type = type,
