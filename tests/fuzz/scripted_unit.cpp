@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <utility>
 
 #include "core/receive.h"
 #include "core/report.h"
@@ -50,8 +49,7 @@ std::string reply;
 int pipeEnds[2];
 
 struct Outcome {
-    bool started;
-    bool succeeded;
+    int status;  // as system() returns it
     std::string_view output;
 };
 
@@ -61,7 +59,7 @@ Outcome run(std::string_view line) {
     std::string_view answer = takePiece(&toolAnswers);
     const uint8_t how = takeByte(&answer);
     if (how == '!')
-        return {false, false, ""};
+        return {-1, ""};
     // Tools name the file that they write last: "flashkv -r FILE -p PARTITION", "check_group INPUT
     // OUTPUT", "generate_group COUNT FILE". The lines of the last two remove it first.
     if (line.starts_with("rm /tmp/"))
@@ -74,7 +72,7 @@ Outcome run(std::string_view line) {
         layFile(line.substr(file), std::string(line.substr(5, echoed - 5)) + "\n");
     if (writes && how != '0')
         layFile(line.substr(file, line.find(' ', file) - file), answer);
-    return {true, how != '-', answer};
+    return {how == '-' ? 1 << 8 : 0, answer};
 }
 
 }  // namespace
@@ -128,21 +126,16 @@ constexpr char kController[] = R"(
 local at, value = 0
 local function byte() at = at + 1 return input:byte(at) or 0 end
 local kinds = {
-    function() return true end,
-    byte,
-    function() at = at + 20 return input:sub(at - 19, at) end,
-    function()
-        return {success = value(), data = value(), username = value(), password = value(), dispatch = value()}
-    end,
+    function() return true end, byte, function() at = at + 20 return input:sub(at - 19, at) end,
+    function() return {success = value(), data = value(), username = value(), password = value(),
+                       dispatch = value()} end,
     function() return function() return value() end end,
     function() return function() error(value(), byte() % 3) end end,
     function() return setmetatable({}, {__index = value()}) end,
     function() local data = newproxy(true) getmetatable(data).__index = value() return data end,
-    function() return ("x"):rep(byte() * 1000) end,
-}
+    function() return ("x"):rep(byte() * 1000) end}
 function value() local kind = kinds[byte()] return kind and kind() end
-return value()
-)";
+return value())";
 
 void layController(std::string_view input) {
     std::string bytes = "local input = '";
@@ -155,13 +148,11 @@ ServiceContext* freshContext() {
     static ServiceContext contexts[2];  // in turn, so that an address in an answer shows
     static int turn = 0;
     ServiceContext* const ctx = &contexts[turn ^= 1];
-    memset(ctx->recvBuf, 0, sizeof ctx->recvBuf);
-    memset(ctx->replyBuf, 0, sizeof ctx->replyBuf);
-    mfgp_deriveKey(ctx->payloadKey, "kiosk", "kiosk");
-    ctx->flags = kFlagsAtStart;
-    ctx->peerAddr = {};
+    *ctx = {};
     ctx->peerBound = 1;
     ctx->sockFd = -1;
+    ctx->flags = kFlagsAtStart;
+    mfgp_deriveKey(ctx->payloadKey, "kiosk", "kiosk");
     return ctx;
 }
 
@@ -174,6 +165,20 @@ std::string answerToDatagram(ServiceContext* ctx, std::string_view datagram) {
     memcpy(ctx->recvBuf, reply.data(), reply.size());
     require(reply.size() < kHeaderSize || mfgp_decode(ctx) == 0, "a reply has the right digest");
     return all;
+}
+
+// The two runs of an input follow different earlier inputs, so that anything an input leaves in
+// memory shows as a difference.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static std::string earlier[2];
+    static int turn = 0;
+    const std::string input(reinterpret_cast<const char*>(data), size);
+    const std::string first = answerOf(input);
+    answerOf(earlier[turn]);
+    require(answerOf(input) == first, "the same input gets the same answer");
+    earlier[turn] = input;
+    turn ^= 1;
+    return 0;
 }
 
 // --- in place of core/report.cpp ---
@@ -203,22 +208,16 @@ namespace {
 
 // Answers the shell line of a read pipe with its output, as far as the pipe holds it.
 int spawnShell(std::string_view line) {
-    constexpr size_t kPipeSize = 65536;
     const Outcome outcome = run(line);
-    const std::string_view output = outcome.output.substr(0, kPipeSize);
-    require(write(pipeEnds[1], output.data(), output.size()) >= 0, "the output of a tool");
-    return outcome.started ? 0 : EAGAIN;
+    const std::string_view output = outcome.output.substr(0, 65536);
+    require(write(pipeEnds[1], output.data(), output.size()) >= 0, "a tool prints its output");
+    return outcome.status == -1 ? EAGAIN : 0;
 }
 
 // The command runner logs "cmd: LINE \r\n" before it starts a shell.
 pid_t forkShell() {
-    constexpr pid_t kChild = 1;
-    return run(std::string_view(lastTrace).substr(5, lastTrace.size() - 8)).started ? kChild : -1;
-}
-
-int statusOf(std::string_view line) {
-    const Outcome outcome = run(line);
-    return !outcome.started ? -1 : outcome.succeeded ? 0 : 1 << 8;
+    const std::string_view line = std::string_view(lastTrace).substr(5, lastTrace.size() - 8);
+    return run(line).status == -1 ? -1 : 1;
 }
 
 }  // namespace
@@ -252,7 +251,7 @@ IN_UNIT(ssize_t, sendto,
         (int fd, const void* from, size_t size, int flags, const sockaddr* to, socklen_t toSize),
         (fd, from, size, flags, to, toSize),
         (reply.assign(static_cast<const char*>(from), size), static_cast<ssize_t>(size)))
-IN_UNIT(int, system, (const char* line), (line), statusOf(line))
+IN_UNIT(int, system, (const char* line), (line), run(line).status)
 IN_UNIT(pid_t, fork, (), (), forkShell())
 IN_UNIT(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options), child)
 }
