@@ -38,5 +38,5 @@ struct InUnit {
 // Returns a context with the key of the default account and a bound station.
 ServiceContext* freshContext();
 
-// Lets the daemon handle a datagram. Returns its log, its state and its reply.
-std::string answerToDatagram(ServiceContext* ctx, std::string_view datagram);
+// Lets the daemon handle the datagram in recvBuf. Returns its log, its state and its reply.
+std::string handleRequest(ServiceContext* ctx);

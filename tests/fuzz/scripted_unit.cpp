@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,10 +11,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "core/receive.h"
 #include "core/report.h"
 #include "protocol/cipher.h"
 #include "protocol/codec.h"
+#include "protocol/parser.h"
 
 namespace fs = std::filesystem;
 
@@ -44,8 +43,6 @@ bool allFilesExist;
 std::string_view toolAnswers;
 std::string logged;
 std::string lastTrace;
-std::string_view arriving;
-std::string reply;
 int pipeEnds[2];
 
 struct Outcome {
@@ -150,20 +147,19 @@ ServiceContext* freshContext() {
     ServiceContext* const ctx = &contexts[turn ^= 1];
     *ctx = {};
     ctx->peerBound = 1;
-    ctx->sockFd = -1;
-    ctx->flags = kFlagsAtStart;
+    ctx->flags = kFlagsAtStart | kFlagSendReply;
     mfgp_deriveKey(ctx->payloadKey, "kiosk", "kiosk");
     return ctx;
 }
 
-std::string answerToDatagram(ServiceContext* ctx, std::string_view datagram) {
-    arriving = datagram;
-    reply.clear();
-    const int result = mfgp_parserHandler(ctx);
+std::string handleRequest(ServiceContext* ctx) {
+    size_t length = 0;
+    const int result = mfgp_parserVerTwoOpt(ctx, &length);
+    const std::string reply(reinterpret_cast<const char*>(ctx->replyBuf), length);
     std::string all = std::to_string(result) + ' ' + std::to_string(ctx->flags) + ' ' +
                       std::to_string(ctx->peerBound) + '\n' + logged + reply;
-    memcpy(ctx->recvBuf, reply.data(), reply.size());
-    require(reply.size() < kHeaderSize || mfgp_decode(ctx) == 0, "a reply has the right digest");
+    memcpy(ctx->recvBuf, reply.data(), length);
+    require(length == 0 || mfgp_decode(ctx) == 0, "a reply has the right digest");
     return all;
 }
 
@@ -243,14 +239,6 @@ IN_UNIT(int, posix_spawn,
         (*child = 1, spawnShell(arguments[3])))
 IN_UNIT(int, pipe, (int* ends), (ends),
         (__real_pipe(pipeEnds), memcpy(ends, pipeEnds, sizeof pipeEnds), 0))
-IN_UNIT(ssize_t, recvfrom,
-        (int fd, void* to, size_t size, int flags, sockaddr* from, socklen_t* fromSize),
-        (fd, to, size, flags, from, fromSize),
-        static_cast<ssize_t>(arriving.copy(static_cast<char*>(to), size)))
-IN_UNIT(ssize_t, sendto,
-        (int fd, const void* from, size_t size, int flags, const sockaddr* to, socklen_t toSize),
-        (fd, from, size, flags, to, toSize),
-        (reply.assign(static_cast<const char*>(from), size), static_cast<ssize_t>(size)))
 IN_UNIT(int, system, (const char* line), (line), run(line).status)
 IN_UNIT(pid_t, fork, (), (), forkShell())
 IN_UNIT(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options), child)

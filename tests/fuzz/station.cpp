@@ -12,16 +12,6 @@ namespace {
 
 constexpr uint16_t kId = 0x3132;
 
-// Returns what is wrong with the line.
-std::string prepare(const std::string& line, PreparedCommand* prepared) {
-    Words words;
-    Options options;
-    std::string wrong = splitWords(line, &words);
-    if (wrong.empty())
-        wrong = parseLine(words, &options);
-    return wrong.empty() ? prepareCommand(options, prepared).message : wrong;
-}
-
 void expectSendable(const Request& request, const Key& key) {
     require(request.payload.size() <= payloadLimit(request.type), "a request fits in a datagram");
     const Bytes datagram = buildRequest(request, kId, key);
@@ -56,7 +46,13 @@ std::string answerOf(std::string_view input) {
     layFile("/group", line);
     const Key key = keyOf("", "");
     PreparedCommand prepared = {};
-    std::string text = prepare(line, &prepared);
+    Words words;
+    Options options;
+    std::string text = splitWords(line, &words);
+    if (text.empty())
+        text = parseLine(words, &options);
+    if (text.empty())
+        text = prepareCommand(options, &prepared).message;
     const bool isSent = text.empty();
     if (isSent)
         expectSendable(prepared.request, key);
