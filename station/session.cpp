@@ -147,6 +147,8 @@ std::string unknownCommand(const Words& words) {
 Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     Words rest;
     const Command* const command = findCommand(options.words, &rest);
+    if (options.words.empty())
+        return {kExitUsage, "the line has options but no command"};
     if (command == nullptr)
         return {kExitUsage, unknownCommand(options.words)};
     *prepared = prepareRow(*command, options);

@@ -1,4 +1,4 @@
-#include "tests/fuzz/scripted_unit.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -10,9 +10,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <list>
-#include <utility>
 
 #include "core/report.h"
 #include "protocol/cipher.h"
@@ -23,14 +20,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The folder that the unit's paths lead into. In memory, if possible: files are made by the
-// thousand.
+// The folder that the unit's paths lead into. It is in memory if possible, because each run makes
+// many files.
 struct Scratch {
     std::string name = fs::exists("/dev/shm") ? "/dev/shm/mfgp-XXXXXX" : "/tmp/mfgp-XXXXXX";
     Scratch() {
         require(mkdtemp(name.data()) != nullptr, "a folder for the unit");
         for (const char* folder : {"/tmp/.uci", "/etc/config", "/proc/bus/usb", "/var/state"})
             fs::create_directories(name + folder);
+        setenv("LUA_PATH", (name + "/controller.lua").c_str(), 1);
     }
     ~Scratch() { fs::remove_all(name); }
 };
@@ -43,26 +41,24 @@ std::string placeOf(std::string_view path) {
 bool entered;
 bool allFilesExist;
 std::string_view toolAnswers;
-std::string said;
+std::string logged;
 std::string lastTrace;
-std::list<std::string> outputs;
+int pipeEnds[2];
 
 struct Outcome {
-    bool started;
-    bool succeeded;
-    std::string* output;
+    int status;  // as system() returns it
+    std::string_view output;
 };
 
 Outcome run(std::string_view line) {
     require(line.size() < 1024, "a shell line is within its bounds");
-    said += "$ " + std::string(line) + '\n';
+    logged += "$ " + std::string(line) + '\n';
     std::string_view answer = takePiece(&toolAnswers);
     const uint8_t how = takeByte(&answer);
-    outputs.emplace_back(answer);
     if (how == '!')
-        return {false, false, nullptr};
+        return {-1, ""};
     // Tools name the file that they write last: "flashkv -r FILE -p PARTITION", "check_group INPUT
-    // OUTPUT", "generate_group COUNT FILE". The lines of the last two remove it before.
+    // OUTPUT", "generate_group COUNT FILE". The lines of the last two remove it first.
     if (line.starts_with("rm /tmp/"))
         unlink(std::string(line.substr(3, line.find_first_of("; ", 3) - 3)).c_str());
     const size_t file = line.rfind("/tmp/");
@@ -73,17 +69,47 @@ Outcome run(std::string_view line) {
         layFile(line.substr(file), std::string(line.substr(5, echoed - 5)) + "\n");
     if (writes && how != '0')
         layFile(line.substr(file, line.find(' ', file) - file), answer);
-    return {true, how != '-', &outputs.back()};
+    return {how == '-' ? 1 << 8 : 0, answer};
 }
 
 }  // namespace
+
+std::string_view takePiece(std::string_view* input) {
+    const std::string_view piece = input->substr(0, input->find('\xFF'));
+    input->remove_prefix(std::min(piece.size() + 1, input->size()));
+    return piece;
+}
+
+uint8_t takeByte(std::string_view* input) {
+    const uint8_t byte = input->empty() ? 0 : static_cast<uint8_t>(input->front());
+    input->remove_prefix(input->empty() ? 0 : 1);
+    return byte;
+}
+
+void require(bool holds, const char* what) {
+    if (holds)
+        return;
+    fprintf(stderr, "does not hold: %s\n", what);
+    abort();
+}
+
+void seal(uint8_t* datagram, const uint8_t* key) {
+    const uint32_t length = (mfgp_payloadLength(datagram) + 7) & ~7U;
+    if (mfgp_payloadLength(datagram) > kMaxPayload)
+        return;
+    uint8_t digest[kDigestSize];
+    memset(mfgp_digest(datagram), 0, sizeof digest);
+    mfgp_md5(digest, datagram, kHeaderSize + length);
+    memcpy(mfgp_digest(datagram), digest, sizeof digest);
+    mfgp_desEcb(mfgp_payload(datagram), length, mfgp_payload(datagram), kPayloadCapacity, key,
+                CipherDirection::Encrypt);
+}
 
 InUnit::InUnit(std::string_view answers, bool filesExist) {
     entered = true;
     allFilesExist = filesExist;
     toolAnswers = answers;
-    said.clear();
-    outputs.clear();
+    logged.clear();
 }
 
 InUnit::~InUnit() { entered = false; }
@@ -92,38 +118,69 @@ void layFile(std::string_view path, std::string_view content) {
     std::ofstream(placeOf(path), std::ios::binary) << content;
 }
 
-std::string readFile(std::string_view path) {
-    std::ifstream file(placeOf(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+// A byte chooses the kind of each value. Bytes after the end of the input are zero, so it ends.
+constexpr char kController[] = R"(
+local at, value = 0
+local function byte() at = at + 1 return input:byte(at) or 0 end
+local kinds = {
+    function() return true end, byte, function() at = at + 20 return input:sub(at - 19, at) end,
+    function() return {success = value(), data = value(), username = value(), password = value(),
+                       dispatch = value()} end,
+    function() return function() return value() end end,
+    function() return function() error(value(), byte() % 3) end end,
+    function() return setmetatable({}, {__index = value()}) end,
+    function() local data = newproxy(true) getmetatable(data).__index = value() return data end,
+    function() return ("x"):rep(byte() * 1000) end}
+function value() local kind = kinds[byte()] return kind and kind() end
+return value())";
+
+void layController(std::string_view input) {
+    std::string bytes = "local input = '";
+    for (const char byte : input)
+        bytes += '\\' + std::to_string(1000 + static_cast<uint8_t>(byte)).substr(1);
+    layFile("/controller.lua", bytes + "'" + kController);
 }
 
 ServiceContext* freshContext() {
     static ServiceContext contexts[2];  // in turn, so that an address in an answer shows
     static int turn = 0;
     ServiceContext* const ctx = &contexts[turn ^= 1];
-    memset(ctx->recvBuf, 0, sizeof ctx->recvBuf);
-    memset(ctx->replyBuf, 0, sizeof ctx->replyBuf);
-    mfgp_deriveKey(ctx->payloadKey, "kiosk", "kiosk");
-    ctx->flags = kFlagsAtStart | kFlagSendReply;
+    *ctx = {};
     ctx->peerBound = 1;
+    ctx->flags = kFlagsAtStart | kFlagSendReply;
+    mfgp_deriveKey(ctx->payloadKey, "kiosk", "kiosk");
     return ctx;
 }
 
-std::string answerToDatagram(ServiceContext* ctx) {
+std::string handleRequest(ServiceContext* ctx) {
     size_t length = 0;
     const int result = mfgp_parserVerTwoOpt(ctx, &length);
     const std::string reply(reinterpret_cast<const char*>(ctx->replyBuf), length);
     std::string all = std::to_string(result) + ' ' + std::to_string(ctx->flags) + ' ' +
-                      std::to_string(ctx->peerBound) + '\n' + said + reply;
+                      std::to_string(ctx->peerBound) + '\n' + logged + reply;
     memcpy(ctx->recvBuf, reply.data(), length);
     require(length == 0 || mfgp_decode(ctx) == 0, "a reply has the right digest");
     return all;
 }
 
+// The two runs of an input follow different earlier inputs, so that anything an input leaves in
+// memory shows as a difference.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static std::string earlier[2];
+    static int turn = 0;
+    const std::string input(reinterpret_cast<const char*>(data), size);
+    const std::string first = answerOf(input);
+    answerOf(earlier[turn]);
+    require(answerOf(input) == first, "the same input gets the same answer");
+    earlier[turn] = input;
+    turn ^= 1;
+    return 0;
+}
+
 // --- in place of core/report.cpp ---
 
 int report(int code, const char* message) {
-    said += "error " + std::to_string(code) + (message != nullptr ? message : "") + '\n';
+    logged += "error " + std::to_string(code) + (message != nullptr ? message : "") + '\n';
     return code;
 }
 
@@ -134,12 +191,10 @@ void mfgp_trace(const char* function, int /*line*/, const char* format, ...) {
     vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     lastTrace = text;
-    said += function + (' ' + lastTrace);
+    logged += function + (' ' + lastTrace);
 }
 
 // --- in place of calls of the C library, by the linker ---
-
-extern "C" FILE* __real_fdopen(int fd, const char* mode);
 
 #define IN_UNIT(result, name, parameters, arguments, inUnit) \
     result __real_##name parameters;                         \
@@ -147,44 +202,18 @@ extern "C" FILE* __real_fdopen(int fd, const char* mode);
 
 namespace {
 
-int makeTemporary(char* name, int (*make)(char*)) {
-    std::string place = placeOf(name);
-    const int fd = make(place.data());
-    place.copy(name, strlen(name), place.size() - strlen(name));
-    return fd;
-}
-
-// A read pipe starts its line and then opens the stream of its output.
-std::string* pipedOutput;
-
-int startPiped(char* const* arguments) {
-    const auto [started, succeeded, output] = run(arguments[3]);
-    pipedOutput = output;
-    return started ? 0 : EAGAIN;
-}
-
-FILE* openStream(int fd, const char* mode) {
-    if (pipedOutput == nullptr)
-        return __real_fdopen(fd, mode);
-    close(fd);
-    std::string* const output = std::exchange(pipedOutput, nullptr);
-    return fmemopen(output->data(), output->size(), mode);
-}
-
-int statusOf(std::string_view line) {
+// Answers the shell line of a read pipe with its output, as far as the pipe holds it.
+int spawnShell(std::string_view line) {
     const Outcome outcome = run(line);
-    errno = ECHILD;
-    return !outcome.started ? -1 : outcome.succeeded ? 0 : 1 << 8;
+    const std::string_view output = outcome.output.substr(0, 65536);
+    require(write(pipeEnds[1], output.data(), output.size()) >= 0, "a tool prints its output");
+    return outcome.status == -1 ? EAGAIN : 0;
 }
 
-// The command runner logs the line before it starts a shell: "cmd: LINE \r\n".
-constexpr pid_t kRunner = 1, kPiped = 2;
-
-pid_t waitForShell(pid_t child) {
-    if (child == kPiped)
-        return child;
+// The command runner logs "cmd: LINE \r\n" before it starts a shell.
+pid_t forkShell() {
     const std::string_view line = std::string_view(lastTrace).substr(5, lastTrace.size() - 8);
-    return statusOf(line) == -1 ? -1 : child;
+    return run(line).status == -1 ? -1 : 1;
 }
 
 }  // namespace
@@ -199,17 +228,18 @@ IN_UNIT(int, stat, (const char* path, struct stat* out), (path, out),
 IN_UNIT(int, unlink, (const char* path), (path), __real_unlink(placeOf(path).c_str()))
 IN_UNIT(int, rename, (const char* from, const char* to), (from, to),
         __real_rename(placeOf(from).c_str(), placeOf(to).c_str()))
-IN_UNIT(int, mkstemp, (char* name), (name), makeTemporary(name, __real_mkstemp))
+IN_UNIT(int, mkstemp, (char* name), (name),
+        __real_open(placeOf(name).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600))
 IN_UNIT(int, access, (const char* path, int mode), (path, mode), allFilesExist ? 0 : -1)
 IN_UNIT(unsigned, sleep, (unsigned seconds), (seconds), 0)
 IN_UNIT(int, posix_spawn,
         (pid_t * child, const char* path, const posix_spawn_file_actions_t* actions,
          const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment),
         (child, path, actions, attributes, arguments, environment),
-        (*child = kPiped, startPiped(arguments)))
-IN_UNIT(FILE*, fdopen, (int fd, const char* mode), (fd, mode), openStream(fd, mode))
-IN_UNIT(int, system, (const char* line), (line), statusOf(line))
-IN_UNIT(pid_t, fork, (), (), kRunner)
-IN_UNIT(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options),
-        waitForShell(child))
+        (*child = 1, spawnShell(arguments[3])))
+IN_UNIT(int, pipe, (int* ends), (ends),
+        (__real_pipe(pipeEnds), memcpy(ends, pipeEnds, sizeof pipeEnds), 0))
+IN_UNIT(int, system, (const char* line), (line), run(line).status)
+IN_UNIT(pid_t, fork, (), (), forkShell())
+IN_UNIT(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options), child)
 }

@@ -96,6 +96,8 @@ Station::Station(Account account, const char* from, uint16_t fromPort)
         inet_pton(AF_INET, host, &place.sin_addr);
         return place;
     };
+    const int on = 1;  // Where it is allowed, `from` can be another host's address.
+    setsockopt(fd_, IPPROTO_IP, IP_TRANSPARENT, &on, sizeof on);
     const sockaddr_in own = address(from, fromPort);
     const sockaddr_in unit = address("127.0.0.1", 1040);
     if (bind(fd_, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0 ||
