@@ -8,6 +8,7 @@
 #include "completions/complete.h"
 #include "station/account.h"
 #include "station/batch.h"
+#include "station/check.h"
 #include "station/diagnostics.h"
 #include "station/explain.h"
 #include "station/listing.h"
@@ -35,6 +36,10 @@ int complete(const Options& options, Output* output);
 constexpr size_t kAny = 1000;
 constexpr const char* kTables = "commands|options|exit-codes";
 constexpr LocalCommand kLocalCommands[] = {
+    {"discover", "[ADDRESS]", 0, 1, discover,
+     "find units on the interfaces of this machine, or at a broadcast address; binds none",
+     "192.168.1.255"},
+    {"check", "", 0, 0, check, "say what is missing between this machine and the unit", ""},
     {"run", "FILE|-", 1, 1, runBatch, "carry out a command a line on one socket", "recipe.txt"},
     {"sheet", "", 0, 0, readSheet, "read identity and state of a unit as a table", ""},
     {"decode", "HEX...", 1, kAny, decode, "explain a captured datagram, given the account",
@@ -196,6 +201,8 @@ std::string checkCommand(const Options& options) {
         const bool isKnown = findCommand(options.words, &rest) != nullptr;
         return isKnown ? "" : unknownCommand(options.words);
     }
+    if (options.dryRun && (local->run == check || local->run == discover))
+        return std::string(local->name) + ": needs replies, and --dry-run sends nothing";
     const size_t count = options.words.size() - 1;
     if (!options.named.empty())
         return std::string(local->name) + ": does not take --" + options.named[0].name;
