@@ -34,9 +34,7 @@ Words valuesOf(const std::string& form, const Words& before) {
         return hostAliases();
     if (form == "DEV")
         return interfaceNames();
-    if (form == "REGION")
-        return regionNames();
-    if (form == "MODULE" || form == "NAME=VALUE...")
+    if (form == "NAME=VALUE...")
         return antennaNames(before);
     return choicesOf(form);
 }
