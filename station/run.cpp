@@ -135,7 +135,7 @@ int perform(const Options& options, Output* output) {
         return opened;
     LineReader terminal;
     if (needsConfirmation(prepared, false))
-        outcome = confirm(&session, &terminal, prepared.command->name);
+        outcome = confirm(&session, &terminal, questionOf(options, prepared));
     const bool goesOn = outcome.code == kExitDone;
     const Result result = goesOn ? execute(&session, prepared) : unsent(options.words, outcome);
     endSession(&session);
@@ -206,7 +206,7 @@ int run(int argc, char** argv) {
     if (account.code != kExitDone)
         return complain(account.code, account.message);
     Output output = {options.format, options.quiet};
-    output.showSecrets = options.showSecrets;
+    output.options = &options;
     output.nameWidth = usageWidth(allCommands());
     const int code = runOptions(options, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");
