@@ -120,8 +120,7 @@ bool runLine(BatchRun* batch, LineReader* lines, const std::string& line, int nu
     if (outcome.code == kExitDone && needsConfirmation(step.prepared, true)) {
         LineReader own;
         LineReader* const terminal = lines->fd == own.fd ? lines : &own;
-        outcome =
-            confirm(batch->session, terminal, questionOf(batch->session->options, step.prepared));
+        outcome = confirm(batch->session, terminal, questionOf(batch->session->options, *command));
     }
     return outcome.code == kExitDone ? carryOut(batch, step)
                                      : recordResult(batch, unsentStep(step, outcome));

@@ -11,6 +11,8 @@
 #include "station/explain.h"
 #include "station/interrupt.h"
 #include "station/limits.h"
+#include "station/run.h"
+#include "station/suggest.h"
 
 namespace station {
 namespace {
@@ -126,11 +128,16 @@ std::string loadArgumentFile(const Command& command, Words* words) {
 }  // namespace
 
 std::string unknownCommand(const Words& words) {
-    std::string known;
+    Words names = localNames();
+    if (std::find(names.begin(), names.end(), plainName(words[0])) != names.end())
+        return "`" + words[0] + "` is not allowed in a recipe";
     for (const Command& command : commands())
-        if (std::string_view(command.name).starts_with(words[0] + ' '))
-            known += (known.empty() ? "; there are " : ", ") + std::string(command.name);
-    return "unknown command '" + joined(words) + "'" + known;
+        names.emplace_back(command.name);
+    // No more words: the next may be a secret argument.
+    const std::string typed = words[0] + (words.size() > 1 ? ' ' + words[1] : "");
+    const std::string near = suggestion(typed, names, '`');
+    return "unknown command '" + typed + "'" +
+           (near.empty() ? suggestion(words[0], names, '`') : near);
 }
 
 Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
@@ -146,22 +153,21 @@ Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     std::string wrong = loadArgumentFile(*command, &rest);
     if (!wrong.empty())
         return {kExitLocalFault, wrong};
-    std::vector<NamedValue> named = options.named;
+    NamedValues named = options.named;
     wrong = extractLimits(*command, &named, &prepared->limits, &prepared->untilSeconds);
     if (options.dryRun && named.size() < options.named.size())
         return {kExitUsage,
-                "--" + options.named[0].name + " needs a reply, and --dry-run sends nothing"};
+                "--" +
+                    (prepared->limits.empty() ? std::string("until") : prepared->limits[0].name) +
+                    " needs a reply, and --dry-run sends nothing"};
     if (wrong.empty())
         wrong = buildCommand(*command, rest, named, &prepared->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
 PreparedCommand prepareRow(const Command& command, const Options& options) {
-    return {&command,
-            {},
-            {command.type, command.subType, {}},
-            retryPolicyOf(command, options),
-            options.yes};
+    const RetryPolicy retry = retryPolicyOf(command, options);
+    return {&command, {}, {command.type, command.subType, {}}, retry, options.yes};
 }
 
 int openSession(Session* session) {
@@ -193,11 +199,12 @@ Mode readMode(Session* session) {
         say("asking `get product-id` to learn whether the unit is in produce mode");
     PreparedCommand read = prepareRow(commandNamed("get product-id"), session->options);
     read.retry.tries = 1;
-    const Answer answer = exchange(session, read);
-    if (answer.status != ExchangeStatus::Answered || answer.reply.status != DecodeStatus::Whole)
+    const Reply reply = exchange(session, read).reply;
+    if (reply.status != DecodeStatus::Whole || !reply.hasId)  // the latter: there was no answer
         return Mode::Unknown;
-    const uint8_t info = answer.reply.info;
-    return info == kInfoSuccess ? Mode::Produce : info == kInfoFailed ? Mode::Other : Mode::Unknown;
+    if (reply.info == kInfoSuccess)
+        return Mode::Produce;
+    return reply.info == kInfoFailed ? Mode::Other : Mode::Unknown;
 }
 
 Result execute(Session* session, const PreparedCommand& prepared) {
@@ -287,8 +294,8 @@ Outcome confirm(Session* session, LineReader* terminal, const std::string& quest
     return agreed ? Outcome{kExitDone, ""} : Outcome{kExitUsage, "not confirmed"};
 }
 
-std::string questionOf(const Options& options, const PreparedCommand& prepared) {
-    return std::string(prepared.command->name) + " on " + options.host + ". This cannot be undone.";
+std::string questionOf(const Options& options, const Command& command) {
+    return std::string(command.name) + " on " + options.host + ". This cannot be undone.";
 }
 
 }  // namespace station

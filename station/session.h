@@ -26,7 +26,7 @@ struct Session {
     bool accountProven = false;  // a reply with a payload had the right digest
 };
 
-// Returns the message for an unknown command, with the commands that begin with the first word.
+// Returns the message for words that are not a command of a recipe, with the nearest names.
 std::string unknownCommand(const Words& words);
 
 // Prepares the command of the options' words. If the command takes @FILE, the file's text replaces
@@ -68,7 +68,7 @@ bool needsConfirmation(const PreparedCommand& prepared, bool inBatch);
 Outcome confirm(Session* session, LineReader* terminal, const std::string& question);
 
 // Returns the question before a command that cannot be undone.
-std::string questionOf(const Options& options, const PreparedCommand& prepared);
+std::string questionOf(const Options& options, const Command& command);
 
 // Waits, and keeps the unit bound meanwhile. Returns false if a signal or the deadline came first.
 bool pause(Session* session, double seconds);

@@ -43,6 +43,9 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     size_t width = 0;
     for (const std::string& name : names)
         width = std::max(width, name.size() + 2);
+    Options own = options;
+    for (size_t i = 0; i < names.size() && wrong.empty(); i++)
+        wrong = setOption("host", names[i], &own);
     for (const std::string& name : names)
         units->push_back({name, name + std::string(width - name.size(), ' ')});
     return names.empty() ? "no units" : wrong;
@@ -54,10 +57,7 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     setpgid(0, 0);  // an interrupt from the terminal reaches the parent alone, which hands it on
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     Options options = parent.options;
-    const size_t colon = std::min(unit.name.find(':'), unit.name.size());
-    options.host = unit.name.substr(0, colon);
-    if (colon < unit.name.size())
-        options.port = static_cast<unsigned>(atoi(unit.name.c_str() + colon + 1));
+    setOption("host", unit.name, &options);
     options.outputFile = "-";
     parent.output->prefix = unit.column;
     setvbuf(parent.output->file, nullptr, _IOFBF, kMostRecordBytes);
