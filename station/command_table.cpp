@@ -1,7 +1,9 @@
 #include <algorithm>
 
 #include "station/arguments.h"
-#include "station/commands.h"
+#include "station/batch.h"
+#include "station/check.h"
+#include "station/run.h"
 
 namespace station {
 namespace {
@@ -48,6 +50,12 @@ struct Row : Command {
 
 constexpr Row row(uint8_t type, uint8_t subType, Access access, Gate gate, const char* name, const char* help) {
     return {{name, type, subType, access, gate, help}};
+}
+
+constexpr Row own(const char* name, int (*run)(const Options&, Output*), const char* help) {
+    Row made = {{name, kTypeFromWords, 0, kRead, kOpen, help}};
+    made.run = run;
+    return made;
 }
 
 constexpr Command kCommands[] = {
@@ -133,6 +141,16 @@ constexpr Command kCommands[] = {
     row(kTypeEncrypted,   70, kRead,  kOpen,  "encrypted hardware-version", "hardware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
     row(kTypeEncrypted,   71, kRead,  kOpen,  "encrypted firmware-version", "firmware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
     row(kTypeFromWords,    0, kWrite, kGated, "raw",                        "send any packet; of type 7 the inner one").takes("TYPE SUBTYPE [HEX]", "3 55").builtBy(rawPacket).gives(decodeRaw),
+
+    // client
+    own("discover", discover, "find units on the interfaces of this machine, or at a broadcast address; binds none").takes("[ADDRESS]", "192.168.1.255").begins("client"),
+    own("check", check, "say what is missing between this machine and the unit"),
+    own("run", runBatch, "carry out a recipe, a command a line, on one socket").takes("FILE|-", "recipe.txt"),
+    own("sheet", readSheet, "read identity and state of a unit as a table"),
+    own("decode", decode, "explain a captured datagram, given the account").takes("HEX...", "020300000000000001023700ffdb440863683849f4287601b004120e"),
+    own("list", list, "the tables of this program").takes("commands|options|exit-codes", "options"),
+    own("completions", complete, "the words that a shell can offer for the last one").takes("WORD...", "-- get m"),
+    own("help", help, "explain a command, a group, options or exit-codes").takes("[TOPIC]", "get mac"),
 };
 // clang-format on
 

@@ -75,6 +75,8 @@ std::string filled(std::string text, const Words& values) {
     size_t at = 0;
     for (const std::string& value : values) {
         at = text.find('%', at);
+        if (at == std::string::npos)
+            break;
         text.replace(at, 1, value);
         at += value.size();
     }
@@ -161,6 +163,17 @@ const Command* findCommand(const Words& words, Words* rest) {
     }
     rest->assign(words.begin() + static_cast<ptrdiff_t>(taken), words.end());
     return found;
+}
+
+std::string unknownCommand(const Words& words) {
+    Words names;
+    for (const Command& command : commands())
+        names.emplace_back(command.name);
+    // No more words: the next may be a secret argument.
+    const std::string typed = words[0] + (words.size() > 1 ? ' ' + words[1] : "");
+    const std::string near = suggestion(typed, names, '`');
+    return "unknown command '" + typed + "'" +
+           (near.empty() ? suggestion(words[0], names, '`') : near);
 }
 
 std::string buildCommand(const Command& command, const Words& words,

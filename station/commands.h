@@ -41,6 +41,8 @@ struct Nothing {
     const char* meaning;
 };
 
+struct Output;
+
 struct Command {
     const char* name;  // words with one space between them
     uint8_t type;
@@ -62,6 +64,8 @@ struct Command {
     const char* refusal = "";         // what info 3 says in produce mode, if not that a tool failed
     const char* readBack = nullptr;   // the command that shows what became of one without a reply
     const char* group = "";           // in its first row: begins a group of help
+    // Carries out a command of the client itself, and returns the exit code. Null: one of the unit.
+    int (*run)(const Options& options, Output* output) = nullptr;
     double toolSeconds = 0;  // what the unit may wait for its tools, in addition to --timeout
 };
 
@@ -96,6 +100,9 @@ std::string plainName(std::string name);
 // and the dash in place of a space do not matter. Stores the words after the name in *rest. Returns
 // null if there is no such row.
 const Command* findCommand(const Words& words, Words* rest);
+
+// Returns the message for words that are not a command, with the nearest names.
+std::string unknownCommand(const Words& words);
 
 // Fills the request of a command from its words and options. Returns what is wrong with them, or an
 // empty text.

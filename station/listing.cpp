@@ -52,7 +52,7 @@ Entry entryOf(const Command& command) {
 
 }  // namespace
 
-Listing listCommands(const std::vector<Entry>& local) {
+Listing listCommands() {
     Listing listing = {{"TYPE", "SUB TYPE", "ACCESS", "MODE", "ONCE", "UNIT", "READ BACK",
                         "PAYLOAD", "LEAST REPLY", kNothing},
                        {}};
@@ -61,22 +61,21 @@ Listing listCommands(const std::vector<Entry>& local) {
         group = command.group[0] != '\0' ? command.group : group;
         listing.entries.push_back(entryOf(command));
         listing.entries.back().group = group;
+        if (command.run != nullptr)
+            listing.entries.back().facts.assign(listing.factNames.size(), kNone);
     }
-    listing.entries.insert(listing.entries.end(), local.begin(), local.end());
-    for (Entry& entry : listing.entries)
-        entry.facts.resize(listing.factNames.size(), kNone);
     return listing;
 }
 
 Listing listOptions() {
-    return optionsWhere([](const OptionHelp&) { return true; });
+    return optionsWhere([](const OptionRow&) { return true; });
 }
 
-Listing optionsWhere(const std::function<bool(const OptionHelp&)>& isListed) {
+Listing optionsWhere(const std::function<bool(const OptionRow&)>& isListed) {
     Listing listing = {};
-    for (const OptionHelp& option : optionsHelp())
-        if (isListed(option))
-            listing.entries.push_back({option.name, option.argument, {}, option.help});
+    for (const OptionRow& row : optionRows())
+        if (isListed(row))
+            listing.entries.push_back({optionName(row), row.argument, {}, row.help});
     return listing;
 }
 

@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "station/account.h"
-#include "station/suggest.h"
 
 namespace station {
 namespace {
@@ -34,10 +33,10 @@ std::string trimmed(const std::string& text) {
 // The long names of the options that have an argument and concern every command.
 Words settingNames() {
     Words names;
-    for (const OptionHelp& option : optionsHelp())
-        if (!option.argument.empty() &&
-            (option.place == Place::CommandLine || option.place == Place::AlsoInBatch))
-            names.push_back(option.name.substr(option.name.find("--") + 2));
+    for (const OptionRow& row : optionRows())
+        if (row.argument[0] != '\0' &&
+            (row.place == Place::CommandLine || row.place == Place::AlsoInBatch))
+            names.emplace_back(row.name);
     return names;
 }
 
