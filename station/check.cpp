@@ -9,7 +9,8 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
-#include <memory>
+#include <iterator>
+#include <utility>
 
 #include "station/interrupt.h"
 
@@ -19,38 +20,39 @@ namespace {
 constexpr int kAsks = 3;
 constexpr double kAskSeconds = 0.6;
 
-std::string textOf(const sockaddr_in& address) {
-    char text[INET_ADDRSTRLEN] = {};
-    inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
-    return text;
-}
-
-using Interfaces = std::unique_ptr<ifaddrs, decltype(&freeifaddrs)>;
-
-Interfaces interfaces() {
-    ifaddrs* all = nullptr;
-    return {getifaddrs(&all) == 0 ? all : nullptr, freeifaddrs};
-}
-
-bool isIpv4(const sockaddr* address) { return address != nullptr && address->sa_family == AF_INET; }
-
 sockaddr_in ipv4(const sockaddr* address) {
     sockaddr_in copy = {};
     memcpy(&copy, address, sizeof copy);
     return copy;
 }
 
+std::string textOf(const sockaddr_in& address) {
+    char text[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
+    return text;
+}
+
+// Calls the function with each IPv4 address of this machine.
+void forEachAddress(const std::function<void(const ifaddrs&)>& visit) {
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0)
+        return;
+    for (const ifaddrs* one = list; one != nullptr; one = one->ifa_next)
+        if (one->ifa_addr != nullptr && one->ifa_addr->sa_family == AF_INET)
+            visit(*one);
+    freeifaddrs(list);
+}
+
 std::vector<sockaddr_in> broadcastAddresses(const Options& options) {
-    const Interfaces all = interfaces();
-    std::vector<sockaddr_in> addresses;
-    for (const ifaddrs* one = all.get(); one != nullptr; one = one->ifa_next)
-        if ((one->ifa_flags & IFF_UP) != 0 && (one->ifa_flags & IFF_BROADCAST) != 0 &&
-            isIpv4(one->ifa_broadaddr) &&
-            (options.interface.empty() || options.interface == one->ifa_name)) {
-            addresses.push_back(ipv4(one->ifa_broadaddr));
-            addresses.back().sin_port = htons(static_cast<uint16_t>(options.port));
-        }
-    return addresses;
+    std::vector<sockaddr_in> all;
+    forEachAddress([&](const ifaddrs& local) {
+        const bool isMeant = options.interface.empty() || options.interface == local.ifa_name;
+        if (!isMeant || (local.ifa_flags & IFF_BROADCAST) == 0)
+            return;
+        all.push_back(ipv4(local.ifa_broadaddr));
+        all.back().sin_port = htons(static_cast<uint16_t>(options.port));
+    });
+    return all;
 }
 
 // Receives until the time, and adds the sender of each short reply. Returns the last errno, or 0.
@@ -88,15 +90,14 @@ int askWho(const Link& link, const std::vector<sockaddr_in>& where, bool isOne, 
     return error;
 }
 
-int show(Session* session, const std::string& name, const Outcome& outcome,
-         const std::string& value, Layout layout = Layout::Row) {
+int show(Session* session, const std::string& name, const Outcome& outcome) {
     Result row;
     row.command = name;
     row.unit = session->link.unit;
     row.outcome = interruptSignal() != 0 ? interrupted("") : outcome;
     if (row.outcome.code == kExitDone)
-        row.value = {value};
-    print(row, layout, session->output);
+        row.value = {std::exchange(row.outcome.message, "")};
+    print(row, name == "discover" ? Layout::Single : Layout::Row, session->output);
     return row.outcome.code;
 }
 
@@ -109,11 +110,12 @@ Outcome findRoute(Link* link) {
         return {kExitLocalFault, std::string(strerror(errno)) +
                                      ". Connect the cable and give this machine an address in the "
                                      "unit's network: `ip address add ADDRESS/24 dev DEV`"};
-    const Interfaces all = interfaces();
-    for (const ifaddrs* one = all.get(); one != nullptr; one = one->ifa_next)
-        if (isIpv4(one->ifa_addr) && textOf(ipv4(one->ifa_addr)) == textOf(own))
-            return {kExitDone, std::string(one->ifa_name) + ", from " + textOf(own)};
-    return {kExitDone, "from " + textOf(own)};
+    std::string interface;
+    forEachAddress([&](const ifaddrs& local) {
+        if (textOf(ipv4(local.ifa_addr)) == textOf(own))
+            interface = local.ifa_name + std::string(", ");
+    });
+    return {kExitDone, interface + "from " + textOf(own)};
 }
 
 Outcome findDaemon(const Link& link) {
@@ -133,7 +135,7 @@ Outcome findDaemon(const Link& link) {
 Outcome findAccount(Session* session) {
     Outcome outcome = proveAccount(session);
     if (outcome.code == kExitDone)
-        outcome.message = "right";
+        outcome.message = "right; the unit is bound to this station until `release`";
     if (outcome.code == kExitAccount)
         outcome.message += ". Give the unit's web account with --user or --account-file";
     return outcome;
@@ -151,33 +153,31 @@ Outcome findMode(Session* session) {
 }  // namespace
 
 int discover(const Options& options, Output* output) {
+    const bool isGiven = options.words.size() > 1;
+    const int yes = 1;
     Options own = options;
-    own.host = options.words.size() > 1 ? options.words[1] : "255.255.255.255";
+    own.host = isGiven ? options.words[1] : "255.255.255.255";
     own.localPort = 0;  // so that it runs beside a call that holds the usual port
     Session session = {own, output};
-    const int opened = openSession(&session);
-    if (opened != kExitDone)
-        return opened;
-    const int yes = 1;
+    int code = openSession(&session);
+    if (code != kExitDone)
+        return code;
     setsockopt(session.link.fd, SOL_SOCKET, SO_BROADCAST, &yes, sizeof yes);
-    const auto where = options.words.size() > 1 ? std::vector<sockaddr_in>{session.link.address}
-                                                : broadcastAddresses(options);
+    const auto where = isGiven ? std::vector{session.link.address} : broadcastAddresses(options);
     Words units;
     const int error = askWho(session.link, where, false, &units);
     for (const std::string& unit : units) {
         session.link.unit = unit + ":" + std::to_string(own.port);
-        show(&session, "discover", {kExitDone, ""}, unit, Layout::Single);
+        code = show(&session, "discover", {kExitDone, unit});
     }
-    if (!units.empty())
-        return kExitDone;
-    const std::string why = where.empty() ? "no interface with a broadcast address"
+    const std::string why = where.empty() ? "no interface has a broadcast address"
                             : error != 0  ? strerror(error)
                                           : "no unit answers";
-    return show(&session, "discover",
-                {kExitNoAnswer,
-                 why + ". Check power and cable, and that this machine has an address in the "
-                       "unit's network"},
-                "", Layout::Single);
+    return !units.empty() ? code
+                          : show(&session, "discover",
+                                 {kExitNoAnswer, why + ". Check power and cable, and that this "
+                                                       "machine has an address in the unit's "
+                                                       "network"});
 }
 
 int check(const Options& options, Output* output) {
@@ -185,22 +185,22 @@ int check(const Options& options, Output* output) {
     int code = openSession(&session);
     if (code != kExitDone)
         return code;
-    show(&session, "client", {kExitDone, ""}, MFGP_STATION_VERSION);
+    output->nameWidth = 12;
     const struct {
         const char* name;
         std::function<Outcome()> find;
-    } steps[] = {{"interface", [&] { return findRoute(&session.link); }},
+    } steps[] = {{"client",
+                  [] {
+                      return Outcome{kExitDone, MFGP_STATION_VERSION};
+                  }},
+                 {"interface", [&] { return findRoute(&session.link); }},
                  {"daemon", [&] { return findDaemon(session.link); }},
                  {"account", [&] { return findAccount(&session); }},
                  {"produce mode", [&] { return findMode(&session); }}};
-    for (const auto& step : steps) {
-        const Outcome outcome = step.find();
-        const char* const name = outcome.code == kExitOtherStation ? "binding" : step.name;
-        code = show(&session, name, outcome, outcome.message);
-        if (code == kExitDone && name == steps[2].name)
-            show(&session, "binding", outcome, "to this station, until `release`");
-        if (code != kExitDone)
-            break;
+    for (size_t i = 0; i < std::size(steps) && code == kExitDone; i++) {
+        const Outcome outcome = steps[i].find();
+        code =
+            show(&session, outcome.code == kExitOtherStation ? "binding" : steps[i].name, outcome);
     }
     endSession(&session);
     return code;
