@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "station/account.h"
 #include "station/diagnostics.h"
 #include "station/explain.h"
 #include "station/interrupt.h"
 #include "station/limits.h"
+#include "station/settings.h"
 
 namespace station {
 namespace {

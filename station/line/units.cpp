@@ -12,7 +12,7 @@
 #include <cstring>
 #include <sstream>
 
-#include "station/account.h"
+#include "station/settings.h"
 #include "station/diagnostics.h"
 #include "station/interrupt.h"
 
