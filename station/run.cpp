@@ -22,7 +22,9 @@ int complain(int code, const std::string& text) {
 }
 
 int complainOfUsage(const std::string& text) {
-    return complain(kExitUsage, text + (text.ends_with('?') ? "" : " (see mfgp-station help)"));
+    return complain(
+        kExitUsage,
+        text + (text.ends_with('?') || text.ends_with('.') ? "" : " (see mfgp-station help)"));
 }
 
 Listing tableOf(const std::string& name) {

@@ -282,7 +282,9 @@ Outcome confirm(Session* session, LineReader* terminal, const std::string& quest
 }
 
 std::string questionOf(const Options& options, const Command& command) {
-    return std::string(command.name) + " on " + options.host + ". This cannot be undone.";
+    const std::string help = command.help;
+    return std::string(command.name) + " on " + options.host + ": " +
+           help.substr(0, help.find(';')) + ". This cannot be undone.";
 }
 
 }  // namespace station
