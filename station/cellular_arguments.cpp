@@ -10,9 +10,6 @@ namespace station {
 namespace {
 
 constexpr const char* kDigits = "0123456789";
-constexpr const char* kLettersAndDigits =
-    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-
 bool consistsOf(const std::string& text, const std::string& alphabet) {
     return text.find_first_not_of(alphabet) == std::string::npos;
 }
@@ -93,42 +90,51 @@ std::string namedFields(const AntennaForm& form, const Words& words, Request* re
     return "";
 }
 
+// Returns the last digit of an IMEI that begins with these 14 (the Luhn sum of all is a multiple of
+// 10).
+char checkDigit(const std::string& digits) {
+    int sum = 0;
+    for (size_t i = 0; i < 14; i++) {
+        const int digit = (digits[i] - '0') * (i % 2 == 0 ? 1 : 2);
+        sum += digit / 10 + digit % 10;
+    }
+    return static_cast<char>('0' + (10 - sum % 10) % 10);
+}
+
 }  // namespace
 
-std::string ftmValue(const Words& words, Request* request) {
-    if (!isWholeNumber(words[0]))
-        return "VALUE '" + words[0] + "' is not a whole number";
-    putText(words[0], request);
-    return "";
+Words antennaNames(const Words& before) {
+    Words names;
+    for (const AntennaForm& form : kAntennaForms)
+        if (before.empty())
+            names.emplace_back(form.module);
+        else if (before[0] == form.module)
+            for (const char* field : form.fields)
+                names.push_back(std::string(field) + '=');
+    return names;
 }
 
 std::string antennaFields(const Words& words, Request* request) {
-    for (const AntennaForm& form : kAntennaForms)
-        if (!words.empty() && words[0] == form.module)
-            return namedFields(form, words, request);
-    std::string modules;
-    for (const AntennaForm& form : kAntennaForms)
-        modules += (modules.empty() ? "" : ", ") + std::string(form.module);
-    return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules + ")";
+    const auto form = std::find_if(std::begin(kAntennaForms), std::end(kAntennaForms),
+                                   [&words](const auto& row) { return words[0] == row.module; });
+    return namedFields(*form, words, request);
 }
 
 std::string imei(const Words& words, Request* request) {
     constexpr size_t kLength = 15;
     const std::string& text = words[0];
     putText(text, request);
-    if (text.size() == kLength && consistsOf(text, kDigits))
+    if (text.size() != kLength || !consistsOf(text, kDigits)) {
+        std::string wrong = "IMEI '" + text + "' is not 15 digits";
+        if (!text.empty() && text.size() <= kLength)
+            wrong += "; `raw 3 90 " + hexOf(request->payload) + "` sends it anyway";
+        return wrong;
+    }
+    const char digit = checkDigit(text);
+    if (words.size() > 1 || text.back() == digit)
         return "";
-    std::string wrong = "IMEI '" + text + "' is not 15 digits";
-    if (!text.empty() && text.size() <= kLength)
-        wrong += "; `raw 3 90 " + hexOf(request->payload) + "` sends it anyway";
-    return wrong;
-}
-
-std::string antennaCharacter(const Words& words, Request* request) {
-    if (words[0].size() != 1 || !consistsOf(words[0], kLettersAndDigits))
-        return "CHARACTER '" + words[0] + "' is not one letter or digit";
-    putText(words[0], request);
-    return "";
+    return "IMEI '" + text + "' has a wrong check digit: the last digit would be " + digit +
+           "; --any-check-digit writes it anyway";
 }
 
 }  // namespace station

@@ -1,7 +1,11 @@
 #include "station/commands.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
+#include <utility>
+
+#include "station/arguments.h"
 
 namespace station {
 namespace {
@@ -14,44 +18,69 @@ Words wordsOf(const char* name) {
     return words;
 }
 
-// Checks how many words there are before the options' values.
-std::string checkCount(const Command& command, const Words& words) {
-    const Words form = wordsOf(command.arguments);
-    size_t count = 0;
-    for (size_t i = 0; i < form.size(); i++) {
-        if (form[i].starts_with('[') || form[i].find("...") != std::string::npos)
-            return "";  // the builder knows
-        const bool isOption = form[i].starts_with("--");
-        count += isOption ? 0 : 1;
-        i += isOption ? 1 : 0;  // its value
-    }
-    if (words.size() == count)
-        return "";
-    if (form.empty())
-        return "takes no arguments, but got '" + words[0] + "'";
-    return "takes " + std::string(command.arguments) +
-           (words.size() > count ? " (in quotes when it holds spaces)" : "");
+// Takes the last value of the option out of *named. Returns false if there is none.
+bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::string* value) {
+    return std::erase_if(*named, [&](const NamedValue& given) {
+               const bool isThis = "--" + given.name == name;
+               if (isThis)
+                   *value = given.value;
+               return isThis;
+           }) > 0;
 }
 
-// Appends the values of the command's own options to the words. Returns an error message, or an
-// empty text.
-std::string appendNamedValues(const Command& command, const std::vector<NamedValue>& named,
-                              Words* words) {
-    Words wanted;
-    for (const std::string& word : wordsOf(command.arguments))
-        if (word.starts_with("--"))
-            wanted.push_back(word.substr(2));
-    for (const NamedValue& given : named)
-        if (std::find(wanted.begin(), wanted.end(), given.name) == wanted.end())
-            return "does not take --" + given.name;
-    for (const std::string& name : wanted) {
-        const auto last = std::find_if(named.rbegin(), named.rend(),
-                                       [&name](const auto& given) { return given.name == name; });
-        if (last == named.rend())
-            return "needs --" + name;
-        words->push_back(last->value);
+// Puts the words and the values of the command's own options into the order of its forms, and
+// checks each. A form in brackets or with dots is left to the builder. Returns an error message, or
+// an empty text.
+std::string arrange(const Command& command, const Words& words, std::vector<NamedValue> named,
+                    Words* values) {
+    const Words forms = wordsOf(command.arguments);
+    const std::string takes =
+        forms.empty() ? "takes no arguments" : std::string("takes ") + command.arguments;
+    auto word = words.begin();
+    for (auto form = forms.begin(); form != forms.end(); ++form) {
+        std::string name = *form;
+        std::string value;
+        if (name.starts_with("[--")) {
+            name = name.substr(1, name.size() - 2);
+            if (takeNamed(name, &named, &value))
+                values->push_back(name);
+            continue;
+        }
+        if (name.starts_with('[') || name.ends_with("...")) {
+            values->insert(values->end(), std::exchange(word, words.end()), words.end());
+            continue;
+        }
+        if (name.starts_with("--") && !takeNamed(name, &named, &value))
+            return "needs " + name;
+        if (name.starts_with("--"))
+            ++form;
+        else if (word != words.end())
+            value = *word++;
+        else if (choicesOf(*form).empty())
+            return takes;
+        const std::string shown = command.isSecret ? "" : " '" + printable(value) + "'";
+        const std::string wrong = checkArgument(*form, &value);
+        if (!wrong.empty())
+            return (name.find('|') == std::string::npos ? name : "argument") + shown + " " + wrong;
+        values->push_back(value);
     }
-    return "";
+    if (!named.empty())
+        return "does not take --" + named[0].name;
+    return word == words.end() ? ""
+                               : takes + ", but got '" + *word + "' (quotes keep a text together)";
+}
+
+// Returns the text with each % replaced by the next value.
+std::string filled(std::string text, const Words& values) {
+    size_t at = 0;
+    for (const std::string& value : values) {
+        at = text.find('%', at);
+        if (at == std::string::npos)
+            break;
+        text.replace(at, 1, value);
+        at += value.size();
+    }
+    return text;
 }
 
 }  // namespace
@@ -113,37 +142,53 @@ bool isNothing(const Command& command, const Value& value) {
                                   : text.empty() || text == nothing;
 }
 
+std::string plainName(std::string name) {
+    for (char& character : name)
+        character = character == ' ' ? '-' : static_cast<char>(tolower(character));
+    return name;
+}
+
 const Command* findCommand(const Words& words, Words* rest) {
+    constexpr size_t kLongest = 3;  // words
     const Command* found = nullptr;
-    size_t longest = 0;
-    for (const Command& command : commands()) {
-        const Words name = wordsOf(command.name);
-        if (name.size() > longest && name.size() <= words.size() &&
-            std::equal(name.begin(), name.end(), words.begin())) {
-            found = &command;
-            longest = name.size();
-        }
+    size_t taken = 0;
+    std::string typed;
+    for (size_t i = 0; i < std::min(kLongest, words.size()); i++) {
+        typed.append(i > 0 ? "-" : "").append(plainName(words[i]));
+        for (const Command& command : commands())
+            if (plainName(command.name) == typed) {
+                found = &command;
+                taken = i + 1;
+            }
     }
-    rest->assign(words.begin() + static_cast<ptrdiff_t>(longest), words.end());
+    rest->assign(words.begin() + static_cast<ptrdiff_t>(taken), words.end());
     return found;
 }
 
-std::string buildCommand(const Command& command, Words words, const std::vector<NamedValue>& named,
-                         Request* request) {
+std::string unknownCommand(const Words& words) {
+    Words names;
+    for (const Command& command : commands())
+        names.emplace_back(command.name);
+    // No more words: the next may be a secret argument.
+    const std::string typed = words[0] + (words.size() > 1 ? ' ' + words[1] : "");
+    const std::string near = suggestion(typed, names, '`');
+    return "unknown command '" + typed + "'" +
+           (near.empty() ? suggestion(words[0], names, '`') : near);
+}
+
+std::string buildCommand(const Command& command, const Words& words,
+                         const std::vector<NamedValue>& named, Request* request) {
     *request = {command.type, command.subType, {}};
-    std::string wrong = checkCount(command, words);
-    if (wrong.empty())
-        wrong = appendNamedValues(command, named, &words);
-    if (wrong.empty())
-        putText(command.fixedPayload, request);
+    Words values;
+    std::string wrong = arrange(command, words, named, &values);
     if (wrong.empty() && command.build != nullptr)
-        wrong = command.build(words, request);
-    if (!wrong.empty())
-        return wrong;
+        wrong = command.build(values, request);
+    else if (wrong.empty())
+        putText(filled(command.payload, values), request);
     const size_t limit = payloadLimit(request->type);
-    if (request->payload.size() > limit)
-        return "the payload is longer than " + std::to_string(limit) + " bytes";
-    return "";
+    if (wrong.empty() && request->payload.size() > limit)
+        wrong = "the payload is longer than " + std::to_string(limit) + " bytes";
+    return wrong;
 }
 
 }  // namespace station

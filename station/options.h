@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct NamedValue {
     std::string name;
     std::string value;
 };
+
+using NamedValues = std::vector<NamedValue>;
 
 enum class Format : uint8_t { Text, Json };
 
@@ -42,11 +45,16 @@ struct Options {
     Format format = Format::Text;
     bool quiet = false;
     std::string outputFile;  // empty: standard output
+    bool append = false;
+    std::string station;    // empty: the name of this machine
+    NamedValues labels;     // of the records
+    NamedValues variables;  // of the recipe
+    std::string units;      // file or list of hosts, empty: host alone
     unsigned verbosity = 0;
     bool showSecrets = false;
     bool help = false;
     bool version = false;
-    std::vector<NamedValue> named;
+    NamedValues named;
     Words words;
 };
 
@@ -58,13 +66,37 @@ std::string parseOptions(int argc, char** argv, Options* options);
 // Only options that concern a single command are allowed there.
 std::string parseLine(Words line, Options* options);
 
-// An option as help and manual show it.
-struct OptionHelp {
-    std::string name;  // with its dashes
-    const char* argument;
+// Sets an option that exists, given by its long name. Returns what is wrong with the argument, or
+// an empty text.
+std::string setOption(const std::string& name, const std::string& argument, Options* options);
+
+// Where an option is allowed, and which commands it belongs to.
+enum class Place : uint8_t {
+    CommandLine,
+    Run,          // the command line of `run` only
+    AlsoInBatch,  // the command line, and each line of a recipe
+    Value,        // commands that return a value, here and below also in a recipe
+    Command,      // commands whose arguments name it
+};
+
+struct OptionRow {
+    const char* name;  // long, without its dashes
+    char letter;       // 0: long only
+    Place place;
+    const char* argument;  // its form; empty: none
+    // Takes the argument. Returns what is wrong with it, or an empty text. Null: the value goes to
+    // the command.
+    std::string (*set)(const std::string& argument, Options* options);
     const char* help;
 };
-std::vector<OptionHelp> optionsHelp();
+std::span<const OptionRow> optionRows();
+
+// Returns "-o, --output".
+std::string optionName(const OptionRow& row);
+
+// Returns "; did you mean 'A', 'B'?" with the names that begin or end with the typed text, or else
+// with the nearest names. Empty if no name is near.
+std::string suggestion(const std::string& typed, const Words& names, char quote);
 
 // Reads a whole number, decimal or with 0x in front. Returns false when it is none or larger.
 bool parseNumber(const std::string& text, unsigned limit, unsigned* number);

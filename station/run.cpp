@@ -5,37 +5,16 @@
 
 #include <cctype>
 
-#include "station/account.h"
+#include "completions/complete.h"
 #include "station/batch.h"
+#include "station/check.h"
 #include "station/diagnostics.h"
 #include "station/explain.h"
 #include "station/listing.h"
+#include "station/settings.h"
 
 namespace station {
 namespace {
-
-// A command that the client carries out itself.
-struct LocalCommand {
-    const char* name;
-    const char* arguments;
-    size_t least;  // number of arguments
-    size_t most;
-    int (*run)(const Options& options, Output* output);
-    const char* help;
-};
-
-int list(const Options& options, Output* output);
-int decode(const Options& options, Output* output);
-int help(const Options& options, Output* output);
-
-constexpr size_t kAny = 1000;
-constexpr LocalCommand kLocalCommands[] = {
-    {"run", "FILE|-", 1, 1, runBatch, "carry out a command a line on one socket"},
-    {"sheet", "", 0, 0, readSheet, "read identity and state of a unit as a table"},
-    {"decode", "HEX...", 1, kAny, decode, "explain a captured datagram, given the account"},
-    {"list", "[commands|options|exit-codes]", 0, 1, list, "the tables of this program"},
-    {"help", "", 0, 0, help, "show this help"},
-};
 
 int complain(int code, const std::string& text) {
     say(text);
@@ -43,51 +22,15 @@ int complain(int code, const std::string& text) {
 }
 
 int complainOfUsage(const std::string& text) {
-    return complain(kExitUsage, text + " (see mfgp-station help)");
+    return complain(
+        kExitUsage,
+        text + (text.ends_with('?') || text.ends_with('.') ? "" : " (see mfgp-station help)"));
 }
 
-// Opens the output for what prints without a session. Returns the exit code, after a complaint if
-// it is not 0.
-int beginOutput(const Options& options, Output* output) {
-    const std::string wrong = openOutput(options, output);
-    return wrong.empty() ? kExitDone : complain(kExitLocalFault, wrong);
-}
-
-Listing allCommands() {
-    std::vector<Entry> local;
-    for (const LocalCommand& command : kLocalCommands)
-        local.push_back({command.name, command.arguments, {}, command.help});
-    return listCommands(local);
-}
-
-int list(const Options& options, Output* output) {
-    const std::string what = options.words.size() > 1 ? options.words[1] : "commands";
-    Listing table = {};
-    if (what == "commands")
-        table = allCommands();
-    else if (what == "options")
-        table = listOptions();
-    else if (what == "exit-codes")
-        table = listExits();
-    else
-        return complainOfUsage("list: '" + what + "' is none of commands, options and exit-codes");
-    const int opened = beginOutput(options, output);
-    if (opened == kExitDone)
-        print(table, *output);
-    return opened;
-}
-
-int help(const Options& options, Output* output) {
-    const int opened = beginOutput(options, output);
-    if (opened != kExitDone)
-        return opened;
-    fprintf(output->file, "usage: mfgp-station [options] COMMAND [ARGUMENTS]\n\noptions:\n");
-    printHelp(listOptions(), *output);
-    fprintf(output->file, "\ncommands:\n");
-    printHelp(allCommands(), *output);
-    fprintf(output->file, "\nexit codes:\n");
-    printHelp(listExits(), *output);
-    return kExitDone;
+Listing tableOf(const std::string& name) {
+    return name == "options"      ? listOptions([](const OptionRow&) { return true; })
+           : name == "exit-codes" ? listExits()
+                                  : listCommands();
 }
 
 int finish(const Result& result, Output* output) {
@@ -101,29 +44,6 @@ int codeOf(DecodeStatus status) {
     return status == DecodeStatus::Malformed ? kExitNotUnderstood : kExitDone;
 }
 
-int decode(const Options& options, Output* output) {
-    Bytes datagram;
-    std::string digits;
-    for (size_t i = 1; i < options.words.size(); i++)
-        digits += options.words[i];
-    std::erase_if(digits, [](unsigned char character) { return isspace(character) != 0; });
-    if (digits.empty())
-        return complainOfUsage("decode: no hexadecimal digits");
-    const std::string wrong = parseHex(digits, &datagram);
-    if (!wrong.empty())
-        return complainOfUsage("decode: " + wrong);
-    const int opened = beginOutput(options, output);
-    if (opened != kExitDone)
-        return opened;
-    const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
-    Result result = unsent(options.words, {kExitDone, ""});
-    result.value = {explainDatagram(datagram, key)};
-    const DecodeStatus status = openReply(datagram.data(), datagram.size(), key).status;
-    const int code = codeOf(status);
-    result.outcome = {code, code == kExitDone ? "" : decodeStatusText(status)};
-    return finish(result, output);
-}
-
 int perform(const Options& options, Output* output) {
     Session session = {options, output};
     PreparedCommand prepared = {};
@@ -135,53 +55,47 @@ int perform(const Options& options, Output* output) {
         return opened;
     LineReader terminal;
     if (needsConfirmation(prepared, false))
-        outcome = confirm(&session, &terminal, prepared.command->name);
+        outcome = confirm(&session, &terminal, questionOf(options, *prepared.command));
     const bool goesOn = outcome.code == kExitDone;
     const Result result = goesOn ? execute(&session, prepared) : unsent(options.words, outcome);
     endSession(&session);
     return finish(result, output);
 }
 
-const LocalCommand* findLocal(const Options& options) {
-    for (const LocalCommand& command : kLocalCommands)
-        if (!options.words.empty() && options.words[0] == command.name)
-            return &command;
-    return nullptr;
-}
-
-// Checks that the words name a command; of those of the client its arguments as well. Returns what
-// is wrong, or an empty text.
-std::string checkCommand(const Options& options) {
+// Checks that the words name a command, and the arguments of the client's own. Returns what is
+// wrong, or an empty text.
+std::string checkCommand(const Options& options, const Command* command, const Words& rest) {
     if (options.help || options.version)
         return "";
     if (options.words.empty())
         return "no command";
-    const LocalCommand* const local = findLocal(options);
-    if (local == nullptr) {
-        Words rest;
-        const bool isKnown = findCommand(options.words, &rest) != nullptr;
-        return isKnown ? "" : unknownCommand(options.words);
-    }
-    const size_t count = options.words.size() - 1;
-    if (!options.named.empty())
-        return std::string(local->name) + ": does not take --" + options.named[0].name;
-    if (count >= local->least && count <= local->most)
+    if (command == nullptr)
+        return unknownCommand(options.words);
+    if (command->run == nullptr)
         return "";
-    const std::string takes = local->arguments[0] != '\0' ? local->arguments : "no arguments";
-    return std::string(local->name) + ": takes " + takes;
+    Request none = {};
+    std::string wrong = buildCommand(*command, rest, options.named, &none);
+    if (command->run == runBatch && rest.size() != 1)
+        wrong = "expected one recipe file, or '-' for standard input.";
+    else if (options.dryRun && (command->run == check || command->run == discover))
+        wrong = "needs replies, and --dry-run sends nothing";
+    return wrong.empty() ? "" : std::string(command->name) + ": " + wrong;
 }
 
-int runOptions(const Options& options, Output* output) {
+// Returns true if the command prints what the program knows by itself.
+bool isOffline(const Options& options, const Command* command) {
+    const auto run = command != nullptr ? command->run : nullptr;
+    return options.help || options.version || run == list || run == help || run == complete;
+}
+
+int runOptions(const Options& options, const Command* command, Output* output) {
     if (options.help)
         return help(options, output);
-    if (options.version) {
-        const int opened = beginOutput(options, output);
-        if (opened == kExitDone)
-            fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
-        return opened;
-    }
-    const LocalCommand* const local = findLocal(options);
-    return local != nullptr ? local->run(options, output) : perform(options, output);
+    if (options.version)
+        fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
+    if (options.version)
+        return kExitDone;
+    return command->run != nullptr ? command->run(options, output) : perform(options, output);
 }
 
 // If a standard stream is closed, the next open() would reuse its number and results could go into
@@ -194,21 +108,86 @@ void holdStandardStreams() {
 
 }  // namespace
 
+int list(const Options& options, Output* output) {
+    print(tableOf(options.words.size() > 1 ? options.words[1] : "commands"), *output);
+    return kExitDone;
+}
+
+int complete(const Options& options, Output* output) {
+    for (const std::string& word : nextWords({options.words.begin() + 1, options.words.end()}))
+        fprintf(output->file, "%s\n", word.c_str());
+    return kExitDone;
+}
+
+// Explains the command, the group or the table that the words name.
+int help(const Options& options, Output* output) {
+    Words rest;
+    const bool isAsked = !options.words.empty() && plainName(options.words[0]) == "help";
+    const Words topic(options.words.begin() + (isAsked ? 1 : 0), options.words.end());
+    const Command* const command = findCommand(topic, &rest);
+    const std::string name = command != nullptr ? command->name : joined(topic);
+    Listing table = listCommands();
+    if (name == "options" || name == "exit-codes")
+        table = tableOf(name);
+    else if (!name.empty())
+        std::erase_if(table, [&](const Entry& entry) {
+            return entry.name != name &&
+                   (command != nullptr ||
+                    (entry.group != name && !entry.name.starts_with(name + ' ')));
+        });
+    if (table.empty())
+        return complainOfUsage(unknownCommand(topic));
+    if (name.empty() && output->format == Format::Text)
+        printOverview(table, *output);
+    else if (command != nullptr && output->format == Format::Text)
+        printDetails(*command, *output);
+    else
+        print(table, *output);
+    return kExitDone;
+}
+
+int decode(const Options& options, Output* output) {
+    Bytes datagram;
+    std::string digits;
+    for (size_t i = 1; i < options.words.size(); i++)
+        digits += options.words[i];
+    std::erase_if(digits, [](unsigned char character) { return isspace(character) != 0; });
+    if (digits.empty())
+        return complainOfUsage("decode: no hexadecimal digits");
+    const std::string wrong = parseHex(digits, &datagram);
+    if (!wrong.empty())
+        return complainOfUsage("decode: " + wrong);
+    const std::string unopened = openOutput(options, output);
+    if (!unopened.empty())
+        return complain(kExitLocalFault, unopened);
+    const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
+    Result result = unsent(options.words, {kExitDone, ""});
+    result.value = {explainDatagram(datagram, key)};
+    const DecodeStatus status = openReply(datagram.data(), datagram.size(), key).status;
+    const int code = codeOf(status);
+    result.outcome = {code, code == kExitDone ? "" : decodeStatusText(status)};
+    return finish(result, output);
+}
+
 int run(int argc, char** argv) {
     holdStandardStreams();
     Options options;
-    std::string wrong = parseOptions(argc, argv, &options);
+    std::string wrong = readOptions(argc, argv, &options);
+    Words rest;
+    const Command* const command = findCommand(options.words, &rest);
     if (wrong.empty())
-        wrong = checkCommand(options);
+        wrong = checkCommand(options, command, rest);
     if (!wrong.empty())
         return complainOfUsage(wrong);
-    const Outcome account = loadAccount(&options);
-    if (account.code != kExitDone)
-        return complain(account.code, account.message);
     Output output = {options.format, options.quiet};
-    output.showSecrets = options.showSecrets;
-    output.nameWidth = usageWidth(allCommands());
-    const int code = runOptions(options, &output);
+    output.options = &options;
+    output.nameWidth = usageWidth(listCommands());
+    const bool offline = isOffline(options, command);
+    const Outcome begun =
+        offline ? Outcome{kExitLocalFault, openOutput(options, &output)} : loadAccount(&options);
+    if (!begun.message.empty())
+        return complain(begun.code, begun.message);
+    const int code = runOptions(options, command, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");
 }
 

@@ -41,7 +41,7 @@ TEST(Batch, Lines_RunOneAtATime) {
          .outcomes = "PASS FAIL FAIL PASS ", .message = "failed"},
         {.lines = "get button wps --expect 'BUTTON OK'\nget mac", .options = "run -", .exitCode = 1,
          .outcomes = "FAIL ", .message = "expected 'BUTTON OK', got 'BUTTON NOT OK'"},
-        {.lines = "get mac\r\nraw 7 73\nget mac", .options = "run -", .exitCode = 2,
+        {.lines = "get mac\r\nset oem-id x\nget mac", .options = "run -", .exitCode = 2,
          .outcomes = "PASS ERROR ", .message = "needs --yes"},
         {.lines = "get mac\nget 'mac", .options = "run -", .exitCode = 2,
          .outcomes = "PASS ERROR ", .message = "a quote is not closed"},
@@ -50,9 +50,9 @@ TEST(Batch, Lines_RunOneAtATime) {
         {.lines = "set special-id NZ --yes\nget special-id", .options = "run $file", .exitCode = 0,
          .outcomes = "PASS PASS ", .message = "\"NZ\""},
         {.lines = "config set x\nget nothing", .options = "run $file", .exitCode = 2,
-         .outcomes = "ERROR ", .message = "line 2: unknown command 'get n"},
+         .outcomes = "ERROR ", .message = "line 2: get: unknown command 'get n"},
         {.lines = "get mac\nget ssid", .options = "-n --deadline 1e-9 run $file", .exitCode = 3,
-         .outcomes = "", .message = "reached; 2 commands were not sent"},
+         .outcomes = "SKIPPED SKIPPED ", .message = "reached; 2 commands were not sent"},
         {.lines = "get mac", .options = "run $file.none", .exitCode = 7, .outcomes = "ERROR ",
          .message = "No such file"}};
     for (const auto& row : rows) {
@@ -167,14 +167,14 @@ TEST(Batch, ManualAndCompletionAreInStep) {
             << "scripts/manual writes the tables again: " << table;
     }
     const auto complete = [&station](const std::string& words) {
-        return shell("bash -c '. " MFGP_SOURCE_DIR "/station/mfgp-station.bash; COMP_WORDS=(" +
+        return shell("bash -c '. " MFGP_SOURCE_DIR "/completions/mfgp.bash; COMP_WORDS=(" +
                      station + " " + words + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); " +
-                     "_mfgp_station; echo \"${COMPREPLY[@]}\"'")
+                     "_mfgp; echo \"${COMPREPLY[@]}\"'")
             .output;
     };
     EXPECT_EQ(complete("--host get get ma"), "mac\n");
     EXPECT_EQ(complete("-o json calibrate zig"), "zigbee zigbee-host\n");
-    EXPECT_EQ(complete("get mac --ti"), "--timeout --time\n");
+    EXPECT_EQ(complete("get mac --ti"), "--time --timeout\n");
 }
 
 }  // namespace

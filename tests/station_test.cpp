@@ -31,7 +31,7 @@ TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
         {"--retries 0 get oem-id", 1, "Possible causes: the unit is not in produce mode; the"},
         {"-v get oem-id", 1, "asking `get product-id` to learn"},
         {"--user wrong sheet", 5,
-         "produce mode                           ! cannot decrypt the reply"},
+         "produce mode                          ! cannot decrypt the reply"},
         {"--user wrong qlog stop", 5,
          "account is right, the datagram was damaged; try again. `qlog stop` was not sent"},
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
@@ -75,7 +75,7 @@ TEST(StationClient, WritesAndTestsAUnit) {
 TEST(StationClient, WrongWords_AreNamed) {
     expectRows({
         {"", 2, "no command"},
-        {"config", 2, "unknown command 'config'; there are config get, config set (see"},
+        {"config", 2, "'config'; did you mean `config-check`, `config get`, `config set`?\n"},
         {"fan speeds", 2, "takes GEAR"},
         {"fan set --gear 2", 2, "needs --time"},
         {"fan set --gear 256 --time 1", 2, "--gear '256' is not a number from 0 to 255"},
@@ -84,14 +84,14 @@ TEST(StationClient, WrongWords_AreNamed) {
         {"get mac --timeout", 2, "--timeout needs an argument"},
         {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it anyway"},
         {"set imei 12345678901234x", 2, "digits; `raw 3 90 313233343536373839303132333478` sends"},
-        {"set pin 1234567", 2, "PIN has 7 characters, not 8"},
-        {"set special-id us", 2, "REGION 'us' is none of UN US EU"},
-        {"set oem-id " + std::string(65, 'x'), 2, "TEXT is 65 bytes long, more than 64"},
-        {"set model-name \"$(printf 'a\\nb')\"", 2, "TEXT holds a control character"},
+        {"set pin 1234567", 2, "set pin: PIN is not 8 printable characters"},
+        {"set special-id uk", 2, "REGION 'uk' is not one of UN, US, EU"},
+        {"set oem-id " + std::string(65, 'x'), 2, "xxx' is not 1 to 64 bytes without"},
+        {"set model-name \"$(printf 'a\\nb')\"", 2, "TEXT 'a\\x0ab' is not 1 to 64 bytes without"},
         {"set group @/dev/zero", 7, "cannot read '/dev/zero': File too large"},
         {"set group '{\"gid\": 1}'", 2, "has no \"key\""},
         {"set group \"{$(printf %1023d 1)}\"", 2, "is 1025 bytes long, more than 1024"},
-        {"generate group 0", 2, "COUNT '0' is not a number above 0"},
+        {"generate group 0", 2, "COUNT '0' is not a number from 1 to"},
         {"set ftm 0x1", 2, "VALUE '0x1' is not a whole number"},
         {"antenna-test FG621", 2, "t0 is missing: FG621 takes t0= t1= separator="},
         {"antenna-test EG18-EA t0=1 t3=.", 2, "t3 '.' is not a decimal number"},
@@ -118,7 +118,7 @@ TEST(StationClient, OnlyReads_AreRepeated) {
                  "deadline of 0.2 s reached while waiting for the reply to `get mac`"},
                 {"--deadline 4.5 --timeout 1 wait", 3, "deadline of 4.5 s reached while"},
                 {"--timeout 0.1 init", 3, "(3 attempts). A unit that was released after"},
-                {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
+                {"--timeout 0.1 sheet 2>&- | wc -l", 0, "2\n"}});
     kill(unit.daemon(), SIGCONT);
     // The daemon is stopped after the first reply, which proves the account.
     const std::string once = ": >" + sent + "; { echo get mac; await 02-1A " + sent + "; " + stop +
@@ -174,8 +174,9 @@ TEST(StationClient, ShowsWhatIsSentAndReceived) {
 // Checks that an object has these keys and contains the exit code.
 constexpr char kCheck[] =
     R"(jq -c --argjson code $code 'if .exit == $code and (keys_unsorted | join(" ")) ==
-        "schema command arguments unit outcome exit message info meaning value raw start )"
-    R"(milliseconds tries" then [.exit, .outcome, .value] else . end')";
+        "schema record client station labels recipe unit line command arguments outcome exit )"
+    R"(message info meaning value measure limits raw packet_id start milliseconds tries" then
+        [.exit, .outcome, .value] else . end')";
 
 TEST(StationClient, Json_HasOneShape) {
     Unit unit;
@@ -211,10 +212,12 @@ TEST(StationClient, Json_HasOneShape) {
             << row.words;
     EXPECT_EQ(shell("$station -q -o json get enable-flags").output, flags + "\n");
     const std::string sheet = unit.path("/sheet").string();
-    EXPECT_EQ(shell("$station -o json --output-file " + sheet + " sheet; jq -cs '[length, (map(" +
-                    "keys_unsorted) | unique | length), .[1].command]' " + sheet)
+    EXPECT_EQ(shell("$station -o json --output-file " + sheet +
+                    " sheet; jq -cs 'map(select(.record == \"result\")) | [length, "
+                    "(map(keys_unsorted) | unique | length), .[1].command]' " +
+                    sheet)
                   .output,
-              "[24,1,\"get product-id\"]\n");
+              "[24,1,\"get mac\"]\n");
 }
 
 }  // namespace
