@@ -6,6 +6,7 @@
 #include <cctype>
 
 #include "completions/complete.h"
+#include "station/arguments.h"
 #include "station/batch.h"
 #include "station/check.h"
 #include "station/diagnostics.h"
@@ -109,7 +110,11 @@ void holdStandardStreams() {
 }  // namespace
 
 int list(const Options& options, Output* output) {
-    print(tableOf(options.words.size() > 1 ? options.words[1] : "commands"), *output);
+    std::string name = options.words.size() > 1 ? options.words[1] : "commands";
+    const std::string wrong = checkArgument("commands|options|exit-codes", &name);
+    if (!wrong.empty())
+        return complainOfUsage("list: '" + name + "' " + wrong);
+    print(tableOf(name), *output);
     return kExitDone;
 }
 
