@@ -12,20 +12,14 @@ namespace station {
 struct Entry {
     std::string name;
     std::string arguments;  // empty: none
-    Words facts;            // "-": none
     std::string help;
-    std::string group = {};    // of a command
-    std::string example = {};  // arguments of a command, empty: none
+    std::vector<Member> facts = {};  // for programs
+    std::string group = {};          // of a command
 };
+using Listing = std::vector<Entry>;
 
-struct Listing {
-    Words factNames;
-    std::vector<Entry> entries;
-};
-
-Listing listCommands(const std::vector<Entry>& local);
-Listing listOptions();
-Listing optionsWhere(const std::function<bool(const OptionHelp&)>& isListed);
+Listing listCommands();
+Listing listOptions(const std::function<bool(const OptionRow&)>& isListed);
 Listing listExits();
 
 // Returns name and arguments.
@@ -38,10 +32,10 @@ int usageWidth(const Listing& listing);
 // one a line, or, with --quiet, the names alone.
 void print(const Listing& listing, const Output& output);
 
-// Prints the groups of commands and the options, by name.
+// Prints the groups of commands and the options of every command.
 void printOverview(const Listing& listing, const Output& output);
 
-// Prints all that is known of one command. `command` is null if the client carries it out itself.
-void printDetails(const Entry& entry, const Command* command, const Output& output);
+// Prints all that is known of one command.
+void printDetails(const Command& command, const Output& output);
 
 }  // namespace station
