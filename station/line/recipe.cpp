@@ -47,8 +47,10 @@ bool isWritten(const PreparedCommand& write, const Value& value) {
         const Json wanted(parseJson({payload.begin(), payload.end()}));
         return json_object_equal(wanted.get(), json->object.get()) != 0;
     }
-    Request same = write.request;
-    return write.command->build({textOf(value)}, &same).empty() && same.payload == payload;
+    const std::string text = textOf(value);
+    Request same = {};
+    return text == write.arguments[0] ||
+           (buildCommand(*write.command, {text}, {}, &same).empty() && same.payload == payload);
 }
 
 // Reads the field, writes it only if it differs, and reads it back.

@@ -1,4 +1,4 @@
-// What a batch has done, and the records at its start and end.
+// The counts of a batch, and the records at its start and end.
 #pragma once
 
 #include <atomic>
