@@ -2,8 +2,8 @@
 --
 --     wireshark -X lua_script:wireshark/mfgp.lua
 --
--- or copy it into the folder that Help > About > Folders names for personal Lua plugins. The
--- payload is enciphered with a key from the unit's web account, so it is shown as cipher text.
+-- or copy it into the folder for personal Lua plugins (Help > About > Folders). The payload is
+-- enciphered with a key from the unit's web account, so it is shown as cipher text.
 
 local mfgp = Proto("mfgp", "mfgp factory and service protocol")
 
@@ -28,7 +28,7 @@ local INFOS = {
     [5] = "unknown sub-type",
     [7] = "not version 2",
     [8] = "bound to another station",
-    [9] = "wrong digest or length: mostly a wrong account",
+    [9] = "wrong digest or length: usually a wrong account",
 }
 
 -- The command names of mfgp-station.
