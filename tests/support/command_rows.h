@@ -1,0 +1,165 @@
+// The commands as rows: how each fails, and what it changes.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+inline std::string x(size_t count) { return std::string(count, 'x'); }
+
+// The argument of "set group".
+inline std::string groupObject(const std::string& key, const std::string& gid,
+                               const std::string& pack = "3") {
+    return R"({"gid":")" + gid + R"(","pack":)" + pack + R"(,"key":")" + key + R"("})";
+}
+
+// The faults of a system, as a set of bits.
+enum SystemFault : unsigned { kNoPipe = 1, kNoFork = 2, kFullTmp = 4, kReadOnlyTmp = 8 };
+constexpr unsigned kReads = kNoPipe | kNoFork;                   // those that stop a tool's answer
+constexpr unsigned kStores = kNoFork | kFullTmp | kReadOnlyTmp;  // those that stop a write to flash
+constexpr unsigned kEdits = kReads | kStores;
+
+inline const std::string kFails = "(fails)";  // info 3, no payload, the command's error line
+inline const std::string kWorks = "(works)";  // the answer is the one without the fault
+
+struct ToolFault {
+    std::string name;
+    std::string without = {};  // the answer if the tool is missing, fails, is silent or is killed
+    std::string noisy = {};    // the answer if it prints a mebibyte of x before it does its work
+    std::string modem = "RG520N-EU";
+};
+
+struct CommandRow {
+    uint8_t subType;
+    std::string argument = {};
+    std::string error;  // code and message
+    unsigned failsUnder = kReads;
+    std::vector<ToolFault> tools = {};
+    std::string changes = {};  // the partition that the command writes, once unless it is the reset
+};
+
+// A command that answers with one factory field.
+struct FieldRead {
+    uint8_t subType;
+    const char* key;
+    size_t length = 0;  // of the answer, which is padded with zero bytes
+    const char* error;
+    const char* without = "";  // the answer when the field is empty
+    bool keepsCache = false;   // does not remove /tmp/fwinfo-*
+};
+
+// clang-format off
+inline const std::vector<FieldRead> kFieldReads = {
+    {.subType = 10, .key = "PRODUCT_ID", .length = 16, .error = "-10330 get Product ID failed",
+     .without = "00000000", .keepsCache = true},
+    {.subType = 53, .key = "DEV_ID", .length = 64, .error = "-10316 get device ID failed"},
+    {.subType = 55, .key = "MAC", .length = 17, .error = "-10320 get mac failed"},
+    {.subType = 56, .key = "FW_ID", .length = 64, .error = "-10321 get fw ID failed",
+     .keepsCache = true},
+    {.subType = 57, .key = "HW_ID", .length = 64, .error = "-10322 get fw ID failed",
+     .keepsCache = true},
+    {.subType = 59, .key = "OEM_ID", .length = 64, .error = "-10324 get OEM ID failed"},
+    {.subType = 66, .key = "COUNTRY", .length = 64, .error = "-10328 get Country Code failed",
+     .without = "UN"},
+    {.subType = 68, .key = "SSID", .error = "-10331 get SSID failed", .keepsCache = true},
+    {.subType = 70, .key = "HARDVERSION", .error = "-10333 get hw version failed"},
+    {.subType = 71, .key = "SOFTVERSION", .error = "-10332 get fw version failed"},
+    {.subType = 72, .key = "MODEL", .error = "-10339 get model name failed"},
+};
+// clang-format on
+
+// Returns the rows of all commands.
+inline std::vector<CommandRow> allCommands() {
+    const std::string kNines(15, '9'), kImei = "860000000000017", kInfo = "product-info";
+    const std::string kGroup = groupObject(std::string(304, 'k'), std::string(36, 'g'));
+    // clang-format off
+    std::vector<CommandRow> rows = {
+        {.subType = 58, .error = "-10323 get hw desc failed",
+         .tools = {{"fwinfo", "", x(31) + " " + x(31)}}},
+        {.subType = 64, .error = "-10326 get special ID failed", .tools = {{"fwinfo", "UN"}}},
+        {.subType = 78, .error = "-10337 get Groupinfo failed",
+         .tools = {{"fwinfo", R"({ "key": "", "gid": "", "pack": 0 })", kFails}}},
+        {.subType = 91, .error = "-10351 get imei failed",
+         .tools = {{"fwinfo", kNines, kNines}, {"uci", kFails, kImei}, {"atcon", kNines, kImei},
+                   {"cellcli", kNines, kNines, "FG621"}}},
+        {.subType = 135, .error = "-10335 get config for check failed",
+         .tools = {{"fwinfo", "", x(63)}}},
+        {.subType = 104, .argument = R"({"gear":"2","time":3})",
+         .error = "-10300 Set Fan Control Error", .tools = {{"fwinfo"}, {"main_fanctrl"}}},
+        {.subType = 106, .error = "-10344 get card state failed", .tools = {{"uci", "", x(3)}}},
+        {.subType = 107, .error = "-10345 get card conn failed", .tools = {{"uci", "", x(3)}}},
+        {.subType = 108, .error = "-10346 get card siglvl failed", .tools = {{"uci", "", x(8)}}},
+        {.subType = 109, .error = "-10347 get card reg state failed", .tools = {{"uci", "", x(8)}}},
+        {.subType = 110, .error = "-10348 get sim imei failed", .tools = {{"atcon", "", kImei}}},
+        {.subType = 112, .argument = "1-3-0-60-1-19850", .error = "-10352 set antenna failed",
+         .tools = {{"uci", kFails, kFails}}},
+        {.subType = 114, .argument = "1", .error = "-10354 set antenna FTM failed",
+         .tools = {{"uci", kFails, kFails}, {"atcon"}}},
+        {.subType = 115, .error = "-10355 get antenna FTM failed",
+         .tools = {{"uci", kFails, kFails}, {"atcon", kFails, "0\n"}}},
+        {.subType = 116, .error = "-10356 get lte soft version failed",
+         .tools = {{"uci", kFails, kFails}, {"atcon", kFails, "11.22.33.44"},
+                   {"cellcli", kFails, "11.22.33.44", "FG621"}}},
+        {.subType = 131, .argument = R"({"band":0,"nss":2})",
+         .error = "-10357 get wifi rssi error",
+         .tools = {{"uci", "-128", "-128"}, {"wifistats", "-128", "6"}}},
+        {.subType = 93, .error = "-10342 QLog failed to stop!", .failsUnder = 0},  // no logger runs
+        {.subType = 92, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork,
+         .tools = {{"QLog"}}},
+        {.subType = 94, .argument = "1", .error = "-10343 ExtAntenna failed to change!",
+         .tools = {{"reload_config", kFails}, {"uci"}}},
+        {.subType = 50, .argument = "WIFI", .error = "-10331 get SSID failed",
+         .tools = {{"/sbin/is_cal", kFails, kFails}}},
+        {.subType = 86, .error = "-10331 get SSID failed",
+         .tools = {{"/sbin/is_cal", kFails, kFails}}},
+        {.subType = 69, .error = "-10334 get enable flags failed", .failsUnder = 0},
+        {.subType = 87, .error = "-10340 get bluetooth enable failed", .failsUnder = 0},
+        {.subType = 18, .error = "-10309 start calibration data failed", .failsUnder = kNoFork,
+         .tools = {{"/sbin/wifi"}, {"/etc/init.d/qcmbr"}}},
+        {.subType = 18, .argument = "Btdiag", .error = "-10309 start calibration data failed",
+         .failsUnder = kNoFork, .tools = {{"/etc/init.d/bluetopia"}}},
+        {.subType = 18, .argument = "coext", .error = "-10309 start calibration data failed",
+         .failsUnder = kNoFork, .tools = {{"coext"}}},
+        {.subType = 89, .argument = R"({"gear":255})",
+         .error = "-10300 recheck all gears fanspeed failed!", .failsUnder = kNoFork,
+         .tools = {{"/etc/init.d/fan_control"}}},
+        {.subType = 128, .argument = R"({"band":"0","antmode":1})",
+         .error = "-10300 Set Smart Antenna Error", .failsUnder = kNoFork},
+        {.subType = 80, .error = "-10349 enable test mode failed", .failsUnder = kNoFork,
+         .tools = {{"mfgp_hook_enable_testmode"}}},
+        {.subType = 79, .argument = "3", .error = "-10338 generate Groupinfo failed",
+         .failsUnder = kEdits, .tools = {{"/bin/generate_group", kFails, kWorks}}},
+        {.subType = 17, .error = "-10308 erase calibration data failed", .failsUnder = 0,
+         .tools = {{"mfgp_hook_erase_radio"}}, .changes = "radio"},
+        {.subType = 54, .argument = "ID", .error = "-10315 set device ID failed",
+         .failsUnder = kStores, .tools = {{"flashkv"}}, .changes = "device-id"},
+        {.subType = 76, .argument = "00000000", .error = "-1 get product id failed",
+         .failsUnder = kStores, .tools = {{"flashkv"}}, .changes = "pin"},
+        {.subType = 75, .argument = "\x02\x1A\x2B\x13\x7B\x0F", .error = "-10303 set mac failed",
+         .failsUnder = kEdits, .tools = {{"flashkv"}, {"mfgp_hook_setmac"}, {"/lib/essid/essid.sh"}},
+         .changes = "default-mac"},
+        {.subType = 90, .argument = "123456789012345", .error = "-10350 set imei failed",
+         .failsUnder = kEdits, .tools = {{"flashkv"}, {"atcon"}, {"uci", kFails}},
+         .changes = "default-imei"},
+        {.subType = 60, .argument = "OEM", .error = "-10325 set OEM ID failed",
+         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+        {.subType = 65, .argument = "NZ", .error = "-10327 set Special ID failed",
+         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+        {.subType = 67, .argument = "DE", .error = "-10329 set Country Code failed",
+         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+        {.subType = 82, .argument = "M60", .error = "-10327 set model name failed",
+         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+        {.subType = 77, .argument = kGroup, .error = "-10336 set group failed",
+         .failsUnder = kEdits, .tools = {{"flashkv", kFails}, {"/bin/check_group", kFails}},
+         .changes = kInfo},
+        {.subType = 73, .error = "-10300 soft reset fail", .failsUnder = kReads | kReadOnlyTmp,
+         .tools = {{"flashkv", kFails}}, .changes = "user-config"},
+    };
+    // clang-format on
+    for (const FieldRead& field : kFieldReads)
+        rows.push_back(
+            {.subType = field.subType,
+             .error = field.error,
+             .tools = {{"fwinfo", field.without, x(field.length == 0 ? 64 : field.length)}}});
+    return rows;
+}
