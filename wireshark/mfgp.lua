@@ -31,8 +31,9 @@ local INFOS = {
     [9] = "wrong digest or length: usually a wrong account",
 }
 
--- The command names of mfgp-station.
+-- The command names of mfgp-station. scripts/manual writes both tables.
 local SPECIAL = {
+    -- table: type-3
     [10] = "get product-id",
     [17] = "erase radio",
     [18] = "calibrate",
@@ -84,13 +85,16 @@ local SPECIAL = {
     [128] = "smart-antenna",
     [131] = "rssi-spread",
     [135] = "config-check",
+    -- end of table
 }
 
 local ENCRYPTED = {
+    -- table: type-7
     [70] = "encrypted hardware-version",
     [71] = "encrypted firmware-version",
     [72] = "get model-name",
     [73] = "reset",
+    -- end of table
 }
 
 local f = mfgp.fields
