@@ -1,10 +1,13 @@
 #include "station/account.h"
 
 #include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <sstream>
 
 #include "core/file.h"
@@ -23,9 +26,7 @@ void warn(const Options& options, const std::string& text) {
 
 Outcome readAccountFile(const Options& options, std::string* user, std::string* password) {
     const std::string& name = options.accountFile;
-    struct stat status = {};
-    if (stat(name.c_str(), &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
-        warn(options, "other users can read '" + name + "' (chmod 600 keeps it private)");
+    warnOfReaders(options, name);
     std::string text;
     std::string wrong = readFile(name, &text);
     if (!wrong.empty())
@@ -42,9 +43,18 @@ Outcome readAccountFile(const Options& options, std::string* user, std::string* 
     return {kExitDone, ""};
 }
 
-std::string environmentText(const char* name) {
-    const char* const text = getenv(name);
-    return text != nullptr ? text : "";
+// Reads a line from the terminal without showing it, if there is a terminal.
+void askPassword(const std::string& user, std::string* password) {
+    termios shown = {};
+    if (isatty(STDERR_FILENO) == 0 || tcgetattr(STDIN_FILENO, &shown) != 0)
+        return;
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    fprintf(stderr, "password of %s: ", user.c_str());
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+    std::getline(std::cin, *password);
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+    fputc('\n', stderr);
 }
 
 }  // namespace
@@ -62,8 +72,21 @@ Outcome loadAccount(Options* options) {
             return {read.code, "--account-file: " + read.message};
     }
     options->user = options->user.value_or(user);
+    if (!options->password && password.empty() && !options->user->empty())
+        askPassword(*options->user, &password);
     options->password = options->password.value_or(password);
     return {kExitDone, ""};
+}
+
+void warnOfReaders(const Options& options, const std::string& file) {
+    struct stat status = {};
+    if (stat(file.c_str(), &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
+        warn(options, "other users can read '" + file + "' (chmod 600 keeps it private)");
+}
+
+std::string environmentText(const char* name) {
+    const char* const text = getenv(name);
+    return text != nullptr ? text : "";
 }
 
 std::string readFile(const std::string& name, std::string* text) {

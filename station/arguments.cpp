@@ -82,16 +82,21 @@ std::string identityText(const Words& words, Request* request) {
     return "";
 }
 
+Words regionNames() {
+    Words names;
+    for (const Region& row : kRegions)
+        if (row.letters != nullptr)
+            names.emplace_back(row.letters);
+    return names;
+}
+
 std::string region(const Words& words, Request* request) {
+    putText(words[0], request);
     std::string known;
-    for (const Region& row : kRegions) {
-        if (row.letters == nullptr)
-            break;
-        if (words[0] == row.letters) {
-            putText(words[0], request);
+    for (const std::string& name : regionNames()) {
+        if (name == words[0])
             return "";
-        }
-        known += std::string(" ") + row.letters;
+        known += ' ' + name;
     }
     return "REGION '" + words[0] + "' is none of" + known;
 }

@@ -93,6 +93,17 @@ std::string namedFields(const AntennaForm& form, const Words& words, Request* re
     return "";
 }
 
+// Returns the last digit of an IMEI that begins with these 14 (the Luhn sum of all is a multiple of
+// 10).
+char checkDigit(const std::string& digits) {
+    int sum = 0;
+    for (size_t i = 0; i < 14; i++) {
+        const int digit = (digits[i] - '0') * (i % 2 == 0 ? 1 : 2);
+        sum += digit / 10 + digit % 10;
+    }
+    return static_cast<char>('0' + (10 - sum % 10) % 10);
+}
+
 }  // namespace
 
 std::string ftmValue(const Words& words, Request* request) {
@@ -102,26 +113,43 @@ std::string ftmValue(const Words& words, Request* request) {
     return "";
 }
 
+Words antennaNames(const Words& before) {
+    Words names;
+    for (const AntennaForm& form : kAntennaForms)
+        if (before.empty())
+            names.emplace_back(form.module);
+        else if (before[0] == form.module)
+            for (const char* field : form.fields)
+                names.push_back(std::string(field) + '=');
+    return names;
+}
+
 std::string antennaFields(const Words& words, Request* request) {
     for (const AntennaForm& form : kAntennaForms)
         if (!words.empty() && words[0] == form.module)
             return namedFields(form, words, request);
     std::string modules;
-    for (const AntennaForm& form : kAntennaForms)
-        modules += (modules.empty() ? "" : ", ") + std::string(form.module);
-    return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules + ")";
+    for (const std::string& name : antennaNames({}))
+        modules += (modules.empty() ? "" : ", ") + name;
+    return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules +
+           (words.empty() ? ")" : "), not '" + words[0] + "'");
 }
 
 std::string imei(const Words& words, Request* request) {
     constexpr size_t kLength = 15;
     const std::string& text = words[0];
     putText(text, request);
-    if (text.size() == kLength && consistsOf(text, kDigits))
+    if (text.size() != kLength || !consistsOf(text, kDigits)) {
+        std::string wrong = "IMEI '" + text + "' is not 15 digits";
+        if (!text.empty() && text.size() <= kLength)
+            wrong += "; `raw 3 90 " + hexOf(request->payload) + "` sends it anyway";
+        return wrong;
+    }
+    const char digit = checkDigit(text);
+    if (words.size() > 1 || text.back() == digit)
         return "";
-    std::string wrong = "IMEI '" + text + "' is not 15 digits";
-    if (!text.empty() && text.size() <= kLength)
-        wrong += "; `raw 3 90 " + hexOf(request->payload) + "` sends it anyway";
-    return wrong;
+    return "IMEI '" + text + "' has a wrong check digit: the last digit would be " + digit +
+           "; --any-check-digit writes it anyway";
 }
 
 std::string antennaCharacter(const Words& words, Request* request) {

@@ -1,6 +1,7 @@
 #include "station/commands.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 namespace station {
@@ -19,6 +20,8 @@ std::string checkCount(const Command& command, const Words& words) {
     const Words form = wordsOf(command.arguments);
     size_t count = 0;
     for (size_t i = 0; i < form.size(); i++) {
+        if (form[i].starts_with("[--"))
+            continue;
         if (form[i].starts_with('[') || form[i].find("...") != std::string::npos)
             return "";  // the builder knows
         const bool isOption = form[i].starts_with("--");
@@ -33,28 +36,61 @@ std::string checkCount(const Command& command, const Words& words) {
            (words.size() > count ? " (in quotes when it holds spaces)" : "");
 }
 
-// Appends the values of the command's own options to the words. Returns an error message, or an
-// empty text.
-std::string appendNamedValues(const Command& command, const std::vector<NamedValue>& named,
-                              Words* words) {
-    Words wanted;
-    for (const std::string& word : wordsOf(command.arguments))
-        if (word.starts_with("--"))
-            wanted.push_back(word.substr(2));
-    for (const NamedValue& given : named)
-        if (std::find(wanted.begin(), wanted.end(), given.name) == wanted.end())
-            return "does not take --" + given.name;
-    for (const std::string& name : wanted) {
-        const auto last = std::find_if(named.rbegin(), named.rend(),
-                                       [&name](const auto& given) { return given.name == name; });
-        if (last == named.rend())
-            return "needs --" + name;
-        words->push_back(last->value);
+// Appends the values of the command's own options to the words, and the name of a flag like
+// [--flag]. Returns an error message, or an empty text.
+std::string appendNamedValues(const Command& command, std::vector<NamedValue> named, Words* words) {
+    for (const std::string& form : wordsOf(command.arguments)) {
+        const bool isFlag = form.starts_with("[--");
+        if (!isFlag && !form.starts_with("--"))
+            continue;
+        const std::string name = isFlag ? form.substr(3, form.size() - 4) : form.substr(2);
+        const auto isGiven = [&name](const NamedValue& given) { return given.name == name; };
+        const auto last = std::find_if(named.rbegin(), named.rend(), isGiven);
+        if (last == named.rend() && !isFlag)
+            return "needs " + form;
+        if (last != named.rend())
+            words->push_back(isFlag ? "--" + name : last->value);
+        std::erase_if(named, isGiven);
+    }
+    return named.empty() ? "" : "does not take --" + named[0].name;
+}
+
+// Checks the words whose form lists the possible ones, and gives them their spelling in the row.
+std::string checkChoices(const Command& command, Words* words) {
+    std::string name = "argument";
+    size_t at = 0;
+    for (const std::string& form : wordsOf(command.arguments)) {
+        if (form.starts_with("--")) {
+            name = form;
+            continue;
+        }
+        if (at == words->size())
+            break;
+        std::string& word = (*words)[at++];
+        const Words choices = choicesOf(form);
+        const auto same = [&word](const std::string& choice) {
+            return plainName(choice) == plainName(word);
+        };
+        const auto chosen = std::find_if(choices.begin(), choices.end(), same);
+        if (!choices.empty() && chosen == choices.end())
+            return name + " '" + word + "' is none of " + form;
+        if (!choices.empty())
+            word = *chosen;
     }
     return "";
 }
 
 }  // namespace
+
+Words choicesOf(const std::string& form) {
+    Words choices;
+    const bool isList =
+        form.find('|') != std::string::npos && form.find("FILE") == std::string::npos;
+    std::istringstream stream(isList ? form : "");
+    for (std::string choice; std::getline(stream, choice, '|');)
+        choices.push_back(choice);
+    return choices;
+}
 
 const char* accessName(Access access) {
     static constexpr const char* kNames[] = {"read", "poll", "test", "write", "flash", "erase"};
@@ -113,18 +149,26 @@ bool isNothing(const Command& command, const Value& value) {
                                   : text.empty() || text == nothing;
 }
 
+std::string plainName(std::string name) {
+    for (char& character : name)
+        character = character == ' ' ? '-' : static_cast<char>(tolower(character));
+    return name;
+}
+
 const Command* findCommand(const Words& words, Words* rest) {
+    constexpr size_t kLongest = 3;  // words
     const Command* found = nullptr;
-    size_t longest = 0;
-    for (const Command& command : commands()) {
-        const Words name = wordsOf(command.name);
-        if (name.size() > longest && name.size() <= words.size() &&
-            std::equal(name.begin(), name.end(), words.begin())) {
-            found = &command;
-            longest = name.size();
-        }
+    size_t taken = 0;
+    std::string typed;
+    for (size_t i = 0; i < std::min(kLongest, words.size()); i++) {
+        typed.append(i > 0 ? "-" : "").append(plainName(words[i]));
+        for (const Command& command : commands())
+            if (plainName(command.name) == typed) {
+                found = &command;
+                taken = i + 1;
+            }
     }
-    rest->assign(words.begin() + static_cast<ptrdiff_t>(longest), words.end());
+    rest->assign(words.begin() + static_cast<ptrdiff_t>(taken), words.end());
     return found;
 }
 
@@ -134,6 +178,8 @@ std::string buildCommand(const Command& command, Words words, const std::vector<
     std::string wrong = checkCount(command, words);
     if (wrong.empty())
         wrong = appendNamedValues(command, named, &words);
+    if (wrong.empty())
+        wrong = checkChoices(command, &words);
     if (wrong.empty())
         putText(command.fixedPayload, request);
     if (wrong.empty() && command.build != nullptr)

@@ -48,7 +48,10 @@ struct Command {
     Access access;
     Gate gate;
     const char* help;
-    const char* arguments = "";       // as help shows them, empty when there are none
+    // As help shows them, empty when there are none. Where one of a few words is possible, all of
+    // them: "on|off". Others are in capitals.
+    const char* arguments = "";
+    const char* example = "";         // arguments that are possible
     ArgumentBuilder build = nullptr;  // null: no arguments, the payload is fixedPayload
     const char* fixedPayload = "";
     ReplyFormat format = nullptr;     // null: the reply carries no value
@@ -60,6 +63,7 @@ struct Command {
     bool isSecret = false;            // its arguments are shown only with --show-secrets
     const char* refusal = "";         // what info 3 says in produce mode, if not that a tool failed
     const char* readBack = nullptr;   // the command that shows what became of one without a reply
+    const char* group = "";           // in its first row: begins a group of help
     double toolSeconds = 0;  // what the unit may wait for its tools, in addition to --timeout
 };
 
@@ -86,8 +90,16 @@ bool isSecret(uint8_t type, uint8_t subType);
 // `raw`, and a password. `command` is null if the words do not name one.
 Words withoutSecrets(const Command* command, Words arguments);
 
-// Finds the row whose name the words begin with, and the longest name if there are several. Stores
-// the words after the name in *rest. Returns null if there is no such row.
+// Returns the name in lower case with a dash between its words: the same for "get mac", "get-mac"
+// and "Get MAC".
+std::string plainName(std::string name);
+
+// Returns the words that an argument like "wifi|reset|wps" can be. Empty if it can be any text.
+Words choicesOf(const std::string& form);
+
+// Finds the row whose name the words begin with, and the longest name if there are several. Case
+// and the dash in place of a space do not matter. Stores the words after the name in *rest. Returns
+// null if there is no such row.
 const Command* findCommand(const Words& words, Words* rest);
 
 // Fills the request of a command. The options that the row's arguments name must be there, and no

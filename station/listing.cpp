@@ -7,36 +7,6 @@ namespace {
 
 constexpr const char* kNone = "-";
 constexpr const char* kNothing = "NOTHING";  // a text, also where it looks like a number
-constexpr size_t kFactsInText = 6;           // of a command; its other facts are for programs
-
-std::string padded(std::string text, size_t width) {
-    text.resize(std::max(text.size(), width), ' ');
-    return text + "  ";
-}
-
-size_t columnWidth(const Listing& listing, size_t column) {
-    size_t width = listing.factNames[column].size();
-    for (const Entry& entry : listing.entries)
-        width = std::max(width, entry.facts[column].size());
-    return width;
-}
-
-void printText(const Listing& listing, const Output& output) {
-    const auto width = static_cast<size_t>(usageWidth(listing));
-    std::string heading = padded(listing.title, width);
-    const size_t facts = std::min(listing.factNames.size(), listing.factsInText);
-    for (size_t i = 0; i < facts; i++)
-        heading += padded(listing.factNames[i], columnWidth(listing, i));
-    heading.erase(heading.find_last_not_of(' ') + 1);
-    fprintf(output.file, "%s\n", heading.c_str());
-    for (const Entry& entry : listing.entries) {
-        std::string line = padded(usageOf(entry), width);
-        for (size_t i = 0; i < facts; i++)
-            line += padded(entry.facts[i], columnWidth(listing, i));
-        line.erase(line.find_last_not_of(' ') + 1);
-        fprintf(output.file, "%s\n", line.c_str());
-    }
-}
 
 json_object* factAsJson(const std::string& name, const std::string& fact) {
     if (fact == kNone)
@@ -54,6 +24,8 @@ void printJson(const Listing& listing, const Output& output) {
             json_object_object_add(object.get(), jsonKey(listing.factNames[i]).c_str(),
                                    factAsJson(listing.factNames[i], entry.facts[i]));
         json_object_object_add(object.get(), "help", jsonString(entry.help));
+        if (!entry.group.empty())
+            json_object_object_add(object.get(), "group", jsonString(entry.group));
         fprintf(output.file, "%s\n", jsonLine(object.get()).c_str());
     }
 }
@@ -72,19 +44,23 @@ Entry entryOf(const Command& command) {
              command.readBack != nullptr ? command.readBack : kNone, orNone(command.fixedPayload),
              command.leastReply > 0 ? std::to_string(command.leastReply) : kNone,
              command.nothing.text != nullptr ? command.nothing.text : kNone},
-            command.help};
+            command.help,
+            "",
+            command.example};
 }
 
 }  // namespace
 
 Listing listCommands(const std::vector<Entry>& local) {
-    Listing listing = {"COMMAND",
-                       {"TYPE", "SUB TYPE", "ACCESS", "MODE", "ONCE", "UNIT", "READ BACK",
+    Listing listing = {{"TYPE", "SUB TYPE", "ACCESS", "MODE", "ONCE", "UNIT", "READ BACK",
                         "PAYLOAD", "LEAST REPLY", kNothing},
-                       {},
-                       kFactsInText};
-    for (const Command& command : commands())
+                       {}};
+    std::string group;
+    for (const Command& command : commands()) {
+        group = command.group[0] != '\0' ? command.group : group;
         listing.entries.push_back(entryOf(command));
+        listing.entries.back().group = group;
+    }
     listing.entries.insert(listing.entries.end(), local.begin(), local.end());
     for (Entry& entry : listing.entries)
         entry.facts.resize(listing.factNames.size(), kNone);
@@ -92,14 +68,19 @@ Listing listCommands(const std::vector<Entry>& local) {
 }
 
 Listing listOptions() {
-    Listing listing = {"OPTION", {}, {}};
+    return optionsWhere([](const OptionHelp&) { return true; });
+}
+
+Listing optionsWhere(const std::function<bool(const OptionHelp&)>& isListed) {
+    Listing listing = {};
     for (const OptionHelp& option : optionsHelp())
-        listing.entries.push_back({option.name, option.argument, {}, option.help});
+        if (isListed(option))
+            listing.entries.push_back({option.name, option.argument, {}, option.help});
     return listing;
 }
 
 Listing listExits() {
-    Listing listing = {"EXIT", {"OUTCOME"}, {}};
+    Listing listing = {{"OUTCOME"}, {}};
     for (const ExitCodeRow& row : exits()) {
         const char* const addend = row.code == kExitInterrupted ? "+N" : "";
         listing.entries.push_back({std::to_string(row.code) + addend, "", {row.word}, row.meaning});
@@ -119,19 +100,15 @@ int usageWidth(const Listing& listing) {
 }
 
 void print(const Listing& listing, const Output& output) {
-    if (output.quiet)
-        for (const Entry& entry : listing.entries)
-            fprintf(output.file, "%s\n", entry.name.c_str());
-    else if (output.format == Format::Json)
-        printJson(listing, output);
-    else
-        printText(listing, output);
-}
-
-void printHelp(const Listing& listing, const Output& output) {
+    if (output.format == Format::Json && !output.quiet)
+        return printJson(listing, output);
     for (const Entry& entry : listing.entries)
-        fprintf(output.file, "  %-*s  %s\n", usageWidth(listing), usageOf(entry).c_str(),
-                entry.help.c_str());
+        if (output.quiet)
+            fprintf(output.file, "%s\n", entry.name.c_str());
+        else
+            fprintf(output.file, "%-*s  %s%s\n", usageWidth(listing), usageOf(entry).c_str(),
+                    entry.facts.size() == 1 ? (entry.facts[0] + ": ").c_str() : "",
+                    entry.help.c_str());
 }
 
 }  // namespace station

@@ -1,6 +1,7 @@
 // The program's own tables for people, programs and the manual.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,30 +14,34 @@ struct Entry {
     std::string arguments;  // empty: none
     Words facts;            // "-": none
     std::string help;
+    std::string group = {};    // of a command
+    std::string example = {};  // arguments of a command, empty: none
 };
 
 struct Listing {
-    const char* title;
     Words factNames;
     std::vector<Entry> entries;
-    size_t factsInText = 100;  // how many of the facts the text form has
 };
 
 Listing listCommands(const std::vector<Entry>& local);
 Listing listOptions();
+Listing optionsWhere(const std::function<bool(const OptionHelp&)>& isListed);
 Listing listExits();
 
-// Name and arguments.
+// Returns name and arguments.
 std::string usageOf(const Entry& entry);
 
-// Columns of the longest usage.
+// Returns the columns of the longest usage.
 int usageWidth(const Listing& listing);
 
-// Prints the table in the output's form: text with a heading and the facts of each entry, JSON
-// objects, one a line, or, with --quiet, the names alone.
+// Prints the entries in the output's form: text with a line for each, JSON objects with all facts,
+// one a line, or, with --quiet, the names alone.
 void print(const Listing& listing, const Output& output);
 
-// Prints the entries with what they are for.
-void printHelp(const Listing& listing, const Output& output);
+// Prints the groups of commands and the options, by name.
+void printOverview(const Listing& listing, const Output& output);
+
+// Prints all that is known of one command. `command` is null if the client carries it out itself.
+void printDetails(const Entry& entry, const Command* command, const Output& output);
 
 }  // namespace station

@@ -2,8 +2,11 @@
 
 #include <getopt.h>
 
+#include <algorithm>
 #include <charconv>
 #include <iterator>
+
+#include "station/suggest.h"
 
 namespace station {
 namespace {
@@ -16,8 +19,6 @@ constexpr unsigned kMaxPort = 65535;
 // Takes the argument of one option. Returns what is wrong with it, or an empty text.
 using Setter = std::string (*)(const std::string& argument, Options* options);
 
-enum class Place : uint8_t { CommandLine, AlsoInBatch };
-
 struct Option {
     const char* name;
     char letter;  // 0: long only
@@ -27,10 +28,10 @@ struct Option {
     const char* help;
 };
 
-template <auto kMember>
+template <auto kMember, bool kMayBeEmpty = false>
 std::string setText(const std::string& argument, Options* options) {
     options->*kMember = argument;
-    return argument.empty() ? "is empty" : "";
+    return argument.empty() && !kMayBeEmpty ? "is empty" : "";
 }
 
 template <auto kMember>
@@ -63,9 +64,12 @@ std::string setSeconds(const std::string& argument, Options* options) {
     return "";
 }
 
-std::string setUser(const std::string& argument, Options* options) {
-    options->user = argument;
-    return "";
+std::string setHost(const std::string& argument, Options* options) {
+    const size_t colon = argument.find(':');
+    options->host = argument.substr(0, colon);
+    if (colon == std::string::npos)
+        return argument.empty() ? "is empty" : "";
+    return setNumber<&Options::port, 1, kMaxPort>(argument.substr(colon + 1), options);
 }
 
 std::string setPassword(const std::string& argument, Options* options) {
@@ -75,13 +79,8 @@ std::string setPassword(const std::string& argument, Options* options) {
 }
 
 std::string setFormat(const std::string& argument, Options* options) {
-    static constexpr const char* kNames[] = {"text", "json"};  // as in Format
-    for (size_t i = 0; i < std::size(kNames); i++)
-        if (argument == kNames[i]) {
-            options->format = static_cast<Format>(i);
-            return "";
-        }
-    return "'" + argument + "' is not text or json";
+    options->format = argument == "json" ? Format::Json : Format::Text;
+    return argument == "json" || argument == "text" ? "" : "'" + argument + "' is not text or json";
 }
 
 std::string raiseVerbosity(const std::string&, Options* options) {
@@ -90,11 +89,14 @@ std::string raiseVerbosity(const std::string&, Options* options) {
 }
 
 constexpr Place kOutside = Place::CommandLine;
+constexpr Place kRun = Place::Run;
 constexpr Place kAnywhere = Place::AlsoInBatch;
+constexpr Place kValue = Place::Value;
+constexpr Place kOwn = Place::Command;
 
 constexpr Option kOptions[] = {
-    {"host", 0, kOutside, "HOST", setText<&Options::host>,
-     "address or name of the unit (192.168.1.1)"},
+    {"host", 0, kOutside, "HOST", setHost,
+     "alias, name or address of the unit, also HOST:PORT (192.168.1.1)"},
     {"port", 0, kOutside, "PORT", setNumber<&Options::port, 1, kMaxPort>, "its UDP port (1040)"},
     {"bind", 0, kOutside, "ADDRESS", setText<&Options::bindAddress>,
      "send from this address of the station; does not choose the interface (any)"},
@@ -102,7 +104,8 @@ constexpr Option kOptions[] = {
      "send and receive on this network interface only (any)"},
     {"local-port", 0, kOutside, "PORT", setNumber<&Options::localPort, 0, kMaxPort>,
      "send from this port, so that calls in a row are one station (1041; 0: any)"},
-    {"user", 0, kOutside, "NAME", setUser, "user name of the unit's web account"},
+    {"user", 0, kOutside, "NAME", setText<&Options::user, true>,
+     "user name of the unit's web account"},
     {"password", 0, kOutside, "TEXT", setPassword,
      "its password; other users of this machine can read it here"},
     {"account-file", 0, kOutside, "FILE", setText<&Options::accountFile>,
@@ -113,16 +116,16 @@ constexpr Option kOptions[] = {
      "how often an unanswered read is sent again (2)"},
     {"deadline", 0, kOutside, "SECONDS", setSeconds<&Options::deadline, 0>,
      "end the whole call after this time (wait: 60, all others: none)"},
-    {"output", 'o', kOutside, "FORMAT", setFormat, "text, or json: one object a line (text)"},
+    {"output", 'o', kOutside, "text|json", setFormat, "json: one object a line (text)"},
     {"quiet", 'q', kOutside, nullptr, setFlag<&Options::quiet>,
      "print values alone, and no warnings"},
     {"output-file", 0, kOutside, "FILE", setText<&Options::outputFile>,
      "write the results to this file instead of standard output"},
-    {"keep-going", 'k', kOutside, nullptr, setFlag<&Options::keepGoing>,
+    {"keep-going", 'k', kRun, nullptr, setFlag<&Options::keepGoing>,
      "run: continue after a command fails"},
     {"release", 0, kOutside, nullptr, setFlag<&Options::release>,
      "release the unit when finished, even after a failure"},
-    {"heartbeat", 0, kOutside, "SECONDS", setSeconds<&Options::heartbeat, 0>,
+    {"heartbeat", 0, kRun, "SECONDS", setSeconds<&Options::heartbeat, 0>,
      "run: time between heartbeats while it waits for a line (20; 0: none)"},
     {"yes", 'y', kAnywhere, nullptr, setFlag<&Options::yes>,
      "do not ask before reset, erase radio and, in run, writes to flash"},
@@ -134,15 +137,17 @@ constexpr Option kOptions[] = {
      "tell what is done; twice: header fields as well; three times: plain and wire bytes as well"},
     {"show-secrets", 0, kOutside, nullptr, setFlag<&Options::showSecrets>,
      "show the PIN in results and traces, and a password in a faulty recipe line"},
-    {"expect", 0, kAnywhere, "TEXT", nullptr,
+    {"expect", 0, kValue, "TEXT", nullptr,
      "fail (exit code 1) unless the returned value is exactly TEXT"},
-    {"gear", 0, kAnywhere, "N", nullptr, "fan set: gear of the fans, 0 to 255"},
-    {"time", 0, kAnywhere, "SECONDS", nullptr, "fan set: run time of the fans"},
-    {"band", 0, kAnywhere, "BAND", nullptr,
+    {"gear", 0, kOwn, "N", nullptr, "gear of the fans, 0 to 255"},
+    {"time", 0, kOwn, "SECONDS", nullptr, "run time of the fans"},
+    {"band", 0, kOwn, "0|1|4|6", nullptr,
      "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},
-    {"mode", 0, kAnywhere, "MODE", nullptr, "smart-antenna: antenna mode, 0 off"},
-    {"nss", 0, kAnywhere, "N", nullptr, "rssi-spread: how many readings to take"},
-    {"help", 'h', kOutside, nullptr, setFlag<&Options::help>, "show this help"},
+    {"mode", 0, kOwn, "MODE", nullptr, "antenna mode, 0 off"},
+    {"nss", 0, kOwn, "N", nullptr, "number of readings"},
+    {"any-check-digit", 0, kOwn, nullptr, nullptr, "accept an IMEI whose check digit is wrong"},
+    {"help", 'h', kOutside, nullptr, setFlag<&Options::help>,
+     "explain the command, or all without one"},
     {"version", 0, kOutside, nullptr, setFlag<&Options::version>, "show the version"},
 };
 constexpr size_t kOptionCount = std::size(kOptions);
@@ -184,7 +189,14 @@ std::string typedOption(char** argv) {
     return typed.substr(0, typed.find('='));
 }
 
-std::string parseOne(int key, char** argv, Place place, Options* options) {
+std::string unknownOption(const std::string& typed) {
+    Words names;
+    for (const Option& row : kOptions)
+        names.push_back(std::string("--") + row.name);
+    return "unknown option '" + typed + "'" + suggestion(typed, names, '\'');
+}
+
+std::string parseOne(int key, char** argv, bool inBatch, Options* options) {
     if (key == 1) {
         options->words.emplace_back(optarg);
         return "";
@@ -192,29 +204,23 @@ std::string parseOne(int key, char** argv, Place place, Options* options) {
     if (key == ':')
         return typedOption(argv) + " needs an argument";
     const Option* const row = optionOf(key);
+    if (row == nullptr && optopt >= kFirstKey)
+        return typedOption(argv) + " takes no argument";
     if (row == nullptr)
-        return (optopt >= kFirstKey ? "needless argument of " : "unknown or ambiguous option ") +
-               typedOption(argv);
-    const std::string name = std::string("--") + row->name;
-    if (place == Place::AlsoInBatch && row->place == Place::CommandLine)
-        return name + " belongs on the command line of run";
-    const std::string argument = optarg != nullptr ? optarg : "";
-    if (row->set == nullptr) {
-        options->named.push_back({row->name, argument});
-        return "";
-    }
-    const std::string wrong = row->set(argument, options);
-    return wrong.empty() ? "" : name + ": " + wrong;
+        return unknownOption(typedOption(argv));
+    if (inBatch && row->place < Place::AlsoInBatch)
+        return std::string("--") + row->name + " belongs on the command line of run";
+    return setOption(row->name, optarg != nullptr ? optarg : "", options);
 }
 
-std::string parse(int argc, char** argv, Place place, Options* options) {
+std::string parse(int argc, char** argv, bool inBatch, Options* options) {
     const std::vector<option> table = parserTable();
     const std::string letters = parserLetters();
     optind = 0;  // start again, also in a second call
     opterr = 0;
     for (int key = 0; (key = getopt_long(argc, argv, letters.c_str(), table.data(), nullptr)) != -1;
          optarg = nullptr) {
-        std::string wrong = parseOne(key, argv, place, options);
+        std::string wrong = parseOne(key, argv, inBatch, options);
         if (!wrong.empty())
             return wrong;
     }
@@ -225,7 +231,7 @@ std::string parse(int argc, char** argv, Place place, Options* options) {
 }  // namespace
 
 std::string parseOptions(int argc, char** argv, Options* options) {
-    return parse(argc, argv, Place::CommandLine, options);
+    return parse(argc, argv, false, options);
 }
 
 std::string parseLine(Words line, Options* options) {
@@ -236,15 +242,24 @@ std::string parseLine(Words line, Options* options) {
     for (std::string& word : line)
         argv.push_back(word.data());
     argv.push_back(nullptr);
-    return parse(static_cast<int>(argv.size() - 1), argv.data(), Place::AlsoInBatch, options);
+    return parse(static_cast<int>(argv.size() - 1), argv.data(), true, options);
+}
+
+std::string setOption(const std::string& name, const std::string& argument, Options* options) {
+    const Option& row = *std::find_if(std::begin(kOptions), std::end(kOptions),
+                                      [&name](const Option& one) { return one.name == name; });
+    if (row.set == nullptr)
+        options->named.push_back({name, argument});
+    const std::string wrong = row.set != nullptr ? row.set(argument, options) : "";
+    return wrong.empty() ? "" : "--" + name + ": " + wrong;
 }
 
 std::vector<OptionHelp> optionsHelp() {
     std::vector<OptionHelp> all;
     for (const Option& row : kOptions) {
         const std::string letter = row.letter != 0 ? std::string("-") + row.letter + ", " : "";
-        all.push_back(
-            {letter + "--" + row.name, row.argument != nullptr ? row.argument : "", row.help});
+        all.push_back({letter + "--" + row.name, row.argument != nullptr ? row.argument : "",
+                       row.help, row.place});
     }
     return all;
 }

@@ -58,11 +58,25 @@ std::string parseOptions(int argc, char** argv, Options* options);
 // Only options that concern a single command are allowed there.
 std::string parseLine(Words line, Options* options);
 
-// An option as help and manual show it.
+// Sets an option that exists, given by its long name. Returns what is wrong with the argument, or
+// an empty text.
+std::string setOption(const std::string& name, const std::string& argument, Options* options);
+
+// Where an option is allowed, and which commands it belongs to.
+enum class Place : uint8_t {
+    CommandLine,
+    Run,          // the command line of `run` only
+    AlsoInBatch,  // the command line, and each line of a recipe
+    Value,        // commands that return a value, here and below also in a recipe
+    Command,      // commands whose arguments name it
+};
+
+// An option as help, manual and completion show it.
 struct OptionHelp {
-    std::string name;  // with its dashes
-    const char* argument;
+    std::string name;  // with its dashes: "-o, --output"
+    std::string argument;
     const char* help;
+    Place place;
 };
 std::vector<OptionHelp> optionsHelp();
 

@@ -5,11 +5,13 @@
 
 #include <cctype>
 
+#include "completions/complete.h"
 #include "station/account.h"
 #include "station/batch.h"
 #include "station/diagnostics.h"
 #include "station/explain.h"
 #include "station/listing.h"
+#include "station/settings.h"
 
 namespace station {
 namespace {
@@ -22,19 +24,26 @@ struct LocalCommand {
     size_t most;
     int (*run)(const Options& options, Output* output);
     const char* help;
+    const char* example;
 };
 
 int list(const Options& options, Output* output);
 int decode(const Options& options, Output* output);
 int help(const Options& options, Output* output);
+int complete(const Options& options, Output* output);
 
 constexpr size_t kAny = 1000;
+constexpr const char* kTables = "commands|options|exit-codes";
 constexpr LocalCommand kLocalCommands[] = {
-    {"run", "FILE|-", 1, 1, runBatch, "carry out a command a line on one socket"},
-    {"sheet", "", 0, 0, readSheet, "read identity and state of a unit as a table"},
-    {"decode", "HEX...", 1, kAny, decode, "explain a captured datagram, given the account"},
-    {"list", "[commands|options|exit-codes]", 0, 1, list, "the tables of this program"},
-    {"help", "", 0, 0, help, "show this help"},
+    {"run", "FILE|-", 1, 1, runBatch, "carry out a command a line on one socket", "recipe.txt"},
+    {"sheet", "", 0, 0, readSheet, "read identity and state of a unit as a table", ""},
+    {"decode", "HEX...", 1, kAny, decode, "explain a captured datagram, given the account",
+     "020300000000000001023700ffdb440863683849f4287601b004120e"},
+    {"list", kTables, 0, kAny, list, "the tables of this program", "options"},
+    {"completions", "WORD...", 0, kAny, complete,
+     "the words that a shell can offer for the last one", "-- get m"},
+    {"help", "[TOPIC]", 0, kAny, help, "explain a command, a group, options or exit-codes",
+     "get mac"},
 };
 
 int complain(int code, const std::string& text) {
@@ -43,7 +52,7 @@ int complain(int code, const std::string& text) {
 }
 
 int complainOfUsage(const std::string& text) {
-    return complain(kExitUsage, text + " (see mfgp-station help)");
+    return complain(kExitUsage, text + (text.ends_with('?') ? "" : " (see mfgp-station help)"));
 }
 
 // Opens the output for what prints without a session. Returns the exit code, after a complaint if
@@ -56,7 +65,8 @@ int beginOutput(const Options& options, Output* output) {
 Listing allCommands() {
     std::vector<Entry> local;
     for (const LocalCommand& command : kLocalCommands)
-        local.push_back({command.name, command.arguments, {}, command.help});
+        local.push_back(
+            {command.name, command.arguments, {}, command.help, "client", command.example});
     return listCommands(local);
 }
 
@@ -70,23 +80,47 @@ int list(const Options& options, Output* output) {
     else if (what == "exit-codes")
         table = listExits();
     else
-        return complainOfUsage("list: '" + what + "' is none of commands, options and exit-codes");
+        return complainOfUsage("list: '" + what + "' is none of " + kTables);
     const int opened = beginOutput(options, output);
     if (opened == kExitDone)
         print(table, *output);
     return opened;
 }
 
+int complete(const Options& options, Output* output) {
+    for (const std::string& word :
+         nextWords({options.words.begin() + 1, options.words.end()}, allCommands()))
+        fprintf(output->file, "%s\n", word.c_str());
+    return kExitDone;
+}
+
+// Explains the command, the group or the table that the words name.
 int help(const Options& options, Output* output) {
+    Words rest;
+    const bool isAsked = !options.words.empty() && plainName(options.words[0]) == "help";
+    const Words topic(options.words.begin() + (isAsked ? 1 : 0), options.words.end());
+    const Command* const command = findCommand(topic, &rest);
+    const std::string name = command != nullptr ? command->name : joined(topic);
+    Listing table = allCommands();
+    if (name == "options" || name == "exit-codes")
+        table = name == "options" ? listOptions() : listExits();
+    else if (!name.empty())
+        std::erase_if(table.entries, [&](const Entry& entry) {
+            return entry.name != name &&
+                   (command != nullptr ||
+                    (entry.group != name && !entry.name.starts_with(name + ' ')));
+        });
+    if (table.entries.empty())
+        return complainOfUsage(unknownCommand(topic));
     const int opened = beginOutput(options, output);
     if (opened != kExitDone)
         return opened;
-    fprintf(output->file, "usage: mfgp-station [options] COMMAND [ARGUMENTS]\n\noptions:\n");
-    printHelp(listOptions(), *output);
-    fprintf(output->file, "\ncommands:\n");
-    printHelp(allCommands(), *output);
-    fprintf(output->file, "\nexit codes:\n");
-    printHelp(listExits(), *output);
+    if (name.empty() && output->format == Format::Text)
+        printOverview(table, *output);
+    else if (table.entries.size() == 1 && output->format == Format::Text)
+        printDetails(table.entries[0], command, *output);
+    else
+        print(table, *output);
     return kExitDone;
 }
 
@@ -144,7 +178,7 @@ int perform(const Options& options, Output* output) {
 
 const LocalCommand* findLocal(const Options& options) {
     for (const LocalCommand& command : kLocalCommands)
-        if (!options.words.empty() && options.words[0] == command.name)
+        if (!options.words.empty() && plainName(options.words[0]) == command.name)
             return &command;
     return nullptr;
 }
@@ -184,6 +218,13 @@ int runOptions(const Options& options, Output* output) {
     return local != nullptr ? local->run(options, output) : perform(options, output);
 }
 
+bool needsAccount(const Options& options) {
+    const LocalCommand* const local = findLocal(options);
+    const bool isTable =
+        local != nullptr && (local->run == list || local->run == help || local->run == complete);
+    return !isTable && !options.help && !options.version;
+}
+
 // If a standard stream is closed, the next open() would reuse its number and results could go into
 // the socket. The replacement is opened in the wrong direction, so using it fails as before.
 void holdStandardStreams() {
@@ -194,17 +235,26 @@ void holdStandardStreams() {
 
 }  // namespace
 
+Words localNames() {
+    Words names;
+    for (const LocalCommand& command : kLocalCommands)
+        names.emplace_back(command.name);
+    return names;
+}
+
 int run(int argc, char** argv) {
     holdStandardStreams();
     Options options;
-    std::string wrong = parseOptions(argc, argv, &options);
+    std::string wrong = readOptions(argc, argv, &options);
     if (wrong.empty())
         wrong = checkCommand(options);
     if (!wrong.empty())
         return complainOfUsage(wrong);
-    const Outcome account = loadAccount(&options);
-    if (account.code != kExitDone)
-        return complain(account.code, account.message);
+    if (needsAccount(options)) {
+        const Outcome account = loadAccount(&options);
+        if (account.code != kExitDone)
+            return complain(account.code, account.message);
+    }
     Output output = {options.format, options.quiet};
     output.showSecrets = options.showSecrets;
     output.nameWidth = usageWidth(allCommands());

@@ -10,6 +10,8 @@
 #include "station/diagnostics.h"
 #include "station/explain.h"
 #include "station/interrupt.h"
+#include "station/run.h"
+#include "station/suggest.h"
 
 namespace station {
 namespace {
@@ -137,11 +139,16 @@ std::string loadArgumentFile(const Command& command, Words* words) {
 }  // namespace
 
 std::string unknownCommand(const Words& words) {
-    std::string known;
+    Words names = localNames();
+    if (std::find(names.begin(), names.end(), plainName(words[0])) != names.end())
+        return "`" + words[0] + "` is not allowed in a recipe";
     for (const Command& command : commands())
-        if (std::string_view(command.name).starts_with(words[0] + ' '))
-            known += (known.empty() ? "; there are " : ", ") + std::string(command.name);
-    return "unknown command '" + joined(words) + "'" + known;
+        names.emplace_back(command.name);
+    // No more words: the next may be a secret argument.
+    const std::string typed = words[0] + (words.size() > 1 ? ' ' + words[1] : "");
+    const std::string near = suggestion(typed, names, '`');
+    return "unknown command '" + typed + "'" +
+           (near.empty() ? suggestion(words[0], names, '`') : near);
 }
 
 Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {

@@ -25,7 +25,7 @@ struct Session {
     bool accountProven = false;  // a reply with a payload had the right digest
 };
 
-// Returns the message for an unknown command, with the commands that begin with the first word.
+// Returns the message for words that are not a command of a recipe, with the nearest names.
 std::string unknownCommand(const Words& words);
 
 // Prepares the command of the options' words. If the command takes @FILE, the file's text replaces

@@ -211,14 +211,14 @@ TEST(Batch, ManualAndCompletionAreInStep) {
     const ShellResult tables = shell(MFGP_SOURCE_DIR "/scripts/manual --check " + station);
     EXPECT_EQ(tables.exitCode, 0) << tables.output;
     const auto complete = [&station](const std::string& words) {
-        return shell("bash -c '. " MFGP_SOURCE_DIR "/station/mfgp-station.bash; COMP_WORDS=(" +
+        return shell("bash -c '. " MFGP_SOURCE_DIR "/completions/mfgp.bash; COMP_WORDS=(" +
                      station + " " + words + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); " +
-                     "_mfgp_station; echo \"${COMPREPLY[@]}\"'")
+                     "_mfgp; echo \"${COMPREPLY[@]}\"'")
             .output;
     };
     EXPECT_EQ(complete("--host get get ma"), "mac\n");
     EXPECT_EQ(complete("-o json calibrate zig"), "zigbee zigbee-host\n");
-    EXPECT_EQ(complete("get mac --ti"), "--timeout --time\n");
+    EXPECT_EQ(complete("get mac --ti"), "--time --timeout\n");
 }
 
 }  // namespace

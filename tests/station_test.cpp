@@ -34,7 +34,7 @@ TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
         {"--retries 0 get oem-id", 1, "Possible causes: the unit is not in produce mode; the"},
         {"-v get oem-id", 1, "asking `get product-id` to learn"},
         {"--user wrong sheet", 5,
-         "produce mode                           ! cannot decrypt the reply"},
+         "produce mode                          ! cannot decrypt the reply"},
         {"--user wrong qlog stop", 5,
          "account is right, the datagram was damaged; try again. `qlog stop` was not sent"},
         {"--user wrong get mac", 5, "(user 'wrong' was used)"},
@@ -104,10 +104,16 @@ TEST(StationClient, WrongWords_AreNamed) {
         {"set group '{\"gid\": 1}'", 2, "has no \"key\""},
         {"set group \"{$(printf %1023d 1)}\"", 2, "is 1025 bytes long, more than 1024"},
         {"generate group 0", 2, "COUNT '0' is not a number above 0"},
+        {"config", 2, "'config'; did you mean `config-check`, `config get`, `config set`?"},
         {"set ftm 0x1", 2, "VALUE '0x1' is not a whole number"},
+        {"antenna-test", 2, "a MODULE is one of EG18-EA, RG520N-EU, EG060K-EA, FG621)"},
         {"antenna-test FG621", 2, "t0 is missing: FG621 takes t0= t1= separator="},
         {"antenna-test EG18-EA t0=1 t3=.", 2, "t3 '.' is not a decimal number"},
         {"antenna-test EG18-EA t9=1", 2, "'t9=1' is not a field: EG18-EA takes t0="},
+        {"set imei 1234567890123456", 2, "is not 15 digits\n"},
+        {"set imei 12345678901234x", 2, "digits; `raw 3 90 313233343536373839303132333478` sends"},
+        {"decode $($station -n set imei 490154203237518)", 0,
+         "payload: 343930313534323033323337353138"},
         {"set external-antenna 10", 2, "CHARACTER '10' is not one letter or digit"},
         {"run /dev/zero", 7, "run: cannot read '/dev/zero': Message too long"},
         {"help", 0, "get hardware-description"},
@@ -237,7 +243,7 @@ TEST(StationClient, Json_HasOneShape) {
     EXPECT_EQ(shell("$station -o json --output-file " + sheet + " sheet; jq -cs '[length, (map(" +
                     "keys_unsorted) | unique | length), .[1].command]' " + sheet)
                   .output,
-              "[24,1,\"get product-id\"]\n");
+              "[24,1,\"get mac\"]\n");
 }
 
 }  // namespace

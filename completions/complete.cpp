@@ -1,0 +1,101 @@
+#include "completions/complete.h"
+
+#include <net/if.h>
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <sstream>
+#include <utility>
+
+#include "station/arguments.h"
+#include "station/settings.h"
+
+namespace station {
+namespace {
+
+Words splitAtBlanks(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+Words interfaceNames() {
+    Words names;
+    const std::unique_ptr<struct if_nameindex, decltype(&if_freenameindex)> all(if_nameindex(),
+                                                                                if_freenameindex);
+    for (const auto* one = all.get(); one != nullptr && one->if_name != nullptr; one++)
+        names.emplace_back(one->if_name);
+    return names;
+}
+
+// Returns the possible values of an argument, given its form and the arguments before it.
+Words valuesOf(const std::string& form, const Words& before) {
+    if (form == "HOST")
+        return hostAliases();
+    if (form == "DEV")
+        return interfaceNames();
+    if (form == "REGION")
+        return regionNames();
+    if (form == "MODULE" || form == "NAME=VALUE...")
+        return antennaNames(before);
+    return choicesOf(form);
+}
+
+// Returns the form of an option's argument. Empty if it has none.
+std::string argumentOf(const std::string& typed) {
+    for (const OptionHelp& option : optionsHelp())
+        for (const std::string& name : splitAtBlanks(option.name))
+            if (name == typed || name == typed + ',')
+                return option.argument;
+    return "";
+}
+
+// Returns the values of the word after these, if they begin with the name of the entry, or the next
+// word of its name.
+Words wordsAfter(const Words& typed, const Entry& entry) {
+    Words forms = splitAtBlanks(entry.name);
+    const size_t nameLength = forms.size();
+    if (!std::equal(forms.begin(), forms.begin() + std::min(nameLength, typed.size()),
+                    typed.begin()))
+        return {};
+    if (typed.size() < nameLength)
+        return {forms[typed.size()]};
+    for (const std::string& form : splitAtBlanks(entry.arguments))
+        forms.push_back(form);
+    const size_t at =
+        forms.back().ends_with("...") ? std::min(typed.size(), forms.size() - 1) : typed.size();
+    return at < forms.size() ? valuesOf(forms[at], {typed.begin() + nameLength, typed.end()})
+                             : Words();
+}
+
+}  // namespace
+
+Words nextWords(Words words, const Listing& commands) {
+    std::string current;
+    if (!words.empty()) {
+        current = words.back();
+        words.pop_back();
+    }
+    Words typed;
+    std::string open;  // the form of the argument that an option waits for
+    for (const std::string& word : words) {
+        const bool isValue = !std::exchange(open, "").empty();
+        if (!isValue && word.starts_with("-"))
+            open = argumentOf(word);
+        else if (!isValue && (word != "help" || !typed.empty()))  // what follows help is a command
+            typed.push_back(word);
+    }
+    Words next = open.empty() ? Words() : valuesOf(open, {});
+    for (const OptionHelp& option : optionsHelp())
+        if (open.empty() && current.starts_with('-'))
+            next.push_back(option.name.substr(option.name.find("--")));
+    for (const Entry& entry : commands.entries)
+        if (open.empty() && !current.starts_with('-'))
+            for (const std::string& word : wordsAfter(typed, entry))
+                next.push_back(word);
+    std::sort(next.begin(), next.end());
+    next.erase(std::unique(next.begin(), next.end()), next.end());
+    return next;
+}
+
+}  // namespace station

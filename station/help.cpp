@@ -1,0 +1,113 @@
+// What `help` prints.
+#include <algorithm>
+
+#include "station/listing.h"
+
+namespace station {
+namespace {
+
+constexpr const char* kUsage = "usage: mfgp-station [options] ";
+
+constexpr const char* kExamples =
+    "COMMAND [ARGUMENTS]\n\n"
+    "  mfgp-station discover                find the units of this network\n"
+    "  mfgp-station --user admin check      see whether this unit can be used, and what is "
+    "missing\n"
+    "  mfgp-station --user admin get mac    read one value; `sheet` reads them all\n\n";
+
+constexpr const char* kMore =
+    "\n`help get mac` explains one command, `help get` and `help cellular` a group of commands,\n"
+    "`help options` the options, `help exit-codes` the exit codes.\n";
+
+// Prints names in lines of at most 80 columns, the first of which begins with the title.
+void printNames(std::string title, const Words& names, const Output& output) {
+    constexpr size_t kTitleWidth = 10;
+    constexpr size_t kLineWidth = 80;
+    title.resize(kTitleWidth, ' ');
+    std::string line = title;
+    for (size_t i = 0; i < names.size(); i++) {
+        if (line.size() + names[i].size() + 1 > kLineWidth) {
+            line.pop_back();
+            fprintf(output.file, "%s\n", line.c_str());
+            line.assign(kTitleWidth, ' ');
+        }
+        line += names[i] + (i + 1 < names.size() ? ", " : "");
+    }
+    fprintf(output.file, "%s\n", line.c_str());
+}
+
+// Returns true if the option belongs to this command and not to every one.
+bool belongsTo(const OptionHelp& option, const Entry& entry, const Command* command) {
+    if (option.place == Place::Run)
+        return entry.name == "run";
+    if (option.place == Place::Value)
+        return command != nullptr && command->format != nullptr;
+    return option.place == Place::Command && entry.arguments.find(option.name) != std::string::npos;
+}
+
+const char* effectOf(Access access) {
+    static constexpr const char* kEffects[] = {
+        "It changes nothing. If no reply comes, it is sent again.",
+        "It changes nothing. It is sent until a reply comes.",
+        "It starts a test. It is sent once.",
+        "It changes the unit. It is sent once.",
+        "It writes to flash. It is sent once. `run` asks first, or takes --yes.",
+        "It erases flash. It is sent once. It asks first, or takes --yes.",
+    };
+    return kEffects[static_cast<size_t>(access)];
+}
+
+void printFacts(const Command& command, const Output& output) {
+    const std::string unit = command.unit;
+    const std::string readBack = command.readBack != nullptr ? command.readBack : "";
+    const struct {
+        bool holds;
+        std::string text;
+    } facts[] = {
+        {true, effectOf(command.access)},
+        {command.gate == Gate::ProduceMode && command.type != kTypeFromWords,
+         "The unit refuses it outside produce mode."},
+        {command.once, "The unit carries it out once. Restart mfgpd to send it again."},
+        {!unit.empty(), "The value is in " + unit + "."},
+        {!readBack.empty(), "`" + readBack + "` shows what it did."},
+    };
+    for (const auto& fact : facts)
+        if (fact.holds)
+            fprintf(output.file, "%s\n", fact.text.c_str());
+}
+
+}  // namespace
+
+void printOverview(const Listing& listing, const Output& output) {
+    fprintf(output.file, "%s%s", kUsage, kExamples);
+    Words names;
+    for (size_t i = 0; i < listing.entries.size(); i++) {
+        const Entry& entry = listing.entries[i];
+        names.push_back(entry.name);
+        if (i + 1 < listing.entries.size() && listing.entries[i + 1].group == entry.group)
+            continue;
+        printNames(entry.group, names, output);
+        names.clear();
+    }
+    fputs("\n", output.file);
+    print(optionsWhere([](const OptionHelp& option) {
+              return option.place == Place::CommandLine || option.place == Place::AlsoInBatch;
+          }),
+          output);
+    fputs(kMore, output.file);
+}
+
+void printDetails(const Entry& entry, const Command* command, const Output& output) {
+    fprintf(output.file, "%s%s\n\n%s\n", kUsage, usageOf(entry).c_str(), entry.help.c_str());
+    if (command != nullptr)
+        printFacts(*command, output);
+    const Listing own =
+        optionsWhere([&](const OptionHelp& option) { return belongsTo(option, entry, command); });
+    if (!own.entries.empty())
+        fprintf(output.file, "\noptions:\n");
+    print(own, output);
+    fprintf(output.file, "\nexample: mfgp-station %s %s\n", entry.name.c_str(),
+            entry.example.c_str());
+}
+
+}  // namespace station
