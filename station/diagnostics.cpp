@@ -2,12 +2,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace station {
 namespace {
 
-bool progressShown = false;
+size_t progressLines = 0;
 
 }  // namespace
 
@@ -20,14 +21,17 @@ void say(const std::string& text) {
 void showProgress(const std::string& text) {
     if (isatty(STDERR_FILENO) == 0)
         return;
-    fprintf(stderr, "\r%s\033[K", text.c_str());
-    progressShown = true;
+    clearProgress();
+    fputs(text.c_str(), stderr);
+    progressLines = 1 + static_cast<size_t>(std::ranges::count(text, '\n'));
 }
 
 void clearProgress() {
-    if (progressShown)
-        fputs("\r\033[K", stderr);
-    progressShown = false;
+    if (progressLines > 1)
+        fprintf(stderr, "\033[%zuA", progressLines - 1);
+    if (progressLines > 0)
+        fputs("\r\033[J", stderr);
+    progressLines = 0;
 }
 
 }  // namespace station

@@ -4,7 +4,7 @@
 
 #include <cctype>
 #include <cmath>
-#include <cstdio>
+#include <cstring>
 #include <memory>
 
 namespace station {
@@ -32,27 +32,6 @@ int stopAtInfinity(json_object* object, int, json_object*, const char*, size_t*,
     return JSON_C_VISIT_RETURN_STOP;
 }
 
-// Returns the code point of the UTF-8 sequence at *at, and moves *at past the sequence.
-// json-c writes no other encoding.
-uint32_t nextCodePoint(std::string_view text, size_t* at) {
-    const auto byteAt = [text](size_t place) -> uint32_t {
-        return place < text.size() ? static_cast<uint8_t>(text[place]) : 0;
-    };
-    const uint32_t first = byteAt(*at);
-    const unsigned more = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first >= 0xC0 ? 1 : 0;
-    uint32_t point = more == 0 ? first : first & (0x3FU >> more);
-    for (unsigned i = 1; i <= more; i++)
-        point = point << 6 | (byteAt(*at + i) & 0x3F);
-    *at += more + 1;
-    return point;
-}
-
-void appendEscape(uint32_t unit, std::string* line) {
-    char escape[8];
-    snprintf(escape, sizeof escape, "\\u%04x", unit & 0xFFFF);
-    *line += escape;
-}
-
 }  // namespace
 
 json_object* jsonOf(const Value& value) {
@@ -67,8 +46,12 @@ json_object* jsonOf(const Value& value) {
         json_object* operator()(const Flags& flags) { return objectOf(membersOf(flags)); }
         json_object* operator()(const List& list) { return arrayOf(list.items); }
         json_object* operator()(const Record& record) { return objectOf(record.members); }
+        // As the unit wrote it, because json-c would write its \u escapes as UTF-8.
         json_object* operator()(const ParsedJson& json) {
-            return json_object_get(json.object.get());
+            json_object* const object = json_object_new_object();
+            json_object_set_serializer(object, json_object_userdata_to_json_string,
+                                       strdup(json.text.c_str()), json_object_free_userdata);
+            return object;
         }
         json_object* operator()(const RawReply& raw) { return jsonString(dottedText(raw.payload)); }
     };
@@ -106,21 +89,8 @@ json_object* parseJson(const std::string& text) {
 }
 
 std::string jsonLine(json_object* object) {
-    const std::string_view utf8 = json_object_to_json_string_ext(
-        object, JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
-    std::string line;
-    for (size_t at = 0; at < utf8.size();) {
-        const uint32_t point = nextCodePoint(utf8, &at);
-        if (point < 0x7F) {
-            line += static_cast<char>(point);
-        } else if (point < 0x10000) {
-            appendEscape(point, &line);
-        } else {
-            appendEscape(0xD800 + ((point - 0x10000) >> 10), &line);
-            appendEscape(0xDC00 + (point & 0x3FF), &line);
-        }
-    }
-    return line;
+    return json_object_to_json_string_ext(object,
+                                          JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
 }
 
 }  // namespace station

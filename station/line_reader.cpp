@@ -1,7 +1,9 @@
 #include "station/line_reader.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 
 #include "station/interrupt.h"
 
@@ -23,8 +25,22 @@ bool extractLine(LineReader* reader, std::string* line) {
     return true;
 }
 
-// Reads one word that begins at *at. Returns false when a quote is not closed.
-bool readWord(const std::string& line, size_t* at, std::string* word) {
+// Appends the value of the ${NAME} at *at, and moves *at to its end. Returns false if it has none.
+bool readVariable(const std::string& line, const NamedValues& variables, size_t* at,
+                  std::string* word) {
+    const size_t end = std::min(line.find('}', *at), line.size());
+    const std::string name = line.substr(*at + 2, end - *at - 2);
+    const auto set =
+        std::ranges::find(variables.rbegin(), variables.rend(), name, &NamedValue::name);
+    const char* const value = set != variables.rend() ? set->value.c_str() : getenv(name.c_str());
+    *word = value != nullptr ? *word + value : name;
+    *at = end;
+    return value != nullptr;
+}
+
+// Reads one word that begins at *at. Returns what is wrong with it, or an empty text.
+std::string readWord(const std::string& line, const NamedValues& variables, size_t* at,
+                     std::string* word) {
     char quote = 0;
     for (; *at < line.size() && (quote != 0 || !isBlank(line[*at])); ++*at) {
         const char character = line[*at];
@@ -32,12 +48,15 @@ bool readWord(const std::string& line, size_t* at, std::string* word) {
             quote = 0;
         else if (quote == 0 && (character == '\'' || character == '"'))
             quote = character;
-        else if (character == '\\' && quote != '\'' && *at + 1 < line.size())
+        else if (quote != '\'' && line.compare(*at, 2, "${") == 0) {
+            if (!readVariable(line, variables, at, word))
+                return "${" + *word + "} is not defined (--set " + *word + "=VALUE defines it)";
+        } else if (character == '\\' && quote != '\'' && *at + 1 < line.size())
             *word += line[++*at];
         else
             *word += character;
     }
-    return quote == 0;
+    return quote == 0 ? "" : "a quote is not closed";
 }
 
 }  // namespace
@@ -69,7 +88,7 @@ LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line) {
     return LineEvent::Line;
 }
 
-std::string splitWords(const std::string& line, Words* words) {
+std::string splitWords(const std::string& line, const NamedValues& variables, Words* words) {
     if (line.find('\0') != std::string::npos)
         return "the line holds a zero byte";
     for (size_t at = 0; at < line.size();) {
@@ -80,8 +99,9 @@ std::string splitWords(const std::string& line, Words* words) {
         if (line[at] == '#')
             break;
         words->emplace_back();
-        if (!readWord(line, &at, &words->back()))
-            return "a quote is not closed";
+        const std::string wrong = readWord(line, variables, &at, &words->back());
+        if (!wrong.empty())
+            return wrong;
     }
     return "";
 }

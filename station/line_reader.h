@@ -21,8 +21,9 @@ enum class LineEvent { Line, End, TimedOut, Interrupted, Fault };
 LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line);
 
 // Splits a line into words at blanks. Single quotes keep every character. In double quotes and
-// outside of quotes, a backslash keeps the next character. A # at the start of a word begins a
-// comment. Returns an error message, or an empty text.
-std::string splitWords(const std::string& line, Words* words);
+// outside of quotes, a backslash keeps the next character, and ${NAME} stands for the last variable
+// of that name, else for the environment's; its value is not split. A # at the start of a word
+// begins a comment. Returns an error message, or an empty text.
+std::string splitWords(const std::string& line, const NamedValues& variables, Words* words);
 
 }  // namespace station

@@ -64,6 +64,15 @@ std::string setSeconds(const std::string& argument, Options* options) {
     return "";
 }
 
+template <auto kMember>
+std::string addPair(const std::string& argument, Options* options) {
+    const size_t equals = argument.find('=');
+    if (equals == 0 || equals == std::string::npos)
+        return "takes NAME=VALUE";
+    (options->*kMember).push_back({argument.substr(0, equals), argument.substr(equals + 1)});
+    return "";
+}
+
 std::string setHost(const std::string& argument, Options* options) {
     const size_t colon = argument.find(':');
     options->host = argument.substr(0, colon);
@@ -120,7 +129,18 @@ constexpr Option kOptions[] = {
     {"quiet", 'q', kOutside, nullptr, setFlag<&Options::quiet>,
      "print values alone, and no warnings"},
     {"output-file", 0, kOutside, "FILE", setText<&Options::outputFile>,
-     "write the results to this file instead of standard output"},
+     "write the results to this file; {KEY} stands for a label, {time} for the time; -: standard "
+     "output"},
+    {"append", 0, kOutside, nullptr, setFlag<&Options::append>,
+     "add to the --output-file instead of emptying it"},
+    {"station", 0, kOutside, "NAME", setText<&Options::station>,
+     "name of this station in the records (name of the machine)"},
+    {"label", 0, kOutside, "KEY=VALUE", addPair<&Options::labels>,
+     "put this label into each record; can be given several times"},
+    {"set", 0, kRun, "NAME=VALUE", addPair<&Options::variables>,
+     "run: value of ${NAME} in the recipe; can be given several times"},
+    {"units", 0, kRun, "FILE|HOST,...", setText<&Options::units>,
+     "run: carry the recipe out on all these units side by side"},
     {"keep-going", 'k', kRun, nullptr, setFlag<&Options::keepGoing>,
      "run: continue after a command fails"},
     {"release", 0, kOutside, nullptr, setFlag<&Options::release>,
@@ -139,10 +159,15 @@ constexpr Option kOptions[] = {
      "show the PIN in results and traces, and a password in a faulty recipe line"},
     {"expect", 0, kValue, "TEXT", nullptr,
      "fail (exit code 1) unless the returned value is exactly TEXT"},
+    {"min", 0, kValue, "N", nullptr, "fail unless the returned number is at least N"},
+    {"max", 0, kValue, "N", nullptr, "fail unless the returned number is at most N"},
+    {"match", 0, kValue, "REGEX", nullptr,
+     "fail unless this extended regular expression is found in the returned value"},
+    {"until", 0, kAnywhere, nullptr, nullptr, "repeat a read until it passes"},
+    {"for", 0, kAnywhere, "SECONDS", nullptr, "how long --until repeats (60)"},
     {"gear", 0, kOwn, "N", nullptr, "gear of the fans, 0 to 255"},
     {"time", 0, kOwn, "SECONDS", nullptr, "run time of the fans"},
-    {"band", 0, kOwn, "0|1|4|6", nullptr,
-     "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},
+    {"band", 0, kOwn, "0|1|4|6", nullptr, "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},
     {"mode", 0, kOwn, "MODE", nullptr, "antenna mode, 0 off"},
     {"nss", 0, kOwn, "N", nullptr, "number of readings"},
     {"any-check-digit", 0, kOwn, nullptr, nullptr, "accept an IMEI whose check digit is wrong"},

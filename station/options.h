@@ -18,6 +18,8 @@ struct NamedValue {
     std::string value;
 };
 
+using NamedValues = std::vector<NamedValue>;
+
 enum class Format : uint8_t { Text, Json };
 
 struct Options {
@@ -42,11 +44,16 @@ struct Options {
     Format format = Format::Text;
     bool quiet = false;
     std::string outputFile;  // empty: standard output
+    bool append = false;
+    std::string station;    // empty: the name of this machine
+    NamedValues labels;     // of the records
+    NamedValues variables;  // of the recipe
+    std::string units;      // file or list of hosts, empty: host alone
     unsigned verbosity = 0;
     bool showSecrets = false;
     bool help = false;
     bool version = false;
-    std::vector<NamedValue> named;
+    NamedValues named;
     Words words;
 };
 

@@ -1,7 +1,11 @@
 #include "station/result.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstring>
 
@@ -10,22 +14,7 @@
 namespace station {
 namespace {
 
-// ISO 8601 in UTC, to the millisecond.
-std::string timeText(std::chrono::system_clock::time_point time) {
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
-    const auto seconds = static_cast<time_t>(milliseconds / 1000);
-    tm parts = {};
-    gmtime_r(&seconds, &parts);
-    char text[64];
-    const size_t length = strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
-    snprintf(text + length, sizeof text - length, ".%03dZ", static_cast<int>(milliseconds % 1000));
-    return text;
-}
-
-json_object* stringOrNull(const std::string& text) {
-    return text.empty() ? nullptr : jsonString(text);
-}
+constexpr const char* kHidden = "********";
 
 json_object* arrayOf(const Words& words) {
     json_object* const array = json_object_new_array();
@@ -40,37 +29,80 @@ Words shownArguments(const Result& result, const Output& output) {
         return command.name == result.command;
     });
     const Command* const command = row != table.end() ? &*row : nullptr;
-    return output.showSecrets ? result.arguments : withoutSecrets(command, result.arguments);
+    return output.options->showSecrets ? result.arguments
+                                       : withoutSecrets(command, result.arguments);
 }
 
-Json objectOf(const Result& result, const Output& output) {
-    Json object(json_object_new_object());
-    const auto add = [&object](const char* name, json_object* value) {
-        json_object_object_add(object.get(), name, value);
-    };
-    const bool informed = result.info.has_value();
-    add("schema", json_object_new_int(kSchema));
-    add("command", jsonString(result.command));
-    add("arguments", arrayOf(shownArguments(result, output)));
-    add("unit", stringOrNull(result.unit));
-    add("outcome",
-        jsonString(result.word != nullptr ? result.word : outcomeWord(result.outcome.code)));
-    add("exit", json_object_new_int(result.outcome.code));
-    add("message", stringOrNull(result.outcome.message));
-    add("info", informed ? json_object_new_int(*result.info) : nullptr);
-    add("meaning", informed ? jsonString(infoMeaning(*result.info)) : nullptr);
-    add("value", jsonOf(result.value));
-    add("raw", result.raw ? jsonString(hexOf(*result.raw)) : nullptr);
-    add("start", jsonString(timeText(result.start)));
-    add("milliseconds", json_object_new_int64(std::lround(result.seconds * 1000)));
-    add("tries", json_object_new_int(static_cast<int>(result.tries)));
+json_object* objectOf(const NamedValues& limits) {
+    if (limits.empty())
+        return nullptr;
+    json_object* const object = json_object_new_object();
+    for (const NamedValue& limit : limits) {
+        const bool isText = limit.name == "expect" || limit.name == "match";
+        json_object_object_add(
+            object, limit.name.c_str(),
+            isText ? jsonString(limit.value) : jsonOf(numberOrText(limit.value)));
+    }
     return object;
 }
 
+JsonRecord recordOf(const Result& result, const Output& output) {
+    JsonRecord record("result", result.unit, output);
+    const bool informed = result.info.has_value();
+    record.add("line", result.line > 0 ? json_object_new_int(result.line) : nullptr);
+    record.add("command", jsonString(result.command));
+    record.add("arguments", arrayOf(shownArguments(result, output)));
+    record.add("outcome", jsonString(wordOf(result)));
+    record.add("exit", json_object_new_int(result.outcome.code));
+    record.add("message", stringOrNull(result.outcome.message));
+    record.add("info", informed ? json_object_new_int(*result.info) : nullptr);
+    record.add("meaning", informed ? jsonString(infoMeaning(*result.info)) : nullptr);
+    record.add("value", jsonOf(result.value));
+    record.add("measure", stringOrNull(result.measure));
+    record.add("limits", objectOf(result.limits));
+    record.add("raw", result.raw ? jsonString(hexOf(*result.raw)) : nullptr);
+    record.add("packet_id", result.packetId ? json_object_new_int(*result.packetId) : nullptr);
+    record.add("start", jsonString(timeText(result.start)));
+    record.add("milliseconds", json_object_new_int64(std::lround(result.seconds * 1000)));
+    record.add("tries", json_object_new_int(static_cast<int>(result.tries)));
+    return record;
+}
+
 void printJson(const Result& result, const Output& output) {
-    const Json object = output.quiet ? Json(jsonOf(result.value)) : objectOf(result, output);
-    if (object)
-        fprintf(output.file, "%s\n", jsonLine(object.get()).c_str());
+    const Json value(output.quiet ? jsonOf(result.value) : nullptr);
+    if (!output.quiet)
+        print(recordOf(result, output), output);
+    else if (value)
+        fprintf(output.file, "%s\n", jsonLine(value.get()).c_str());
+}
+
+// Returns the result without what a unit has sent back of a secret.
+Result withoutSecrets(Result result) {
+    if (result.raw && result.value.exists())
+        result.value = {kHidden};
+    result.raw.reset();
+    for (NamedValue& limit : result.limits)
+        limit.value = kHidden;
+    return result;
+}
+
+// Puts labels and time in the places of {KEY} and {time}. Returns what is wrong, or an empty text.
+std::string fillName(const NamedValues& labels, std::string* name) {
+    for (size_t at = 0; (at = name->find('{', at)) != std::string::npos;) {
+        const size_t end = std::min(name->find('}', at), name->size());
+        const std::string key = name->substr(at + 1, end - at - 1);
+        std::string text = timeText(std::chrono::system_clock::now());
+        const auto label = std::find_if(labels.rbegin(), labels.rend(),
+                                        [&key](const auto& given) { return given.name == key; });
+        if (label != labels.rend())
+            text = label->value;
+        else if (key != "time")
+            return "--output-file: there is no label '" + key + "'";
+        std::replace(text.begin(), text.end(), '/', '_');  // a label stays in its folder
+        name->replace(at, end - at + 1, text);
+        at += text.size();
+    }
+    return "";
 }
 
 void printText(const Result& result, Layout layout, const Output& output) {
@@ -92,30 +124,93 @@ void printText(const Result& result, Layout layout, const Output& output) {
     Words name = {result.command};
     const Words arguments = shownArguments(result, output);
     name.insert(name.end(), arguments.begin(), arguments.end());
-    fprintf(output.file, "%-*s  %s\n", output.nameWidth, joined(name).c_str(), text.c_str());
+    fprintf(output.file, "%s%-*s  %s\n", output.prefix.c_str(), output.nameWidth,
+            joined(name).c_str(), text.c_str());
 }
 
 }  // namespace
 
 std::string openOutput(const Options& options, Output* output) {
-    if (options.outputFile.empty())
-        return "";
-    output->owned.reset(fopen(options.outputFile.c_str(), "we"));
-    if (!output->owned)
-        return "cannot write '" + options.outputFile + "': " + strerror(errno);
-    output->file = output->owned.get();
+    std::string name = options.outputFile;
+    if (!name.empty() && name != "-") {
+        const std::string wrong = fillName(options.labels, &name);
+        if (!wrong.empty())
+            return wrong;
+        output->owned.reset(fopen(name.c_str(), options.append ? "ae" : "we"));
+        if (!output->owned)
+            return "cannot write '" + name + "': " + strerror(errno);
+        output->file = output->owned.get();
+    }
+    struct stat results = {};
+    struct stat errors = {};
+    output->reachesErrors = fstat(fileno(output->file), &results) == 0 &&
+                            fstat(STDERR_FILENO, &errors) == 0 && results.st_dev == errors.st_dev &&
+                            results.st_ino == errors.st_ino;
     return "";
 }
 
-void print(const Result& result, Layout layout, Output* output) {
+void print(const Result& given, Layout layout, Output* output) {
     clearProgress();
+    const bool hides = given.isSecret && !output->options->showSecrets;
+    const Result result = hides ? withoutSecrets(given) : given;
     if (output->format == Format::Json)
         printJson(result, *output);
     else
         printText(result, layout, *output);
-    fflush(output->file);
-    if ((layout == Layout::Single || output->quiet) && result.outcome.code != kExitDone)
-        say((result.command.empty() ? "" : result.command + ": ") + result.outcome.message);
+    flush(*output);
+    const bool isSeen = layout == Layout::Row && !output->quiet && output->reachesErrors;
+    if (!isSeen && result.outcome.code != kExitDone)
+        say((result.line > 0 ? "line " + std::to_string(result.line) + ": " : "") +
+            (result.command.empty() ? "" : result.command + ": ") + result.outcome.message);
+}
+
+void print(const JsonRecord& record, const Output& output) {
+    fprintf(output.file, "%s\n", jsonLine(record.object.get()).c_str());
+    flush(output);
+}
+
+JsonRecord::JsonRecord(const char* kind, const std::string& unit, const Output& output) {
+    const Options& options = *output.options;
+    char host[HOST_NAME_MAX + 1] = {};
+    gethostname(host, sizeof host - 1);
+    json_object* const labels = json_object_new_object();
+    for (const NamedValue& label : options.labels)
+        json_object_object_add(labels, label.name.c_str(), jsonString(label.value));
+    const bool isRun = options.words.size() > 1 && options.words[0] == "run";
+    add("schema", json_object_new_int(kSchema));
+    add("record", jsonString(kind));
+    add("client", jsonString(MFGP_STATION_VERSION));
+    add("station", jsonString(options.station.empty() ? host : options.station));
+    add("labels", labels);
+    add("recipe", isRun ? jsonString(options.words[1]) : nullptr);
+    add("unit", stringOrNull(unit));
+}
+
+std::string timeText(std::chrono::system_clock::time_point time) {
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
+    const auto seconds = static_cast<time_t>(milliseconds / 1000);
+    tm parts = {};
+    gmtime_r(&seconds, &parts);
+    char text[64];
+    const size_t length = strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
+    snprintf(text + length, sizeof text - length, ".%03dZ", static_cast<int>(milliseconds % 1000));
+    return text;
+}
+
+json_object* stringOrNull(const std::string& text) {
+    return text.empty() ? nullptr : jsonString(text);
+}
+
+const char* wordOf(const Result& result) {
+    return result.word != nullptr ? result.word : outcomeWord(result.outcome.code);
+}
+
+void flush(const Output& output) {
+    const bool isLocked = output.lock >= 0 && lockf(output.lock, F_LOCK, 0) == 0;
+    fflush(output.file);
+    if (isLocked && lockf(output.lock, F_ULOCK, 0) != 0)
+        say("cannot unlock the output");
 }
 
 bool isWritten(const Output& output) {

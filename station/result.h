@@ -12,7 +12,7 @@
 
 namespace station {
 
-inline constexpr int kSchema = 1;  // raised when a field changes its name or meaning
+inline constexpr int kSchema = 2;  // raised when a field changes its name or meaning
 
 struct Result {
     std::string command;
@@ -27,6 +27,10 @@ struct Result {
     unsigned tries = 0;
     const char* word = nullptr;  // the outcome in place of the exit code's word: DRYRUN, SKIPPED
     std::string measure;         // the value's unit of measure, empty if there is none
+    NamedValues limits;          // that the value has to keep
+    std::optional<uint16_t> packetId;  // of the last packet sent
+    int line = 0;                      // of the recipe, 0 outside of one
+    bool isSecret = false;             // value, raw reply and limits are shown with --show-secrets
 };
 
 enum class Layout : uint8_t {
@@ -41,17 +45,44 @@ struct Output {
     File owned = {};      // an --output-file
     FILE* file = stdout;  // where results go: there until that is open
     int nameWidth = 0;    // columns of a row's name
-    bool showSecrets = false;
+    const Options* options = nullptr;
+    std::string prefix = {};     // before each row
+    int lock = -1;               // file to lock while a record is written
+    bool reachesErrors = false;  // the file and standard error are one, as on a terminal
 };
 
-// Opens the --output-file, which it empties, if the options name one. Called late, so that a
-// mistake in the words leaves the file of earlier results alone. Returns what went wrong, or an
-// empty text.
+// Opens the --output-file if the options name one; empties it without --append. {KEY} in the name
+// stands for a label, {time} for the time in UTC. Called late, so that a mistake in the words
+// leaves the file of earlier results alone. Returns what went wrong, or an empty text.
 std::string openOutput(const Options& options, Output* output);
 
-// Prints the result as one JSON object or as text, at once. For a single
-// command, error messages go to standard error.
+// Prints the result as one JSON object or as text, at once. The message of one that has not passed
+// also goes to standard error, unless the rows of a batch are seen there already.
 void print(const Result& result, Layout layout, Output* output);
+
+// A record with the members that all records of a call have, and a way to add more.
+struct JsonRecord {
+    JsonRecord(const char* kind, const std::string& unit, const Output& output);
+    void add(const char* name, json_object* value) {
+        json_object_object_add(object.get(), name, value);
+    }
+    Json object{json_object_new_object()};
+};
+
+// Prints the record on one line, at once.
+void print(const JsonRecord& record, const Output& output);
+
+// Returns the result's outcome in one word.
+const char* wordOf(const Result& result);
+
+// Returns the time in ISO 8601 in UTC, to the millisecond.
+std::string timeText(std::chrono::system_clock::time_point time);
+
+// Returns a JSON string, or null for an empty text.
+json_object* stringOrNull(const std::string& text);
+
+// Writes the buffered record, whole even where other processes write to the same output.
+void flush(const Output& output);
 
 // Returns false when anything could not be written.
 bool isWritten(const Output& output);

@@ -169,7 +169,7 @@ int perform(const Options& options, Output* output) {
         return opened;
     LineReader terminal;
     if (needsConfirmation(prepared, false))
-        outcome = confirm(&session, &terminal, prepared.command->name);
+        outcome = confirm(&session, &terminal, questionOf(options, *prepared.command));
     const bool goesOn = outcome.code == kExitDone;
     const Result result = goesOn ? execute(&session, prepared) : unsent(options.words, outcome);
     endSession(&session);
@@ -256,7 +256,7 @@ int run(int argc, char** argv) {
             return complain(account.code, account.message);
     }
     Output output = {options.format, options.quiet};
-    output.showSecrets = options.showSecrets;
+    output.options = &options;
     output.nameWidth = usageWidth(allCommands());
     const int code = runOptions(options, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");

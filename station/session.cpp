@@ -10,6 +10,7 @@
 #include "station/diagnostics.h"
 #include "station/explain.h"
 #include "station/interrupt.h"
+#include "station/limits.h"
 #include "station/run.h"
 #include "station/suggest.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 constexpr double kPollSeconds = 1;
 constexpr double kPollTotalSeconds = 60;
+constexpr double kUntilPause = 0.5;  // seconds between two reads of --until
 
 RetryPolicy retryPolicyOf(const Command& command, const Options& options) {
     constexpr double kRefusalSeconds = 0.2;  // a cancel is obeyed in silence
@@ -41,13 +43,16 @@ Result resultOf(const PreparedCommand& prepared, const std::string& unit) {
     result.arguments = prepared.arguments;
     result.unit = unit;
     result.measure = prepared.command->unit;
+    result.limits = prepared.limits;
+    result.isSecret = isSecret(prepared.request.type, prepared.request.subType);
     return result;
 }
 
 Result showDatagram(Session* session, const PreparedCommand& prepared) {
     Link& link = session->link;
     Result result = resultOf(prepared, link.unit);
-    const Bytes datagram = buildRequest(prepared.request, link.nextId++, link.key);
+    result.packetId = link.nextId++;
+    const Bytes datagram = buildRequest(prepared.request, *result.packetId, link.key);
     if (link.verbosity > 0)
         say(textOf({headerFields(datagram, link.key)}));
     result.value = {hexOf(datagram)};
@@ -96,32 +101,16 @@ void nameCause(Session* session, const PreparedCommand& prepared, Result* result
         result->outcome.message = refusalText(*prepared.command, readMode(session));
 }
 
-// Turns a PASS into a FAIL if the value means nothing or is not the expected one. A value that
-// means nothing is dropped; the raw reply stays.
-void judgeValue(const PreparedCommand& prepared, Result* result) {
-    if (result->outcome.code != kExitDone)
-        return;
-    const std::string text = textOf(result->value);
-    if (isNothing(*prepared.command, result->value)) {
-        result->value = {};
-        result->outcome = {kExitFailed, "no value: the unit returned '" + text + "' (" +
-                                            prepared.command->nothing.meaning + ")"};
-    } else if (text != prepared.expected.value_or(text)) {
-        result->outcome = {kExitFailed,
-                           "expected '" + *prepared.expected + "', got '" + text + "'"};
-    }
-}
-
-// Takes the last --expect, and all of them out of the options that are left to the command.
-std::optional<std::string> extractExpected(std::vector<NamedValue>* named) {
-    std::optional<std::string> expected;
-    std::erase_if(*named, [&expected](const NamedValue& given) {
-        const bool isExpected = given.name == "expect";
-        if (isExpected)
-            expected = given.value;
-        return isExpected;
-    });
-    return expected;
+// Sends a command, waits for its reply and judges it.
+void askOnce(Session* session, const PreparedCommand& prepared, Result* result) {
+    const Answer answer = exchange(session, prepared);
+    result->outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link);
+    result->tries += answer.tries;
+    if (answer.tries > 0)
+        result->packetId = static_cast<uint16_t>(session->link.nextId - 1);
+    if (answer.status == ExchangeStatus::Answered)
+        recordReply(*prepared.command, answer.reply, result);
+    judge(*prepared.command, result->isSecret && !session->options.showSecrets, result);
 }
 
 // Puts the text of a file in the place of its name, given with or without @ in front, where the
@@ -159,22 +148,26 @@ Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     *prepared = prepareRow(*command, options);
     prepared->arguments = rest;
     for (const NamedValue& given : options.named)
-        prepared->arguments.push_back("--" + given.name + "=" + given.value);
+        prepared->arguments.push_back("--" + given.name + (given.value.empty() ? "" : "=") +
+                                      given.value);
     std::string wrong = loadArgumentFile(*command, &rest);
     if (!wrong.empty())
         return {kExitLocalFault, wrong};
-    std::vector<NamedValue> named = options.named;
-    if (command->format != nullptr)
-        prepared->expected = extractExpected(&named);
-    if (prepared->expected && options.dryRun)
-        return {kExitUsage, "--expect needs a reply, and --dry-run sends nothing"};
-    wrong = buildCommand(*command, rest, named, &prepared->request);
+    NamedValues named = options.named;
+    wrong = extractLimits(*command, &named, &prepared->limits, &prepared->untilSeconds);
+    if (options.dryRun && named.size() < options.named.size())
+        return {kExitUsage,
+                "--" +
+                    (prepared->limits.empty() ? std::string("until") : prepared->limits[0].name) +
+                    " needs a reply, and --dry-run sends nothing"};
+    if (wrong.empty())
+        wrong = buildCommand(*command, rest, named, &prepared->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
 PreparedCommand prepareRow(const Command& command, const Options& options) {
-    return {&command,    {}, {command.type, command.subType, {}}, retryPolicyOf(command, options),
-            options.yes, {}};
+    const RetryPolicy retry = retryPolicyOf(command, options);
+    return {&command, {}, {command.type, command.subType, {}}, retry, options.yes};
 }
 
 int openSession(Session* session) {
@@ -206,11 +199,12 @@ Mode readMode(Session* session) {
         say("asking `get product-id` to learn whether the unit is in produce mode");
     PreparedCommand read = prepareRow(commandNamed("get product-id"), session->options);
     read.retry.tries = 1;
-    const Answer answer = exchange(session, read);
-    if (answer.status != ExchangeStatus::Answered || answer.reply.status != DecodeStatus::Whole)
+    const Reply reply = exchange(session, read).reply;
+    if (reply.status != DecodeStatus::Whole || !reply.hasId)  // the latter: there was no answer
         return Mode::Unknown;
-    const uint8_t info = answer.reply.info;
-    return info == kInfoSuccess ? Mode::Produce : info == kInfoFailed ? Mode::Other : Mode::Unknown;
+    if (reply.info == kInfoSuccess)
+        return Mode::Produce;
+    return reply.info == kInfoFailed ? Mode::Other : Mode::Unknown;
 }
 
 Result execute(Session* session, const PreparedCommand& prepared) {
@@ -224,15 +218,26 @@ Result execute(Session* session, const PreparedCommand& prepared) {
             return result;
         }
     }
-    const Answer answer = exchange(session, prepared);
-    result.outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link);
-    result.seconds = answer.seconds;
-    result.tries = answer.tries;
-    if (answer.status == ExchangeStatus::Answered)
-        recordReply(*prepared.command, answer.reply, &result);
+    const auto start = Clock::now();
+    const auto last = start + std::chrono::duration<double>(prepared.untilSeconds - kUntilPause);
+    askOnce(session, prepared, &result);
+    while (result.outcome.code == kExitFailed && Clock::now() < last && pause(session, kUntilPause))
+        askOnce(session, prepared, &result);
+    if (interruptSignal() != 0 && prepared.untilSeconds > 0)
+        result.outcome = interrupted("");
+    result.seconds = secondsSince(start);
     nameCause(session, prepared, &result);
-    judgeValue(prepared, &result);
     return result;
+}
+
+bool pause(Session* session, double seconds) {
+    const auto deadline = session->link.deadline;
+    session->link.deadline = std::min(deadline, secondsFromNow(seconds));
+    LineReader none = {.fd = -1};
+    std::string line;
+    const bool isWhole = readLine(session, &none, &line) == LineEvent::TimedOut;
+    session->link.deadline = deadline;
+    return isWhole && Clock::now() < deadline;
 }
 
 void endSession(Session* session) {
@@ -274,20 +279,23 @@ bool needsConfirmation(const PreparedCommand& prepared, bool inBatch) {
            accessOf(prepared.request) >= (inBatch ? Access::Flash : Access::Erase);
 }
 
-Outcome confirm(Session* session, LineReader* terminal, const std::string& what) {
+Outcome confirm(Session* session, LineReader* terminal, const std::string& question) {
     if (session->options.dryRun)
         return {kExitDone, ""};
     if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0)
         return {kExitUsage,
                 "needs --yes: this cannot be undone, and there is no terminal to ask on"};
     clearProgress();
-    fprintf(stderr, "%s on %s. This cannot be undone. Continue? [y/N] ", what.c_str(),
-            session->options.host.c_str());
+    fprintf(stderr, "%s Continue? [y/N] ", question.c_str());
     std::string answer;
     const bool agreed =
         readLine(session, terminal, &answer) == LineEvent::Line &&
         (strcasecmp(answer.c_str(), "y") == 0 || strcasecmp(answer.c_str(), "yes") == 0);
     return agreed ? Outcome{kExitDone, ""} : Outcome{kExitUsage, "not confirmed"};
+}
+
+std::string questionOf(const Options& options, const Command& command) {
+    return std::string(command.name) + " on " + options.host + ". This cannot be undone.";
 }
 
 }  // namespace station

@@ -13,8 +13,9 @@ struct PreparedCommand {
     Words arguments;
     Request request;
     RetryPolicy retry;
-    bool confirmed;                       // --yes was given for it
-    std::optional<std::string> expected;  // the text of the value, if it has to be this one
+    bool confirmed;           // --yes was given for it
+    NamedValues limits = {};  // of its value
+    double untilSeconds = 0;  // a read that fails is repeated for this time
 };
 
 struct Session {
@@ -63,7 +64,13 @@ LineEvent readLine(Session* session, LineReader* reader, std::string* line);
 // Makes sure of what the order changes for good: reset and erasing always, in a batch flash too.
 bool needsConfirmation(const PreparedCommand& prepared, bool inBatch);
 
-// Asks on the terminal, by the reader of standard input, whether to go on. Returns why not.
-Outcome confirm(Session* session, LineReader* terminal, const std::string& what);
+// Asks the question on the terminal, by the reader of standard input. Returns why not to go on.
+Outcome confirm(Session* session, LineReader* terminal, const std::string& question);
+
+// Returns the question before a command that cannot be undone.
+std::string questionOf(const Options& options, const Command& command);
+
+// Waits, and keeps the unit bound meanwhile. Returns false if a signal or the deadline came first.
+bool pause(Session* session, double seconds);
 
 }  // namespace station

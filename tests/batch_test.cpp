@@ -47,9 +47,10 @@ TEST(Batch, CarriesOutALineAtATime) {
         {"get mac --host 10.0.0.1", "run -", 2, "ERROR ", "--host belongs on the command line"},
         {"init; init", "run -", 2, "ERROR ", "unknown command 'init; init'"},
         {"set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\""},
-        {"config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n"},
-        {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
-        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "",
+        {"config set x\nget nothing", "run $file", 2, "ERROR ",
+         "line 2: get: unknown command 'get n"},
+        {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "lines 2 raw 3 60 61: needs --yes"},
+        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "SKIPPED SKIPPED ",
          "reached; 2 commands were not sent"},
         {"get mac", "-n --deadline 1e-9 run -", 3, "", "deadline of 0.0 s reached"},
         {"get mac", "run $file.none", 7, "ERROR ", "No such file"},
@@ -136,7 +137,7 @@ TEST(Batch, AsksOnATerminal) {
 
 TEST(Batch, TwoCallsFromOnePort_TheSecondWaitsOrFails) {
     Unit unit;
-    const std::string first = "sleep 1 | $station run - & ";
+    const std::string first = "sleep 1 | $station -q run - & ";
     const ShellResult waited = shell(first + "sleep 0.3; $station --timeout 5 get mac; wait");
     EXPECT_EQ(waited.output, "02-1A-2B-13-7B-00\n");
     const ShellResult failed = shell(first +

@@ -138,7 +138,7 @@ TEST(StationClient, OnlyReads_AreRepeated) {
                 {"--deadline 4.5 --timeout 1 wait", 3, "deadline of 4.5 s reached while"},
                 {"--timeout 0.1 init", 3, "(3 attempts). A unit that was released after"},
                 {"--timeout 0.1 sheet", 3, "! no reply"},
-                {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
+                {"--timeout 0.1 sheet 2>&- | wc -l", 0, "2\n"}});
     kill(unit.daemon(), SIGCONT);
     // The first reply proves the account; then the daemon stands still.
     const ShellResult once =
@@ -201,8 +201,9 @@ TEST(StationClient, ShowsWhatIsSentAndReceived) {
 // Checks that an object has these keys and contains the exit code.
 constexpr char kCheck[] =
     R"(jq -c --argjson code $code 'if .exit == $code and (keys_unsorted | join(" ")) ==
-        "schema command arguments unit outcome exit message info meaning value raw start )"
-    R"(milliseconds tries" then [.exit, .outcome, .value] else . end')";
+        "schema record client station labels recipe unit line command arguments outcome exit )"
+    R"(message info meaning value measure limits raw packet_id start milliseconds tries" then
+        [.exit, .outcome, .value] else . end')";
 
 TEST(StationClient, Json_HasOneShape) {
     Unit unit;
@@ -240,8 +241,10 @@ TEST(StationClient, Json_HasOneShape) {
             << row.words;
     EXPECT_EQ(shell("$station -q -o json get enable-flags").output, flags + "\n");
     const std::string sheet = unit.path("/sheet").string();
-    EXPECT_EQ(shell("$station -o json --output-file " + sheet + " sheet; jq -cs '[length, (map(" +
-                    "keys_unsorted) | unique | length), .[1].command]' " + sheet)
+    EXPECT_EQ(shell("$station -o json --output-file " + sheet +
+                    " sheet; jq -cs 'map(select(.record == \"result\")) | [length, "
+                    "(map(keys_unsorted) | unique | length), .[1].command]' " +
+                    sheet)
                   .output,
               "[24,1,\"get mac\"]\n");
 }

@@ -1,0 +1,23 @@
+// Limits that a value has to keep.
+#pragma once
+
+#include "station/commands.h"
+#include "station/result.h"
+
+namespace station {
+
+// Moves the options that judge a value out of *named: --expect, --min, --max and --match to
+// *limits, the seconds of --until and --for to *untilSeconds. Leaves those that the command cannot
+// have. Returns what is wrong with one of them, or an empty text.
+std::string extractLimits(const Command& command, NamedValues* named, NamedValues* limits,
+                          double* untilSeconds);
+
+// Reads a time of more than 0 and at most 86400 seconds. Returns what is wrong, or an empty text.
+std::string parseSeconds(const std::string& text, double* seconds);
+
+// Turns a PASS into a FAIL if the value means nothing or does not keep a limit of the result. A
+// value that means nothing is dropped; the raw reply stays. `hides` keeps value and limit out of
+// the message.
+void judge(const Command& command, bool hides, Result* result);
+
+}  // namespace station

@@ -1,0 +1,171 @@
+#include "station/line/recipe.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "station/interrupt.h"
+#include "station/limits.h"
+
+namespace station {
+namespace {
+
+constexpr Command kSleep = {"sleep", kTypeFromWords, 0, Access::Read, Gate::Open, ""};
+
+Outcome prepareSleep(const Words& words, Step* step) {
+    step->prepared.command = &kSleep;
+    step->prepared.arguments = {words.begin() + 1, words.end()};
+    const std::string wrong =
+        words.size() == 2 ? parseSeconds(words[1], &step->prepared.untilSeconds) : "takes SECONDS";
+    return {wrong.empty() ? kExitDone : kExitUsage, wrong};
+}
+
+Outcome prepareWords(Options* own, Step* step) {
+    std::string wrong = parseLine(step->words, own);
+    if (wrong.empty() && own->words.empty())
+        wrong = "no command";
+    if (!wrong.empty())
+        return {kExitUsage, wrong};
+    const std::string first = own->words[0];
+    if (first == "sleep")
+        return prepareSleep(own->words, step);
+    if (first == "ensure")
+        own->words[0] = "set";
+    const Outcome outcome = prepareCommand(*own, &step->prepared);
+    if (first != "ensure" || outcome.code != kExitDone)
+        return outcome;
+    if (step->prepared.command->readBack == nullptr)
+        return {kExitUsage, "no command reads '" + own->words[1] + "' back"};
+    step->readBack = prepareRow(commandNamed(step->prepared.command->readBack), *own);
+    return outcome;
+}
+
+// Returns true if the value that was read is the one to be written: the same request comes of both.
+bool isWritten(const PreparedCommand& write, const Value& value) {
+    const Bytes& payload = write.request.payload;
+    if (const auto* const json = std::get_if<ParsedJson>(&value.of)) {
+        const Json wanted(parseJson({payload.begin(), payload.end()}));
+        return json_object_equal(wanted.get(), json->object.get()) != 0;
+    }
+    Request same = write.request;
+    return write.command->build({textOf(value)}, &same).empty() && same.payload == payload;
+}
+
+// Reads the field, writes it only if it differs, and reads it back.
+Result ensureField(Session* session, const Step& step) {
+    Result read = execute(session, session->options.dryRun ? step.prepared : *step.readBack);
+    // A field that means "nothing" was read, but does not pass.
+    const bool isRead = read.outcome.code == kExitDone ||
+                        (read.outcome.code == kExitFailed && read.info == kInfoSuccess);
+    if (!isRead || read.word != nullptr)
+        return read;
+    const bool isThere = isWritten(step.prepared, read.value);
+    if (!isThere) {
+        const Result write = execute(session, step.prepared);
+        if (write.outcome.code != kExitDone)
+            return write;
+        read = execute(session, *step.readBack);
+    }
+    if (read.outcome.code == kExitDone && !isWritten(step.prepared, read.value))
+        read.outcome = {kExitFailed, "written, but it reads back as '" + textOf(read.value) + "'"};
+    else if (read.outcome.code == kExitDone)
+        read.outcome.message = isThere ? "already set" : "written";
+    return read;
+}
+
+void nameStep(const Step& step, Result* result) {
+    result->line = step.line;
+    if (step.prepared.command == nullptr)
+        return;
+    result->command = step.prepared.command->name;
+    result->arguments = step.prepared.arguments;
+    if (step.readBack)
+        result->command.replace(0, 3, "ensure");  // in the place of "set"
+}
+
+Result sleepFor(Session* session, const Step& step) {
+    Result result = unsentStep(step, {kExitDone, ""});
+    if (session->options.dryRun)
+        result.word = "DRYRUN";
+    else if (!pause(session, step.prepared.untilSeconds))
+        result.outcome = {kExitNoAnswer, deadlineText(session->link)};
+    if (interruptSignal() != 0)
+        result.outcome = interrupted("");
+    return result;
+}
+
+// Returns line, command and arguments, without secrets.
+std::string textOf(const Step& step, const std::string& before) {
+    const PreparedCommand& prepared = step.prepared;
+    return before + std::to_string(step.line) + " " + prepared.command->name + " " +
+           joined(withoutSecrets(prepared.command, prepared.arguments));
+}
+
+int refuse(const Session& session, const Result& result) {
+    print(result, Layout::Single, session.output);
+    return result.outcome.code;
+}
+
+}  // namespace
+
+Outcome prepareStep(const Options& options, std::string line, int number, Step* step) {
+    constexpr const char* kByteOrderMark = "\xEF\xBB\xBF";
+    if (number == 1 && line.starts_with(kByteOrderMark))
+        line.erase(0, strlen(kByteOrderMark));
+    step->line = number;
+    const std::string wrong = splitWords(line, options.variables, &step->words);
+    Options own = options;
+    if (!wrong.empty() || step->words.empty())
+        return {wrong.empty() ? kExitDone : kExitUsage, wrong};
+    return prepareWords(&own, step);
+}
+
+int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
+    const Options& options = session->options;
+    int code = kExitDone;
+    std::string line;
+    std::string risky;
+    LineEvent event = LineEvent::End;
+    for (int number = 1; (event = nextLine(lines, -1, &line)) == LineEvent::Line; number++) {
+        Step step;
+        const Outcome outcome = prepareStep(options, line, number, &step);
+        if (outcome.code != kExitDone)
+            code = std::max(code, refuse(*session, unsentStep(step, outcome)));
+        else if (step.prepared.command == nullptr)
+            continue;
+        else if (needsConfirmation(step.prepared, true))
+            risky += textOf(step, risky.empty() ? "" : ", ");
+        steps->push_back(step);
+    }
+    if (event != LineEvent::End)
+        return refuse(*session, unsent(options.words, unreadable(options.words[1])));
+    if (code != kExitDone || risky.empty())
+        return code;
+    LineReader terminal;
+    const std::string units = options.units.empty() ? options.host : options.units;
+    Outcome agreed =
+        confirm(session, &terminal,
+                "These lines write to flash on " + units + " and cannot be undone: " + risky + ".");
+    agreed.message = "lines " + risky + ": " + agreed.message;
+    return agreed.code == kExitDone ? kExitDone : refuse(*session, unsent(options.words, agreed));
+}
+
+Outcome unreadable(const std::string& name) {
+    return {kExitLocalFault, "cannot read '" + name + "': " + strerror(errno)};
+}
+
+Result executeStep(Session* session, const Step& step) {
+    Result result = step.prepared.command == &kSleep ? sleepFor(session, step)
+                    : step.readBack                  ? ensureField(session, step)
+                                                     : execute(session, step.prepared);
+    nameStep(step, &result);
+    return result;
+}
+
+Result unsentStep(const Step& step, const Outcome& outcome) {
+    Result result = unsent(step.words, outcome);
+    nameStep(step, &result);
+    return result;
+}
+
+}  // namespace station

@@ -1,0 +1,159 @@
+#include "station/line/units.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <sstream>
+
+#include "station/account.h"
+#include "station/diagnostics.h"
+#include "station/interrupt.h"
+
+namespace station {
+namespace {
+
+constexpr size_t kMostRecordBytes = 1 << 20;  // a reply of 64 KiB is there twice, escaped
+
+struct Unit {
+    std::string name;
+    std::string column;      // the name, as wide as the longest
+    Tally* tally = nullptr;  // the child writes it
+    pid_t pid = -1;          // 0: has ended
+    int code = kExitLocalFault;
+};
+
+// Reads the units of a file with one in each line, or of a list with commas.
+std::string readUnits(const Options& options, std::vector<Unit>* units) {
+    std::string text;
+    if (!readFile(options.units, &text).empty())
+        text = options.units;
+    std::ranges::replace(text, ',', '\n');
+    std::istringstream lines(text);
+    std::string wrong;
+    Words names;
+    for (std::string line; wrong.empty() && std::getline(lines, line);)
+        wrong = splitWords(line, options.variables, &names);
+    size_t width = 0;
+    for (const std::string& name : names)
+        width = std::max(width, name.size() + 2);
+    Options own = options;
+    for (size_t i = 0; i < names.size() && wrong.empty(); i++)
+        wrong = setOption("host", names[i], &own);
+    for (const std::string& name : names)
+        units->push_back({name, name + std::string(width - name.size(), ' ')});
+    return names.empty() ? "no units" : wrong;
+}
+
+// Is the child: carries the steps out and ends the process. All children share the output, and each
+// writes whole records.
+[[noreturn]] void beChild(const Session& parent, const Unit& unit, std::span<const Step> steps) {
+    setpgid(0, 0);  // an interrupt from the terminal reaches the parent alone, which hands it on
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    Options options = parent.options;
+    setOption("host", unit.name, &options);
+    options.outputFile = "-";
+    parent.output->prefix = unit.column;
+    setvbuf(parent.output->file, nullptr, _IOFBF, kMostRecordBytes);
+    Session session = {options, parent.output};
+    int code = openSession(&session);
+    parent.output->reachesErrors = true;  // the end table names the units that have not passed
+    if (code == kExitDone)
+        code = runSteps(&session, steps, unit.tally);
+    fflush(nullptr);
+    _exit(code);
+}
+
+// Shows one line for each unit that is still running, as far as a terminal has lines.
+void showRunning(const std::vector<Unit>& units) {
+    constexpr int kMostLines = 20;
+    std::string text;
+    int lines = 0;
+    for (const Unit& unit : units) {
+        if (unit.pid <= 0 || ++lines > kMostLines)
+            continue;
+        const Tally& tally = *unit.tally;
+        const unsigned done = tally.counts[0] + tally.counts[1] + tally.counts[2];
+        text += unit.column + std::to_string(done) + "/" + std::to_string(tally.total) + "  " +
+                tally.command.load() + "\n";
+    }
+    showProgress(text + (lines > kMostLines ? "and more units" : ""));
+}
+
+// Waits until all children have ended, and hands a signal on to them.
+void awaitAll(std::vector<Unit>* units, bool showsProgress) {
+    constexpr int kMilliseconds = 100;
+    int handedOn = 0;
+    const auto isRunning = [](const Unit& unit) { return unit.pid > 0; };
+    while (std::ranges::any_of(*units, isRunning)) {
+        if (showsProgress)
+            showRunning(*units);
+        poll(nullptr, 0, kMilliseconds);
+        for (Unit& unit : *units) {
+            int status = 0;
+            if (isRunning(unit) && interruptSignal() != handedOn)
+                kill(unit.pid, interruptSignal());
+            if (!isRunning(unit) || waitpid(unit.pid, &status, WNOHANG) != unit.pid)
+                continue;
+            unit.pid = 0;
+            unit.code =
+                WIFEXITED(status) ? WEXITSTATUS(status) : kExitInterrupted + WTERMSIG(status);
+        }
+        handedOn = interruptSignal();
+    }
+    clearProgress();
+}
+
+// Prints the table of all units. Returns the exit code of the call.
+int summarize(const std::vector<Unit>& units, const Output& output) {
+    int code = kExitDone;
+    for (const Unit& unit : units) {
+        if (!output.quiet)
+            fprintf(output.format == Format::Text ? output.file : stderr, "%s%-8s %s\n",
+                    unit.column.c_str(), outcomeWord(unit.code), countsText(*unit.tally).c_str());
+        if (code == kExitDone || (unit.code > kExitInterrupted && code < kExitInterrupted))
+            code = unit.code;
+    }
+    return code;
+}
+
+}  // namespace
+
+int runUnits(Session* session, LineReader* lines) {
+    std::vector<Unit> units;
+    std::vector<Step> steps;
+    std::string wrong = readUnits(session->options, &units);
+    if (wrong.empty())
+        wrong = openOutput(session->options, session->output);
+    void* const shared = mmap(nullptr, (units.size() + 1) * sizeof(Tally), PROT_READ | PROT_WRITE,
+                              MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (!wrong.empty() || shared == MAP_FAILED) {
+        print(unsent(session->options.words, {kExitLocalFault, "--units: " + wrong}),
+              Layout::Single, session->output);
+        return kExitLocalFault;
+    }
+    const int code = readRecipe(session, lines, &steps);
+    if (code != kExitDone)
+        return code;
+    fflush(nullptr);
+    session->output->lock = memfd_create("records", MFD_CLOEXEC);
+    for (size_t i = 0; i < units.size(); i++) {
+        units[i].tally = new (static_cast<Tally*>(shared) + i) Tally;
+        units[i].pid = fork();
+        if (units[i].pid == 0)
+            beChild(*session, units[i], steps);
+        if (units[i].pid < 0)
+            say(units[i].name + ": cannot start a process: " + strerror(errno));
+    }
+    watchInterrupts();
+    awaitAll(&units, !session->output->reachesErrors);
+    return summarize(units, *session->output);
+}
+
+}  // namespace station
