@@ -84,7 +84,6 @@ TEST(StationClient, WritesAndTestsAUnit) {
 TEST(StationClient, WrongWords_AreNamed) {
     expectRows({
         {"", 2, "no command"},
-        {"config", 2, "unknown command 'config'; there are config get, config set (see"},
         {"fan speeds", 2, "takes GEAR"},
         {"calibrate wifi 2", 2, "takes no arguments, but got '2'"},
         {"fan set --gear 2", 2, "needs --time"},
