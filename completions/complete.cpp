@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "station/arguments.h"
+#include "station/commands.h"
 #include "station/settings.h"
 
 namespace station {
@@ -34,33 +35,30 @@ Words valuesOf(const std::string& form, const Words& before) {
         return hostAliases();
     if (form == "DEV")
         return interfaceNames();
-    if (form == "REGION")
-        return regionNames();
-    if (form == "MODULE" || form == "NAME=VALUE...")
+    if (form == "NAME=VALUE...")
         return antennaNames(before);
     return choicesOf(form);
 }
 
 // Returns the form of an option's argument. Empty if it has none.
 std::string argumentOf(const std::string& typed) {
-    for (const OptionHelp& option : optionsHelp())
-        for (const std::string& name : splitAtBlanks(option.name))
-            if (name == typed || name == typed + ',')
-                return option.argument;
+    for (const OptionRow& row : optionRows())
+        if (typed == std::string("--") + row.name || typed == std::string("-") + row.letter)
+            return row.argument;
     return "";
 }
 
-// Returns the values of the word after these, if they begin with the name of the entry, or the next
+// Returns the values of the word after these, if they begin with the command's name, or the next
 // word of its name.
-Words wordsAfter(const Words& typed, const Entry& entry) {
-    Words forms = splitAtBlanks(entry.name);
+Words wordsAfter(const Words& typed, const Command& command) {
+    Words forms = splitAtBlanks(command.name);
     const size_t nameLength = forms.size();
     if (!std::equal(forms.begin(), forms.begin() + std::min(nameLength, typed.size()),
                     typed.begin()))
         return {};
     if (typed.size() < nameLength)
         return {forms[typed.size()]};
-    for (const std::string& form : splitAtBlanks(entry.arguments))
+    for (const std::string& form : splitAtBlanks(command.arguments))
         forms.push_back(form);
     const size_t at =
         forms.back().ends_with("...") ? std::min(typed.size(), forms.size() - 1) : typed.size();
@@ -70,7 +68,7 @@ Words wordsAfter(const Words& typed, const Entry& entry) {
 
 }  // namespace
 
-Words nextWords(Words words, const Listing& commands) {
+Words nextWords(Words words) {
     std::string current;
     if (!words.empty()) {
         current = words.back();
@@ -86,12 +84,12 @@ Words nextWords(Words words, const Listing& commands) {
             typed.push_back(word);
     }
     Words next = open.empty() ? Words() : valuesOf(open, {});
-    for (const OptionHelp& option : optionsHelp())
+    for (const OptionRow& row : optionRows())
         if (open.empty() && current.starts_with('-'))
-            next.push_back(option.name.substr(option.name.find("--")));
-    for (const Entry& entry : commands.entries)
+            next.push_back(std::string("--") + row.name);
+    for (const Command& command : commands())
         if (open.empty() && !current.starts_with('-'))
-            for (const std::string& word : wordsAfter(typed, entry))
+            for (const std::string& word : wordsAfter(typed, command))
                 next.push_back(word);
     std::sort(next.begin(), next.end());
     next.erase(std::unique(next.begin(), next.end()), next.end());

@@ -1,32 +1,59 @@
 #include "station/arguments.h"
 
-#include <algorithm>
 #include <climits>
+#include <regex>
+#include <sstream>
 
 #include "protocol/region_table.h"
-#include "station/values.h"
+#include "station/commands.h"
 
 namespace station {
 namespace {
 
-bool isControl(char character) {
-    const auto byte = static_cast<unsigned char>(character);
-    return byte < ' ' || byte == 0x7F;
+constexpr unsigned kMaxByte = 255;
+
+struct ArgumentForm {
+    const char* name;
+    const char* pattern;  // null: a number
+    const char* meaning;
+    unsigned least = 0;
+    unsigned most = kMaxByte;
+};
+
+constexpr ArgumentForm kForms[] = {
+    {"TEXT", "[^\\x00-\\x1F\\x7F]{1,64}", "1 to 64 bytes without control characters"},
+    {"PIN", "[ -~]{8}", "8 printable characters"},
+    {"MAC", "[0-9A-Fa-f]{2}([-:]?)([0-9A-Fa-f]{2}\\1){4}[0-9A-Fa-f]{2}",
+     "like 02-1A-2B-13-7B-00, 02:1A:2B:13:7B:00 or 021A2B137B00"},
+    {"CHARACTER", "[0-9A-Za-z]", "one letter or digit"},
+    {"VALUE", "[0-9]{1,9}", "a whole number"},
+    {"COUNT", nullptr, "", 1, INT_MAX},
+    {"SECONDS", nullptr, "", 0, 86400},
+    {"N", nullptr, ""},
+    {"GEAR", nullptr, ""},
+    {"MODE", nullptr, ""},
+    {"TYPE", nullptr, ""},
+    {"SUBTYPE", nullptr, ""},
+};
+
+std::string checkNumber(const ArgumentForm& form, std::string* argument) {
+    unsigned number = 0;
+    if (!parseNumber(*argument, form.most, &number) || number < form.least)
+        return "a number from " + std::to_string(form.least) + " to " + std::to_string(form.most);
+    *argument = std::to_string(number);
+    return "";
 }
 
-// The twelve digits of an address with one kind of separator; any other text as it is.
-std::string withoutSeparators(const std::string& text) {
-    constexpr size_t kLength = 17;
-    if (text.size() != kLength || (text[2] != ':' && text[2] != '-'))
-        return text;
-    std::string digits;
-    for (size_t i = 0; i < text.size(); i++) {
-        if (i % 3 != 2)
-            digits += text[i];
-        else if (text[i] != text[2])
-            return text;
+std::string checkChoice(const std::string& form, std::string* argument) {
+    std::string known;
+    for (const std::string& choice : choicesOf(form)) {
+        if (plainName(choice) == plainName(*argument)) {
+            *argument = choice;
+            return "";
+        }
+        known += (known.empty() ? "one of " : ", ") + choice;
     }
-    return digits;
+    return known;
 }
 
 std::string checkGroup(const std::string& text) {
@@ -43,62 +70,44 @@ std::string checkGroup(const std::string& text) {
 
 }  // namespace
 
+std::string checkArgument(const std::string& form, std::string* argument) {
+    std::string expected = checkChoice(form, argument);
+    for (const ArgumentForm& known : kForms)
+        if (form == known.name && known.pattern == nullptr)
+            expected = checkNumber(known, argument);
+        else if (form == known.name && !std::regex_match(*argument, std::regex(known.pattern)))
+            expected = known.meaning;
+    return expected.empty() ? "" : "is not " + expected;
+}
+
+Words choicesOf(const std::string& form) {
+    Words choices;
+    if (form == "MODULE")
+        choices = antennaNames({});
+    if (form == "REGION")
+        for (const Region& row : kRegions)
+            if (row.letters != nullptr)
+                choices.emplace_back(row.letters);
+    const bool isList =
+        form.find('|') != std::string::npos && form.find("FILE") == std::string::npos;
+    std::istringstream stream(isList ? form : "");
+    for (std::string choice; std::getline(stream, choice, '|');)
+        choices.push_back(choice);
+    return choices;
+}
+
 std::string macAddress(const Words& words, Request* request) {
-    constexpr size_t kDigits = 12;
     constexpr uint8_t kGroupBit = 1;  // IEEE 802: multicast and broadcast
-    const std::string digits = withoutSeparators(words[0]);
-    if (digits.size() != kDigits || !parseHex(digits, &request->payload).empty())
-        return "MAC '" + words[0] +
-               "' is none of 02:1A:2B:13:7B:00, 02-1A-2B-13-7B-00 and 021A2B137B00";
+    std::string digits = words[0];
+    std::erase_if(digits, [](char character) { return character == ':' || character == '-'; });
+    std::string wrong = parseHex(digits, &request->payload);
     const Bytes& bytes = request->payload;
-    if ((bytes[0] & kGroupBit) != 0 || bytes == Bytes(bytes.size()))
-        return "MAC address " + words[0] +
-               " is a broadcast, multicast or all-zero address and is not valid for a unit. "
-               "`raw 3 75 " +
-               digits + "` writes it anyway";
-    return "";
-}
-
-std::string pin(const Words& words, Request* request) {
-    constexpr size_t kLength = 8;
-    if (words[0].size() != kLength)
-        return "PIN has " + std::to_string(words[0].size()) + " characters, not 8";
-    if (!std::all_of(words[0].begin(), words[0].end(), isPrintable))
-        return "PIN holds a character that cannot be printed";
-    putText(words[0], request);
-    return "";
-}
-
-std::string identityText(const Words& words, Request* request) {
-    constexpr size_t kLongest = 64;
-    const std::string& text = words[0];
-    if (text.empty())
-        return "TEXT is empty";
-    if (text.size() > kLongest)
-        return "TEXT is " + std::to_string(text.size()) + " bytes long, more than 64";
-    if (std::any_of(text.begin(), text.end(), isControl))
-        return "TEXT holds a control character";
-    putText(text, request);
-    return "";
-}
-
-Words regionNames() {
-    Words names;
-    for (const Region& row : kRegions)
-        if (row.letters != nullptr)
-            names.emplace_back(row.letters);
-    return names;
-}
-
-std::string region(const Words& words, Request* request) {
-    putText(words[0], request);
-    std::string known;
-    for (const std::string& name : regionNames()) {
-        if (name == words[0])
-            return "";
-        known += ' ' + name;
-    }
-    return "REGION '" + words[0] + "' is none of" + known;
+    if (wrong.empty() && ((bytes[0] & kGroupBit) != 0 || bytes == Bytes(bytes.size())))
+        wrong = "MAC address " + words[0] +
+                " is a broadcast, multicast or all-zero address and is not valid for a unit. "
+                "`raw 3 75 " +
+                digits + "` writes it anyway";
+    return wrong;
 }
 
 std::string groupObject(const Words& words, Request* request) {
@@ -106,12 +115,13 @@ std::string groupObject(const Words& words, Request* request) {
     return checkGroup(words[0]);
 }
 
-std::string unitCount(const Words& words, Request* request) {
-    unsigned count = 0;
-    if (!parseNumber(words[0], INT_MAX, &count) || count == 0)
-        return "COUNT '" + words[0] + "' is not a number above 0";
-    putText(std::to_string(count), request);
-    return "";
+std::string rawPacket(const Words& words, Request* request) {
+    if (words.size() > 3)
+        return "takes TYPE SUBTYPE [HEX]";
+    request->type = static_cast<uint8_t>(std::stoul(words[0]));
+    request->subType = static_cast<uint8_t>(std::stoul(words[1]));
+    const std::string wrong = words.size() == 3 ? parseHex(words[2], &request->payload) : "";
+    return wrong.empty() ? "" : "HEX: " + wrong;
 }
 
 }  // namespace station

@@ -10,9 +10,6 @@ namespace station {
 namespace {
 
 constexpr const char* kDigits = "0123456789";
-constexpr const char* kLettersAndDigits =
-    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-
 bool consistsOf(const std::string& text, const std::string& alphabet) {
     return text.find_first_not_of(alphabet) == std::string::npos;
 }
@@ -106,13 +103,6 @@ char checkDigit(const std::string& digits) {
 
 }  // namespace
 
-std::string ftmValue(const Words& words, Request* request) {
-    if (!isWholeNumber(words[0]))
-        return "VALUE '" + words[0] + "' is not a whole number";
-    putText(words[0], request);
-    return "";
-}
-
 Words antennaNames(const Words& before) {
     Words names;
     for (const AntennaForm& form : kAntennaForms)
@@ -125,14 +115,9 @@ Words antennaNames(const Words& before) {
 }
 
 std::string antennaFields(const Words& words, Request* request) {
-    for (const AntennaForm& form : kAntennaForms)
-        if (!words.empty() && words[0] == form.module)
-            return namedFields(form, words, request);
-    std::string modules;
-    for (const std::string& name : antennaNames({}))
-        modules += (modules.empty() ? "" : ", ") + name;
-    return "takes MODULE NAME=VALUE... (a MODULE is one of " + modules +
-           (words.empty() ? ")" : "), not '" + words[0] + "'");
+    const auto form = std::find_if(std::begin(kAntennaForms), std::end(kAntennaForms),
+                                   [&words](const auto& row) { return words[0] == row.module; });
+    return namedFields(*form, words, request);
 }
 
 std::string imei(const Words& words, Request* request) {
@@ -150,13 +135,6 @@ std::string imei(const Words& words, Request* request) {
         return "";
     return "IMEI '" + text + "' has a wrong check digit: the last digit would be " + digit +
            "; --any-check-digit writes it anyway";
-}
-
-std::string antennaCharacter(const Words& words, Request* request) {
-    if (words[0].size() != 1 || !consistsOf(words[0], kLettersAndDigits))
-        return "CHARACTER '" + words[0] + "' is not one letter or digit";
-    putText(words[0], request);
-    return "";
 }
 
 }  // namespace station

@@ -1,31 +1,12 @@
 #include <algorithm>
 
 #include "station/arguments.h"
-#include "station/commands.h"
+#include "station/batch.h"
+#include "station/check.h"
+#include "station/run.h"
 
 namespace station {
 namespace {
-
-std::string anyText(const Words& words, Request* request) {
-    putText(words[0], request);
-    return "";
-}
-
-std::string rawPacket(const Words& words, Request* request) {
-    constexpr unsigned kMaxByte = 255;
-    if (words.size() < 2 || words.size() > 3)
-        return "takes TYPE SUBTYPE [HEX]";
-    unsigned type = 0;
-    unsigned subType = 0;
-    if (!parseNumber(words[0], kMaxByte, &type))
-        return "TYPE '" + words[0] + "' is not a number from 0 to 255";
-    if (!parseNumber(words[1], kMaxByte, &subType))
-        return "SUBTYPE '" + words[1] + "' is not a number from 0 to 255";
-    request->type = static_cast<uint8_t>(type);
-    request->subType = static_cast<uint8_t>(subType);
-    const std::string wrong = words.size() == 3 ? parseHex(words[2], &request->payload) : "";
-    return wrong.empty() ? "" : "HEX: " + wrong;
-}
 
 constexpr Access kRead = Access::Read;
 constexpr Access kPoll = Access::Poll;
@@ -53,8 +34,9 @@ constexpr Nothing kNoSpread = {"-*", "fewer than two readings; a single reading 
 // clang-format off
 struct Row : Command {
     constexpr Row begins(const char* title) { group = title; return *this; }
-    constexpr Row takes(const char* words, ArgumentBuilder builder, const char* sample) { arguments = words; build = builder; example = sample; return *this; }
-    constexpr Row sends(const char* payload) { fixedPayload = payload; return *this; }
+    constexpr Row takes(const char* forms, const char* sample, const char* text = "%") { arguments = forms; example = sample; payload = text; return *this; }
+    constexpr Row builtBy(ArgumentBuilder builder) { build = builder; return *this; }
+    constexpr Row sends(const char* text) { payload = text; return *this; }
     constexpr Row gives(ReplyFormat how, size_t least = 0) { format = how; leastReply = least; return *this; }
     constexpr Row nothingAt(Nothing value) { nothing = value; return *this; }
     constexpr Row in(const char* measure) { unit = measure; return *this; }
@@ -70,15 +52,21 @@ constexpr Row row(uint8_t type, uint8_t subType, Access access, Gate gate, const
     return {{name, type, subType, access, gate, help}};
 }
 
+constexpr Row own(const char* name, int (*run)(const Options&, Output*), const char* help) {
+    Row made = {{name, kTypeFromWords, 0, kRead, kOpen, help}};
+    made.run = run;
+    return made;
+}
+
 constexpr Command kCommands[] = {
     // type          sub  access  gate    name                          help, then the optional columns
     // identity
     row(kTypeSpecial,     55, kRead,  kOpen,  "get mac",                    "MAC address").gives(decodeText, 17).nothingAt(kEmpty).onSheet().begins("identity"),
-    row(kTypeSpecial,     75, kFlash, kGated, "set mac",                    "write the MAC address, name the default Wi-Fi network after it").takes("MAC", macAddress, "02-1A-2B-13-7B-00").onlyOnce().shownBy("get mac"),
+    row(kTypeSpecial,     75, kFlash, kGated, "set mac",                    "write the MAC address, name the default Wi-Fi network after it").takes("MAC", "02-1A-2B-13-7B-00").builtBy(macAddress).onlyOnce().shownBy("get mac"),
     row(kTypeSpecial,     53, kRead,  kOpen,  "get device-id",              "device ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     54, kFlash, kGated, "set device-id",              "write the device ID; like every identity write, once per run of the daemon").takes("TEXT", identityText, "80061A2B137B00C4").onlyOnce().shownBy("get device-id"),
+    row(kTypeSpecial,     54, kFlash, kGated, "set device-id",              "write the device ID; like every identity write, once per run of the daemon").takes("TEXT", "80061A2B137B00C4").onlyOnce().shownBy("get device-id"),
     row(kTypeEncrypted,   72, kRead,  kOpen,  "get model-name",             "model name").gives(decodeText).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     82, kFlash, kOpen,  "set model-name",             "write the model name").takes("TEXT", identityText, "M31-5G").onlyOnce().shownBy("get model-name"),
+    row(kTypeSpecial,     82, kFlash, kOpen,  "set model-name",             "write the model name").takes("TEXT", "M31-5G").onlyOnce().shownBy("get model-name"),
     row(kTypeSpecial,     70, kRead,  kOpen,  "get hardware-version",       "hardware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,     58, kRead,  kGated, "get hardware-description",   "model and hardware version").gives(decodeText, 128).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,     71, kRead,  kOpen,  "get firmware-version",       "firmware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
@@ -86,19 +74,19 @@ constexpr Command kCommands[] = {
     row(kTypeSpecial,     56, kRead,  kGated, "get firmware-id",            "firmware ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,     10, kRead,  kGated, "get product-id",             "product ID").gives(decodeText, 16).nothingAt(kNoProduct).onSheet(),
     row(kTypeSpecial,     59, kRead,  kGated, "get oem-id",                 "OEM ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     60, kFlash, kGated, "set oem-id",                 "write the OEM ID").takes("TEXT", identityText, "OEM-7").onlyOnce().shownBy("get oem-id"),
+    row(kTypeSpecial,     60, kFlash, kGated, "set oem-id",                 "write the OEM ID").takes("TEXT", "OEM-7").onlyOnce().shownBy("get oem-id"),
     row(kTypeSpecial,     64, kRead,  kOpen,  "get special-id",             "region that the special ID stands for").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     65, kFlash, kGated, "set special-id",             "write the special ID of a region (US, EU, ...)").takes("REGION", region, "EU").onlyOnce().shownBy("get special-id"),
+    row(kTypeSpecial,     65, kFlash, kGated, "set special-id",             "write the special ID of a region (US, EU, ...)").takes("REGION", "EU").onlyOnce().shownBy("get special-id"),
     row(kTypeSpecial,     66, kRead,  kOpen,  "get country",                "country code").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     67, kFlash, kGated, "set country",                "write the country code").takes("TEXT", identityText, "DE").onlyOnce().shownBy("get country"),
-    row(kTypeSpecial,     76, kFlash, kOpen,  "set pin",                    "write the PIN").takes("PIN", pin, "12345678").onlyOnce().hidden(),
+    row(kTypeSpecial,     67, kFlash, kGated, "set country",                "write the country code").takes("TEXT", "DE").onlyOnce().shownBy("get country"),
+    row(kTypeSpecial,     76, kFlash, kOpen,  "set pin",                    "write the PIN").takes("PIN", "12345678").onlyOnce().hidden(),
     row(kTypeSpecial,     78, kRead,  kGated, "get group",                  "group data, as set group takes it").gives(decodeJson).onSheet(),
-    row(kTypeSpecial,     77, kFlash, kGated, "set group",                  "write the group data: gid, key and pack").takes("JSON|@FILE", groupObject, "@group.json").onlyOnce().shownBy("get group"),
-    row(kTypeSpecial,     79, kWrite, kGated, "generate group",             "let the unit make fresh group data for a number of units; nothing is stored").takes("COUNT", unitCount, "3").gives(decodeJson),
+    row(kTypeSpecial,     77, kFlash, kGated, "set group",                  "write the group data: gid, key and pack").takes("JSON|@FILE", "@group.json").builtBy(groupObject).onlyOnce().shownBy("get group"),
+    row(kTypeSpecial,     79, kWrite, kGated, "generate group",             "let the unit make fresh group data for a number of units; nothing is stored").takes("COUNT", "3").gives(decodeJson),
 
     // cellular
     row(kTypeSpecial,     91, kRead,  kOpen,  "get imei",                   "IMEI").gives(decodeText, 15).nothingAt(kNoImei).onSheet().slow(kConsoleSeconds).begins("cellular"),
-    row(kTypeSpecial,     90, kFlash, kOpen,  "set imei",                   "write the IMEI, 15 digits, to flash and modem, once per run of the daemon").takes("IMEI [--any-check-digit]", imei, "490154203237518").onlyOnce().shownBy("get imei").slow(kConsoleSeconds),
+    row(kTypeSpecial,     90, kFlash, kOpen,  "set imei",                   "write the IMEI, 15 digits, to flash and modem, once per run of the daemon").takes("IMEI [--any-check-digit]", "490154203237518").builtBy(imei).onlyOnce().shownBy("get imei").slow(kConsoleSeconds),
     row(kTypeSpecial,    110, kRead,  kOpen,  "get sim-imei",               "IMEI that the modem has").gives(decodeLine, 16).nothingAt(kEmpty).onSheet().slow(kConsoleSeconds),
     row(kTypeSpecial,    116, kRead,  kOpen,  "get modem-version",          "software version of the modem").gives(decodeText, 65).nothingAt(kEmpty).onSheet().slow(kConsoleSeconds),
     row(kTypeSpecial,    106, kRead,  kOpen,  "get card-state",             "SIM card state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
@@ -106,10 +94,10 @@ constexpr Command kCommands[] = {
     row(kTypeSpecial,    108, kRead,  kOpen,  "get card-signal",            "cellular signal level").gives(decodeNumber).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,    109, kRead,  kOpen,  "get card-registration",      "cellular registration state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
     row(kTypeSpecial,    115, kRead,  kOpen,  "get ftm",                    "the modem's factory test mode").gives(decodeNumber, 8).nothingAt(kEmpty).slow(kConsoleSeconds),
-    row(kTypeSpecial,    114, kWrite, kOpen,  "set ftm",                    "put the modem into its factory test mode (1) or back").takes("VALUE", ftmValue, "1").shownBy("get ftm").slow(kConsoleSeconds),
-    row(kTypeSpecial,    112, kTest,  kOpen,  "antenna-test",               "measure on one antenna path; with MODULE alone it lists the names").takes("MODULE NAME=VALUE...", antennaFields, "FG621 t0=1 t1=2 separator=0 technology=1 read_level=1").shownBy("get antenna-level").slow(2 * kConsoleSeconds),
+    row(kTypeSpecial,    114, kWrite, kOpen,  "set ftm",                    "put the modem into its factory test mode (1) or back").takes("VALUE", "1").shownBy("get ftm").slow(kConsoleSeconds),
+    row(kTypeSpecial,    112, kTest,  kOpen,  "antenna-test",               "measure on one antenna path; with MODULE alone it lists the names").takes("MODULE NAME=VALUE...", "FG621 t0=1 t1=2 separator=0 technology=1 read_level=1").builtBy(antennaFields).shownBy("get antenna-level").slow(2 * kConsoleSeconds),
     row(kTypeSpecial,    113, kRead,  kOpen,  "get antenna-level",          "level of the last antenna test").gives(decodeNumber, 8).nothingAt(kNoLevel).in("dBm"),
-    row(kTypeSpecial,     94, kWrite, kOpen,  "set external-antenna",       "switch the external antenna (one letter or digit)").takes("CHARACTER", antennaCharacter, "1").slow(kConsoleSeconds),
+    row(kTypeSpecial,     94, kWrite, kOpen,  "set external-antenna",       "switch the external antenna (one letter or digit)").takes("CHARACTER", "1").slow(kConsoleSeconds),
     row(kTypeSpecial,     92, kWrite, kOpen,  "qlog start",                 "start the modem's logger"),
     row(kTypeSpecial,     93, kWrite, kOpen,  "qlog stop",                  "stop the modem's logger"),
 
@@ -123,13 +111,13 @@ constexpr Command kCommands[] = {
     row(kTypeSpecial,     18, kRead,  kGated, "coexistence result",         "whether the coexistence test has passed (exit code 0)").sends("coextResult").refusesAs("the coexistence test has not passed"),
     row(kTypeSpecial,     86, kRead,  kGated, "get calibration",            "whether the unit is in calibration mode (exit code 0)").gives(decodeYes, 8).refusesAs("the unit is not in calibration mode"),
     row(kTypeSpecial,     87, kRead,  kGated, "get bluetooth",              "whether Bluetooth is on (exit code 0)").gives(decodeYes, 13).refusesAs("Bluetooth is off"),
-    row(kTypeSpecial,     50, kRead,  kGated, "get button",                 "whether a button was pressed").takes("wifi|reset|wps", anyText, "wps").gives(decodeText, 10).nothingAt(kEmpty).refusesAs("the unit is not in calibration mode"),
+    row(kTypeSpecial,     50, kRead,  kGated, "get button",                 "whether a button was pressed").takes("wifi|reset|wps", "wps").gives(decodeText, 10).nothingAt(kEmpty).refusesAs("the unit is not in calibration mode"),
     row(kTypeSpecial,     88, kRead,  kGated, "fan status",                 "verdict of the fan test, one character").gives(decodeText).nothingAt(kEmpty),
     row(kTypeSpecial,     89, kTest,  kGated, "fan recheck",                "measure all fans at all gears again").sends(R"({"gear":255})").shownBy("fan status").slow(kServiceSeconds),
-    row(kTypeSpecial,    104, kWrite, kGated, "fan set",                    "run the fans at a gear for a time").takes("--gear N --time SECONDS", fanSetting, "--gear 2 --time 30"),
-    row(kTypeSpecial,    105, kRead,  kGated, "fan speeds",                 "measured speed of each fan at a gear").takes("GEAR", gear, "3").gives(decodeFanSpeeds).nothingAt(kNoSpeeds),
-    row(kTypeSpecial,    128, kWrite, kGated, "smart-antenna",              "switch the antenna chains of band 0 or 1").takes("--band 0|1 --mode MODE", smartAntenna, "--band 1 --mode 2"),
-    row(kTypeSpecial,    131, kTest,  kOpen,  "rssi-spread",                "difference between the strongest and the weakest signal of a radio").takes("--band 0|1|4|6 --nss N", rssiSpread, "--band 6 --nss 20").gives(decodeNumber).nothingAt(kNoSpread).in("dB").slow(kServiceSeconds),
+    row(kTypeSpecial,    104, kWrite, kGated, "fan set",                    "run the fans at a gear for a time").takes("--gear N --time SECONDS", "--gear 2 --time 30", R"({"gear":"%","time":%})"),
+    row(kTypeSpecial,    105, kRead,  kGated, "fan speeds",                 "measured speed of each fan at a gear").takes("GEAR", "3").gives(decodeFanSpeeds).nothingAt(kNoSpeeds),
+    row(kTypeSpecial,    128, kWrite, kGated, "smart-antenna",              "switch the antenna chains of band 0 or 1").takes("--band 0|1 --mode MODE", "--band 1 --mode 2", R"({"band":"%","antmode":%})"),
+    row(kTypeSpecial,    131, kTest,  kOpen,  "rssi-spread",                "difference between the strongest and the weakest signal of a radio").takes("--band 0|1|4|6 --nss N", "--band 6 --nss 20", R"({"band":%,"nss":%})").gives(decodeNumber).nothingAt(kNoSpread).in("dB").slow(kServiceSeconds),
 
     // status
     row(kTypeSpecial,     68, kRead,  kOpen,  "get ssid",                   "name of the Wi-Fi network").gives(decodeText).nothingAt(kEmpty).onSheet().begins("status"),
@@ -149,10 +137,20 @@ constexpr Command kCommands[] = {
     row(kTypeCancelTest,   0, kWrite, kOpen,  "release",                    "end the test, so that another station can use the unit; no answer comes"),
     row(kTypeCancelTest,   0, kWrite, kOpen,  "cancel",                     "the same as release"),
     row(kTypeGetConfig,    0, kRead,  kOpen,  "config get",                 "the unit's basic configuration, the same text on every unit").gives(decodeText),
-    row(kTypeSetConfig,    0, kWrite, kOpen,  "config set",                 "send a text to the unit's log; nothing is stored").takes("TEXT", anyText, "'a text'"),
+    row(kTypeSetConfig,    0, kWrite, kOpen,  "config set",                 "send a text to the unit's log; nothing is stored").takes("LINE", "'a text'"),
     row(kTypeEncrypted,   70, kRead,  kOpen,  "encrypted hardware-version", "hardware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
     row(kTypeEncrypted,   71, kRead,  kOpen,  "encrypted firmware-version", "firmware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
-    row(kTypeFromWords,    0, kWrite, kGated, "raw",                        "send any packet; of type 7 the inner one").takes("TYPE SUBTYPE [HEX]", rawPacket, "3 55").gives(decodeRaw),
+    row(kTypeFromWords,    0, kWrite, kGated, "raw",                        "send any packet; of type 7 the inner one").takes("TYPE SUBTYPE [HEX]", "3 55").builtBy(rawPacket).gives(decodeRaw),
+
+    // client
+    own("discover", discover, "find units on the interfaces of this machine, or at a broadcast address; binds none").takes("[ADDRESS]", "192.168.1.255").begins("client"),
+    own("check", check, "say what is missing between this machine and the unit"),
+    own("run", runBatch, "carry out a recipe, a command a line, on one socket").takes("FILE|-", "recipe.txt"),
+    own("sheet", readSheet, "read identity and state of a unit as a table"),
+    own("decode", decode, "explain a captured datagram, given the account").takes("HEX...", "020300000000000001023700ffdb440863683849f4287601b004120e"),
+    own("list", list, "the tables of this program").takes("commands|options|exit-codes", "options"),
+    own("completions", complete, "the words that a shell can offer for the last one").takes("WORD...", "-- get m"),
+    own("help", help, "explain a command, a group, options or exit-codes").takes("[TOPIC]", "get mac"),
 };
 // clang-format on
 

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <sstream>
+#include <utility>
+
+#include "station/arguments.h"
 
 namespace station {
 namespace {
@@ -15,82 +18,72 @@ Words wordsOf(const char* name) {
     return words;
 }
 
-// Checks how many words there are before the options' values.
-std::string checkCount(const Command& command, const Words& words) {
-    const Words form = wordsOf(command.arguments);
-    size_t count = 0;
-    for (size_t i = 0; i < form.size(); i++) {
-        if (form[i].starts_with("[--"))
-            continue;
-        if (form[i].starts_with('[') || form[i].find("...") != std::string::npos)
-            return "";  // the builder knows
-        const bool isOption = form[i].starts_with("--");
-        count += isOption ? 0 : 1;
-        i += isOption ? 1 : 0;  // its value
-    }
-    if (words.size() == count)
-        return "";
-    if (form.empty())
-        return "takes no arguments, but got '" + words[0] + "'";
-    return "takes " + std::string(command.arguments) +
-           (words.size() > count ? " (in quotes when it holds spaces)" : "");
+// Takes the last value of the option out of *named. Returns false if there is none.
+bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::string* value) {
+    return std::erase_if(*named, [&](const NamedValue& given) {
+               const bool isThis = "--" + given.name == name;
+               if (isThis)
+                   *value = given.value;
+               return isThis;
+           }) > 0;
 }
 
-// Appends the values of the command's own options to the words, and the name of a flag like
-// [--flag]. Returns an error message, or an empty text.
-std::string appendNamedValues(const Command& command, std::vector<NamedValue> named, Words* words) {
-    for (const std::string& form : wordsOf(command.arguments)) {
-        const bool isFlag = form.starts_with("[--");
-        if (!isFlag && !form.starts_with("--"))
-            continue;
-        const std::string name = isFlag ? form.substr(3, form.size() - 4) : form.substr(2);
-        const auto isGiven = [&name](const NamedValue& given) { return given.name == name; };
-        const auto last = std::find_if(named.rbegin(), named.rend(), isGiven);
-        if (last == named.rend() && !isFlag)
-            return "needs " + form;
-        if (last != named.rend())
-            words->push_back(isFlag ? "--" + name : last->value);
-        std::erase_if(named, isGiven);
-    }
-    return named.empty() ? "" : "does not take --" + named[0].name;
-}
-
-// Checks the words whose form lists the possible ones, and gives them their spelling in the row.
-std::string checkChoices(const Command& command, Words* words) {
-    std::string name = "argument";
-    size_t at = 0;
-    for (const std::string& form : wordsOf(command.arguments)) {
-        if (form.starts_with("--")) {
-            name = form;
+// Puts the words and the values of the command's own options into the order of its forms, and
+// checks each. A form in brackets or with dots is left to the builder. Returns an error message, or
+// an empty text.
+std::string arrange(const Command& command, const Words& words, std::vector<NamedValue> named,
+                    Words* values) {
+    const Words forms = wordsOf(command.arguments);
+    const std::string takes =
+        forms.empty() ? "takes no arguments" : std::string("takes ") + command.arguments;
+    auto word = words.begin();
+    for (auto form = forms.begin(); form != forms.end(); ++form) {
+        std::string name = *form;
+        std::string value;
+        if (name.starts_with("[--")) {
+            name = name.substr(1, name.size() - 2);
+            if (takeNamed(name, &named, &value))
+                values->push_back(name);
             continue;
         }
-        if (at == words->size())
-            break;
-        std::string& word = (*words)[at++];
-        const Words choices = choicesOf(form);
-        const auto same = [&word](const std::string& choice) {
-            return plainName(choice) == plainName(word);
-        };
-        const auto chosen = std::find_if(choices.begin(), choices.end(), same);
-        if (!choices.empty() && chosen == choices.end())
-            return name + " '" + word + "' is none of " + form;
-        if (!choices.empty())
-            word = *chosen;
+        if (name.starts_with('[') || name.ends_with("...")) {
+            values->insert(values->end(), std::exchange(word, words.end()), words.end());
+            continue;
+        }
+        if (name.starts_with("--") && !takeNamed(name, &named, &value))
+            return "needs " + name;
+        if (name.starts_with("--"))
+            ++form;
+        else if (word != words.end())
+            value = *word++;
+        else if (choicesOf(*form).empty())
+            return takes;
+        const std::string shown = command.isSecret ? "" : " '" + printable(value) + "'";
+        const std::string wrong = checkArgument(*form, &value);
+        if (!wrong.empty())
+            return (name.find('|') == std::string::npos ? name : "argument") + shown + " " + wrong;
+        values->push_back(value);
     }
-    return "";
+    if (!named.empty())
+        return "does not take --" + named[0].name;
+    return word == words.end() ? ""
+                               : takes + ", but got '" + *word + "' (quotes keep a text together)";
+}
+
+// Returns the text with each % replaced by the next value.
+std::string filled(std::string text, const Words& values) {
+    size_t at = 0;
+    for (const std::string& value : values) {
+        at = text.find('%', at);
+        if (at == std::string::npos)
+            break;
+        text.replace(at, 1, value);
+        at += value.size();
+    }
+    return text;
 }
 
 }  // namespace
-
-Words choicesOf(const std::string& form) {
-    Words choices;
-    const bool isList =
-        form.find('|') != std::string::npos && form.find("FILE") == std::string::npos;
-    std::istringstream stream(isList ? form : "");
-    for (std::string choice; std::getline(stream, choice, '|');)
-        choices.push_back(choice);
-    return choices;
-}
 
 const char* accessName(Access access) {
     static constexpr const char* kNames[] = {"read", "poll", "test", "write", "flash", "erase"};
@@ -172,24 +165,30 @@ const Command* findCommand(const Words& words, Words* rest) {
     return found;
 }
 
-std::string buildCommand(const Command& command, Words words, const std::vector<NamedValue>& named,
-                         Request* request) {
+std::string unknownCommand(const Words& words) {
+    Words names;
+    for (const Command& command : commands())
+        names.emplace_back(command.name);
+    // No more words: the next may be a secret argument.
+    const std::string typed = words[0] + (words.size() > 1 ? ' ' + words[1] : "");
+    const std::string near = suggestion(typed, names, '`');
+    return "unknown command '" + typed + "'" +
+           (near.empty() ? suggestion(words[0], names, '`') : near);
+}
+
+std::string buildCommand(const Command& command, const Words& words,
+                         const std::vector<NamedValue>& named, Request* request) {
     *request = {command.type, command.subType, {}};
-    std::string wrong = checkCount(command, words);
-    if (wrong.empty())
-        wrong = appendNamedValues(command, named, &words);
-    if (wrong.empty())
-        wrong = checkChoices(command, &words);
-    if (wrong.empty())
-        putText(command.fixedPayload, request);
+    Words values;
+    std::string wrong = arrange(command, words, named, &values);
     if (wrong.empty() && command.build != nullptr)
-        wrong = command.build(words, request);
-    if (!wrong.empty())
-        return wrong;
+        wrong = command.build(values, request);
+    else if (wrong.empty())
+        putText(filled(command.payload, values), request);
     const size_t limit = payloadLimit(request->type);
-    if (request->payload.size() > limit)
-        return "the payload is longer than " + std::to_string(limit) + " bytes";
-    return "";
+    if (wrong.empty() && request->payload.size() > limit)
+        wrong = "the payload is longer than " + std::to_string(limit) + " bytes";
+    return wrong;
 }
 
 }  // namespace station

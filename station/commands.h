@@ -11,8 +11,8 @@
 
 namespace station {
 
-// Builds the request's payload from the words after the command's name. Type and sub-type are
-// already set from the row. Returns an error message, or an empty text.
+// Builds the request's payload from the arguments in the order of the row's forms. Type and
+// sub-type are already set from the row. Returns an error message, or an empty text.
 using ArgumentBuilder = std::string (*)(const Words& words, Request* request);
 
 // The effect of a command on the unit, mildest first.
@@ -41,6 +41,8 @@ struct Nothing {
     const char* meaning;
 };
 
+struct Output;
+
 struct Command {
     const char* name;  // words with one space between them
     uint8_t type;
@@ -48,12 +50,10 @@ struct Command {
     Access access;
     Gate gate;
     const char* help;
-    // As help shows them, empty when there are none. Where one of a few words is possible, all of
-    // them: "on|off". Others are in capitals.
-    const char* arguments = "";
+    const char* arguments = "";       // their forms, as help shows them (see arguments.h)
+    const char* payload = "";         // with a % in the place of each argument
     const char* example = "";         // arguments that are possible
-    ArgumentBuilder build = nullptr;  // null: no arguments, the payload is fixedPayload
-    const char* fixedPayload = "";
+    ArgumentBuilder build = nullptr;  // null: the payload is the text
     ReplyFormat format = nullptr;     // null: the reply carries no value
     Nothing nothing = {nullptr, ""};  // text null: every value says something
     size_t leastReply = 0;            // payload bytes; a shorter reply is not understood
@@ -64,6 +64,8 @@ struct Command {
     const char* refusal = "";         // what info 3 says in produce mode, if not that a tool failed
     const char* readBack = nullptr;   // the command that shows what became of one without a reply
     const char* group = "";           // in its first row: begins a group of help
+    // Carries out a command of the client itself, and returns the exit code. Null: one of the unit.
+    int (*run)(const Options& options, Output* output) = nullptr;
     double toolSeconds = 0;  // what the unit may wait for its tools, in addition to --timeout
 };
 
@@ -94,18 +96,17 @@ Words withoutSecrets(const Command* command, Words arguments);
 // and "Get MAC".
 std::string plainName(std::string name);
 
-// Returns the words that an argument like "wifi|reset|wps" can be. Empty if it can be any text.
-Words choicesOf(const std::string& form);
-
 // Finds the row whose name the words begin with, and the longest name if there are several. Case
 // and the dash in place of a space do not matter. Stores the words after the name in *rest. Returns
 // null if there is no such row.
 const Command* findCommand(const Words& words, Words* rest);
 
-// Fills the request of a command. The options that the row's arguments name must be there, and no
-// others. Their values reach the row's builder as words after the other words, in the row's order.
-// Returns what is wrong with the words, or an empty text.
-std::string buildCommand(const Command& command, Words words, const std::vector<NamedValue>& named,
-                         Request* request);
+// Returns the message for words that are not a command, with the nearest names.
+std::string unknownCommand(const Words& words);
+
+// Fills the request of a command from its words and options. Returns what is wrong with them, or an
+// empty text.
+std::string buildCommand(const Command& command, const Words& words,
+                         const std::vector<NamedValue>& named, Request* request);
 
 }  // namespace station

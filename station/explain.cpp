@@ -31,7 +31,7 @@ const char* typeName(uint8_t type) {
 std::string commandNames(uint8_t type, uint8_t subType) {
     std::string names;
     for (const Command& command : commands())
-        if (command.type == type && command.subType == subType)
+        if (command.type == type && command.subType == subType && command.run == nullptr)
             names += (names.empty() ? "" : ", ") + std::string(command.name);
     return names.empty() ? "unknown" : names;
 }

@@ -1,6 +1,7 @@
 // What `help` prints.
 #include <algorithm>
 
+#include "station/batch.h"
 #include "station/listing.h"
 
 namespace station {
@@ -37,12 +38,13 @@ void printNames(std::string title, const Words& names, const Output& output) {
 }
 
 // Returns true if the option belongs to this command and not to every one.
-bool belongsTo(const OptionHelp& option, const Entry& entry, const Command* command) {
+bool belongsTo(const OptionRow& option, const Command& command) {
     if (option.place == Place::Run)
-        return entry.name == "run";
+        return command.run == runBatch;
     if (option.place == Place::Value)
-        return command != nullptr && command->format != nullptr;
-    return option.place == Place::Command && entry.arguments.find(option.name) != std::string::npos;
+        return command.format != nullptr;
+    return option.place == Place::Command &&
+           std::string(command.arguments).find(optionName(option)) != std::string::npos;
 }
 
 const char* effectOf(Access access) {
@@ -90,24 +92,24 @@ void printOverview(const Listing& listing, const Output& output) {
         names.clear();
     }
     fputs("\n", output.file);
-    print(optionsWhere([](const OptionHelp& option) {
+    print(optionsWhere([](const OptionRow& option) {
               return option.place == Place::CommandLine || option.place == Place::AlsoInBatch;
           }),
           output);
     fputs(kMore, output.file);
 }
 
-void printDetails(const Entry& entry, const Command* command, const Output& output) {
-    fprintf(output.file, "%s%s\n\n%s\n", kUsage, usageOf(entry).c_str(), entry.help.c_str());
-    if (command != nullptr)
-        printFacts(*command, output);
+void printDetails(const Command& command, const Output& output) {
+    const std::string usage = usageOf({command.name, command.arguments, {}, ""});
+    fprintf(output.file, "%s%s\n\n%s\n", kUsage, usage.c_str(), command.help);
+    if (command.run == nullptr)
+        printFacts(command, output);
     const Listing own =
-        optionsWhere([&](const OptionHelp& option) { return belongsTo(option, entry, command); });
+        optionsWhere([&command](const OptionRow& option) { return belongsTo(option, command); });
     if (!own.entries.empty())
         fprintf(output.file, "\noptions:\n");
     print(own, output);
-    fprintf(output.file, "\nexample: mfgp-station %s %s\n", entry.name.c_str(),
-            entry.example.c_str());
+    fprintf(output.file, "\nexample: mfgp-station %s %s\n", command.name, command.example);
 }
 
 }  // namespace station

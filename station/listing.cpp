@@ -41,7 +41,8 @@ Entry entryOf(const Command& command) {
              hasSubType ? std::to_string(command.subType) : kNone, accessName(command.access),
              hasType && command.gate == Gate::ProduceMode ? "produce" : kNone,
              command.once ? "once" : kNone, orNone(command.unit),
-             command.readBack != nullptr ? command.readBack : kNone, orNone(command.fixedPayload),
+             command.readBack != nullptr ? command.readBack : kNone,
+             orNone(command.arguments[0] == '\0' ? command.payload : ""),
              command.leastReply > 0 ? std::to_string(command.leastReply) : kNone,
              command.nothing.text != nullptr ? command.nothing.text : kNone},
             command.help,
@@ -51,7 +52,7 @@ Entry entryOf(const Command& command) {
 
 }  // namespace
 
-Listing listCommands(const std::vector<Entry>& local) {
+Listing listCommands() {
     Listing listing = {{"TYPE", "SUB TYPE", "ACCESS", "MODE", "ONCE", "UNIT", "READ BACK",
                         "PAYLOAD", "LEAST REPLY", kNothing},
                        {}};
@@ -60,22 +61,21 @@ Listing listCommands(const std::vector<Entry>& local) {
         group = command.group[0] != '\0' ? command.group : group;
         listing.entries.push_back(entryOf(command));
         listing.entries.back().group = group;
+        if (command.run != nullptr)
+            listing.entries.back().facts.assign(listing.factNames.size(), kNone);
     }
-    listing.entries.insert(listing.entries.end(), local.begin(), local.end());
-    for (Entry& entry : listing.entries)
-        entry.facts.resize(listing.factNames.size(), kNone);
     return listing;
 }
 
 Listing listOptions() {
-    return optionsWhere([](const OptionHelp&) { return true; });
+    return optionsWhere([](const OptionRow&) { return true; });
 }
 
-Listing optionsWhere(const std::function<bool(const OptionHelp&)>& isListed) {
+Listing optionsWhere(const std::function<bool(const OptionRow&)>& isListed) {
     Listing listing = {};
-    for (const OptionHelp& option : optionsHelp())
-        if (isListed(option))
-            listing.entries.push_back({option.name, option.argument, {}, option.help});
+    for (const OptionRow& row : optionRows())
+        if (isListed(row))
+            listing.entries.push_back({optionName(row), row.argument, {}, row.help});
     return listing;
 }
 

@@ -23,9 +23,9 @@ struct Listing {
     std::vector<Entry> entries;
 };
 
-Listing listCommands(const std::vector<Entry>& local);
+Listing listCommands();
 Listing listOptions();
-Listing optionsWhere(const std::function<bool(const OptionHelp&)>& isListed);
+Listing optionsWhere(const std::function<bool(const OptionRow&)>& isListed);
 Listing listExits();
 
 // Returns name and arguments.
@@ -41,7 +41,7 @@ void print(const Listing& listing, const Output& output);
 // Prints the groups of commands and the options, by name.
 void printOverview(const Listing& listing, const Output& output);
 
-// Prints all that is known of one command. `command` is null if the client carries it out itself.
-void printDetails(const Entry& entry, const Command* command, const Output& output);
+// Prints all that is known of one command.
+void printDetails(const Command& command, const Output& output);
 
 }  // namespace station

@@ -6,8 +6,6 @@
 #include <charconv>
 #include <iterator>
 
-#include "station/suggest.h"
-
 namespace station {
 namespace {
 
@@ -15,18 +13,6 @@ constexpr double kMaxSeconds = 86400;
 constexpr unsigned kLeastTimeout = 10;  // milliseconds: a shorter one floods the unit
 constexpr unsigned kMaxRetries = 100;
 constexpr unsigned kMaxPort = 65535;
-
-// Takes the argument of one option. Returns what is wrong with it, or an empty text.
-using Setter = std::string (*)(const std::string& argument, Options* options);
-
-struct Option {
-    const char* name;
-    char letter;  // 0: long only
-    Place place;
-    const char* argument;  // null: none
-    Setter set;            // null: one of single commands, which check its argument
-    const char* help;
-};
 
 template <auto kMember, bool kMayBeEmpty = false>
 std::string setText(const std::string& argument, Options* options) {
@@ -103,7 +89,7 @@ constexpr Place kAnywhere = Place::AlsoInBatch;
 constexpr Place kValue = Place::Value;
 constexpr Place kOwn = Place::Command;
 
-constexpr Option kOptions[] = {
+constexpr OptionRow kOptions[] = {
     {"host", 0, kOutside, "HOST", setHost,
      "alias, name or address of the unit, also HOST:PORT (192.168.1.1)"},
     {"port", 0, kOutside, "PORT", setNumber<&Options::port, 1, kMaxPort>, "its UDP port (1040)"},
@@ -126,12 +112,11 @@ constexpr Option kOptions[] = {
     {"deadline", 0, kOutside, "SECONDS", setSeconds<&Options::deadline, 0>,
      "end the whole call after this time (wait: 60, all others: none)"},
     {"output", 'o', kOutside, "text|json", setFormat, "json: one object a line (text)"},
-    {"quiet", 'q', kOutside, nullptr, setFlag<&Options::quiet>,
-     "print values alone, and no warnings"},
+    {"quiet", 'q', kOutside, "", setFlag<&Options::quiet>, "print values alone, and no warnings"},
     {"output-file", 0, kOutside, "FILE", setText<&Options::outputFile>,
      "write the results to this file; {KEY} stands for a label, {time} for the time; -: standard "
      "output"},
-    {"append", 0, kOutside, nullptr, setFlag<&Options::append>,
+    {"append", 0, kOutside, "", setFlag<&Options::append>,
      "add to the --output-file instead of emptying it"},
     {"station", 0, kOutside, "NAME", setText<&Options::station>,
      "name of this station in the records (name of the machine)"},
@@ -141,21 +126,21 @@ constexpr Option kOptions[] = {
      "run: value of ${NAME} in the recipe; can be given several times"},
     {"units", 0, kRun, "FILE|HOST,...", setText<&Options::units>,
      "run: carry the recipe out on all these units side by side"},
-    {"keep-going", 'k', kRun, nullptr, setFlag<&Options::keepGoing>,
+    {"keep-going", 'k', kRun, "", setFlag<&Options::keepGoing>,
      "run: continue after a command fails"},
-    {"release", 0, kOutside, nullptr, setFlag<&Options::release>,
+    {"release", 0, kOutside, "", setFlag<&Options::release>,
      "release the unit when finished, even after a failure"},
     {"heartbeat", 0, kRun, "SECONDS", setSeconds<&Options::heartbeat, 0>,
      "run: time between heartbeats while it waits for a line (20; 0: none)"},
-    {"yes", 'y', kAnywhere, nullptr, setFlag<&Options::yes>,
+    {"yes", 'y', kAnywhere, "", setFlag<&Options::yes>,
      "do not ask before reset, erase radio and, in run, writes to flash"},
-    {"dry-run", 'n', kOutside, nullptr, setFlag<&Options::dryRun>,
+    {"dry-run", 'n', kOutside, "", setFlag<&Options::dryRun>,
      "print the datagram in hex and send nothing"},
     {"packet-id", 0, kOutside, "N", setNumber<&Options::packetId, 0, 0xFFFF>,
      "id of the first packet (any)"},
-    {"verbose", 'v', kOutside, nullptr, raiseVerbosity,
+    {"verbose", 'v', kOutside, "", raiseVerbosity,
      "tell what is done; twice: header fields as well; three times: plain and wire bytes as well"},
-    {"show-secrets", 0, kOutside, nullptr, setFlag<&Options::showSecrets>,
+    {"show-secrets", 0, kOutside, "", setFlag<&Options::showSecrets>,
      "show the PIN in results and traces, and a password in a faulty recipe line"},
     {"expect", 0, kValue, "TEXT", nullptr,
      "fail (exit code 1) unless the returned value is exactly TEXT"},
@@ -163,17 +148,16 @@ constexpr Option kOptions[] = {
     {"max", 0, kValue, "N", nullptr, "fail unless the returned number is at most N"},
     {"match", 0, kValue, "REGEX", nullptr,
      "fail unless this extended regular expression is found in the returned value"},
-    {"until", 0, kAnywhere, nullptr, nullptr, "repeat a read until it passes"},
-    {"for", 0, kAnywhere, "SECONDS", nullptr, "how long --until repeats (60)"},
+    {"until", 0, kValue, "", nullptr, "repeat a read until it passes"},
+    {"for", 0, kValue, "SECONDS", nullptr, "how long --until repeats (60)"},
     {"gear", 0, kOwn, "N", nullptr, "gear of the fans, 0 to 255"},
     {"time", 0, kOwn, "SECONDS", nullptr, "run time of the fans"},
     {"band", 0, kOwn, "0|1|4|6", nullptr, "radio: 0 2.4 GHz, 1 5 GHz, 4 6 GHz, 6 the second 6 GHz"},
     {"mode", 0, kOwn, "MODE", nullptr, "antenna mode, 0 off"},
     {"nss", 0, kOwn, "N", nullptr, "number of readings"},
-    {"any-check-digit", 0, kOwn, nullptr, nullptr, "accept an IMEI whose check digit is wrong"},
-    {"help", 'h', kOutside, nullptr, setFlag<&Options::help>,
-     "explain the command, or all without one"},
-    {"version", 0, kOutside, nullptr, setFlag<&Options::version>, "show the version"},
+    {"any-check-digit", 0, kOwn, "", nullptr, "accept an IMEI whose check digit is wrong"},
+    {"help", 'h', kOutside, "", setFlag<&Options::help>, "explain the command, or all without one"},
+    {"version", 0, kOutside, "", setFlag<&Options::version>, "show the version"},
 };
 constexpr size_t kOptionCount = std::size(kOptions);
 
@@ -183,7 +167,7 @@ constexpr int kFirstKey = 256;
 std::vector<option> parserTable() {
     std::vector<option> table;
     for (size_t i = 0; i < kOptionCount; i++)
-        table.push_back({kOptions[i].name, kOptions[i].argument != nullptr ? 1 : 0, nullptr,
+        table.push_back({kOptions[i].name, kOptions[i].argument[0] != '\0' ? 1 : 0, nullptr,
                          kFirstKey + static_cast<int>(i)});
     table.push_back({});
     return table;
@@ -193,13 +177,13 @@ std::vector<option> parserTable() {
 // first colon, it distinguishes a missing argument from an unknown option.
 std::string parserLetters() {
     std::string letters = "-:";
-    for (const Option& row : kOptions)
+    for (const OptionRow& row : kOptions)
         if (row.letter != 0)
-            letters.append(1, row.letter).append(row.argument != nullptr ? ":" : "");
+            letters.append(1, row.letter).append(row.argument[0] != '\0' ? ":" : "");
     return letters;
 }
 
-const Option* optionOf(int key) {
+const OptionRow* optionOf(int key) {
     for (size_t i = 0; i < kOptionCount; i++)
         if (key == kFirstKey + static_cast<int>(i) || key == kOptions[i].letter)
             return &kOptions[i];
@@ -216,7 +200,7 @@ std::string typedOption(char** argv) {
 
 std::string unknownOption(const std::string& typed) {
     Words names;
-    for (const Option& row : kOptions)
+    for (const OptionRow& row : kOptions)
         names.push_back(std::string("--") + row.name);
     return "unknown option '" + typed + "'" + suggestion(typed, names, '\'');
 }
@@ -228,7 +212,7 @@ std::string parseOne(int key, char** argv, bool inBatch, Options* options) {
     }
     if (key == ':')
         return typedOption(argv) + " needs an argument";
-    const Option* const row = optionOf(key);
+    const OptionRow* const row = optionOf(key);
     if (row == nullptr && optopt >= kFirstKey)
         return typedOption(argv) + " takes no argument";
     if (row == nullptr)
@@ -271,22 +255,18 @@ std::string parseLine(Words line, Options* options) {
 }
 
 std::string setOption(const std::string& name, const std::string& argument, Options* options) {
-    const Option& row = *std::find_if(std::begin(kOptions), std::end(kOptions),
-                                      [&name](const Option& one) { return one.name == name; });
+    const OptionRow& row = *std::find_if(std::begin(kOptions), std::end(kOptions),
+                                         [&name](const auto& one) { return one.name == name; });
     if (row.set == nullptr)
         options->named.push_back({name, argument});
     const std::string wrong = row.set != nullptr ? row.set(argument, options) : "";
     return wrong.empty() ? "" : "--" + name + ": " + wrong;
 }
 
-std::vector<OptionHelp> optionsHelp() {
-    std::vector<OptionHelp> all;
-    for (const Option& row : kOptions) {
-        const std::string letter = row.letter != 0 ? std::string("-") + row.letter + ", " : "";
-        all.push_back({letter + "--" + row.name, row.argument != nullptr ? row.argument : "",
-                       row.help, row.place});
-    }
-    return all;
+std::span<const OptionRow> optionRows() { return kOptions; }
+
+std::string optionName(const OptionRow& row) {
+    return (row.letter != 0 ? std::string("-") + row.letter + ", --" : "--") + row.name;
 }
 
 bool parseNumber(const std::string& text, unsigned limit, unsigned* number) {

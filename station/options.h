@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -78,14 +79,24 @@ enum class Place : uint8_t {
     Command,      // commands whose arguments name it
 };
 
-// An option as help, manual and completion show it.
-struct OptionHelp {
-    std::string name;  // with its dashes: "-o, --output"
-    std::string argument;
-    const char* help;
+struct OptionRow {
+    const char* name;  // long, without its dashes
+    char letter;       // 0: long only
     Place place;
+    const char* argument;  // its form; empty: none
+    // Takes the argument. Returns what is wrong with it, or an empty text. Null: the value goes to
+    // the command.
+    std::string (*set)(const std::string& argument, Options* options);
+    const char* help;
 };
-std::vector<OptionHelp> optionsHelp();
+std::span<const OptionRow> optionRows();
+
+// Returns "-o, --output".
+std::string optionName(const OptionRow& row);
+
+// Returns "; did you mean 'A', 'B'?" with the names that begin or end with the typed text, or else
+// with the nearest names. Empty if no name is near.
+std::string suggestion(const std::string& typed, const Words& names, char quote);
 
 // Reads a whole number, decimal or with 0x in front. Returns false when it is none or larger.
 bool parseNumber(const std::string& text, unsigned limit, unsigned* number);

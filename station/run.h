@@ -1,14 +1,17 @@
-// The client without main, so that tests link the real code.
+// The client without main, so that tests link the real code, and its own commands.
 #pragma once
 
-#include "station/options.h"
+#include "station/result.h"
 
 namespace station {
 
 // Carries out the command line. Returns the exit code.
 int run(int argc, char** argv);
 
-// Returns the names of the commands that the client carries out itself.
-Words localNames();
+// Each prints something that needs no unit, and returns the exit code.
+int list(const Options& options, Output* output);
+int decode(const Options& options, Output* output);
+int help(const Options& options, Output* output);
+int complete(const Options& options, Output* output);
 
 }  // namespace station

@@ -11,8 +11,6 @@
 #include "station/explain.h"
 #include "station/interrupt.h"
 #include "station/limits.h"
-#include "station/run.h"
-#include "station/suggest.h"
 
 namespace station {
 namespace {
@@ -127,24 +125,13 @@ std::string loadArgumentFile(const Command& command, Words* words) {
 
 }  // namespace
 
-std::string unknownCommand(const Words& words) {
-    Words names = localNames();
-    if (std::find(names.begin(), names.end(), plainName(words[0])) != names.end())
-        return "`" + words[0] + "` is not allowed in a recipe";
-    for (const Command& command : commands())
-        names.emplace_back(command.name);
-    // No more words: the next may be a secret argument.
-    const std::string typed = words[0] + (words.size() > 1 ? ' ' + words[1] : "");
-    const std::string near = suggestion(typed, names, '`');
-    return "unknown command '" + typed + "'" +
-           (near.empty() ? suggestion(words[0], names, '`') : near);
-}
-
 Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     Words rest;
     const Command* const command = findCommand(options.words, &rest);
     if (command == nullptr)
         return {kExitUsage, unknownCommand(options.words)};
+    if (command->run != nullptr)
+        return {kExitUsage, std::string("`") + command->name + "` is not allowed in a recipe"};
     *prepared = prepareRow(*command, options);
     prepared->arguments = rest;
     for (const NamedValue& given : options.named)

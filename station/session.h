@@ -26,9 +26,6 @@ struct Session {
     bool accountProven = false;  // a reply with a payload had the right digest
 };
 
-// Returns the message for words that are not a command of a recipe, with the nearest names.
-std::string unknownCommand(const Words& words);
-
 // Prepares the command of the options' words. If the command takes @FILE, the file's text replaces
 // its name. Returns the outcome of a wrong word or an unreadable file.
 Outcome prepareCommand(const Options& options, PreparedCommand* prepared);

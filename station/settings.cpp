@@ -1,22 +1,13 @@
 #include "station/settings.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
+#include <cerrno>
 #include <sstream>
 
 #include "station/account.h"
-#include "station/suggest.h"
 
 namespace station {
 namespace {
-
-struct Setting {
-    std::string alias;  // empty: for all units
-    std::string name;   // empty: the section's own line
-    std::string value;
-};
 
 std::string settingsFile() {
     const std::string folder = environmentText("XDG_CONFIG_HOME");
@@ -25,65 +16,56 @@ std::string settingsFile() {
 
 std::string trimmed(const std::string& text) {
     constexpr const char* kBlanks = " \t\r";
-    const size_t begin = text.find_first_not_of(kBlanks);
-    return begin == std::string::npos
-               ? ""
-               : text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+    const size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
+    return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
-// The long names of the options that have an argument and concern every command.
+// Returns the names of the options that concern every command and have an argument.
 Words settingNames() {
     Words names;
-    for (const OptionHelp& option : optionsHelp())
-        if (!option.argument.empty() &&
-            (option.place == Place::CommandLine || option.place == Place::AlsoInBatch))
-            names.push_back(option.name.substr(option.name.find("--") + 2));
+    for (const OptionRow& row : optionRows())
+        if (row.argument[0] != '\0' && row.place != Place::Run && row.place <= Place::AlsoInBatch)
+            names.emplace_back(row.name);
     return names;
 }
 
-// Reads all settings. A missing file has none. Returns what is wrong, or an empty text.
-std::string readSettings(std::vector<Setting>* settings) {
+// Applies the settings for all units, and those of the section that options->host names. Its own
+// host comes in the place of the name. Collects the names of the sections. A missing file has no
+// settings. Returns what is wrong, or an empty text.
+std::string applySettings(Options* options, Words* aliases) {
     std::string text;
-    const std::string wrong = readFile(settingsFile(), &text);
-    if (!wrong.empty())
-        return access(settingsFile().c_str(), F_OK) == 0 ? wrong : "";
+    std::string wrong = readFile(settingsFile(), &text);
     const Words names = settingNames();
+    const std::string alias = options->host;
+    bool applies = true;
     std::istringstream lines(text);
-    std::string alias;
     std::string line;
-    for (int number = 1; std::getline(lines, line); number++) {
+    if (!wrong.empty())
+        return errno == ENOENT ? "" : wrong;
+    for (int number = 1; wrong.empty() && std::getline(lines, line); number++) {
         line = trimmed(line);
         const size_t equals = line.find('=');
         const std::string name = trimmed(line.substr(0, equals));
         if (line.empty() || line[0] == '#' || line[0] == ';')
             continue;
-        if (line.front() == '[' && line.back() == ']')
-            settings->push_back({alias = trimmed(line.substr(1, line.size() - 2)), "", ""});
-        else if (equals == std::string::npos ||
-                 std::find(names.begin(), names.end(), name) == names.end())
-            return settingsFile() + " line " + std::to_string(number) + ": '" + name +
-                   "' is not a setting" + suggestion(name, names, '\'');
-        else
-            settings->push_back({alias, name, trimmed(line.substr(equals + 1))});
+        if (line.front() == '[' && line.back() == ']') {
+            aliases->push_back(trimmed(line.substr(1, line.size() - 2)));
+            applies = aliases->back() == alias;
+        } else if (aliases->empty() && name == "host") {
+            wrong = "'host' belongs in a section; MFGP_HOST holds without one";
+        } else if (equals == std::string::npos ||
+                   std::find(names.begin(), names.end(), name) == names.end()) {
+            wrong = "'" + name + "' is not a setting" + suggestion(name, names, '\'');
+        } else if (applies) {
+            wrong = setOption(name, trimmed(line.substr(equals + 1)), options);
+        }
+        if (!wrong.empty())
+            wrong = settingsFile() + ", line " + std::to_string(number) + ": " + wrong;
     }
-    return "";
-}
-
-// Applies the settings for all units, and those of the alias. Its host replaces the alias.
-std::string applySettings(const Options& typed, Options* options) {
-    std::vector<Setting> settings;
-    std::string wrong = readSettings(&settings);
-    const std::string alias = typed.host;
-    options->host = alias.empty() ? options->host : alias;
-    for (const Setting& setting : settings) {
-        if (setting.name == "password")
-            warnOfReaders(typed, settingsFile());
-        const bool isForAll = setting.alias.empty() && (setting.name != "host" || alias.empty());
-        if (wrong.empty() && !setting.name.empty() && (isForAll || setting.alias == alias))
-            wrong = setOption(setting.name, setting.value, options);
-    }
+    if (options->passwordTyped)
+        warnOfReaders(*options, settingsFile());
     options->passwordTyped = false;
-    return wrong.empty() ? "" : "settings: " + wrong;
+    return wrong;
 }
 
 // Reads MFGP_HOST and the command line.
@@ -96,11 +78,13 @@ std::string readTyped(int argc, char** argv, Options* options) {
 }  // namespace
 
 std::string readOptions(int argc, char** argv, Options* options) {
-    Options typed;
-    typed.host.clear();
+    Options typed = *options;
+    Words aliases;
     std::string wrong = readTyped(argc, argv, &typed);
+    options->host = typed.host;
+    options->quiet = typed.quiet;
     if (wrong.empty())
-        wrong = applySettings(typed, options);
+        wrong = applySettings(options, &aliases);
     const std::string host = options->host;
     if (wrong.empty())
         wrong = readTyped(argc, argv, options);
@@ -109,12 +93,9 @@ std::string readOptions(int argc, char** argv, Options* options) {
 }
 
 Words hostAliases() {
-    std::vector<Setting> settings;
-    readSettings(&settings);
+    Options none;
     Words aliases;
-    for (const Setting& setting : settings)
-        if (setting.name.empty())
-            aliases.push_back(setting.alias);
+    applySettings(&none, &aliases);
     return aliases;
 }
 

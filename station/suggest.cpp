@@ -1,8 +1,8 @@
-#include "station/suggest.h"
-
 #include <algorithm>
 #include <numeric>
 #include <utility>
+
+#include "station/options.h"
 
 namespace station {
 namespace {
