@@ -147,7 +147,9 @@ std::string program(const Unit& unit) {
 TEST(Batch, Examples_Run) {
     Unit unit;
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
-    const ShellResult line = shell(examples + "$station -y run production-line.txt");
+    const ShellResult line = shell(examples +
+                                   "$station -y --set MAC=02-1A-2B-13-7B-0F --set PIN=12345678 "
+                                   "run production-line.txt");
     EXPECT_EQ(line.exitCode, 0) << line.output;
     EXPECT_TRUE(std::regex_search(line.output, std::regex("get antenna-level +-61 dBm\n")));
     const std::string check =

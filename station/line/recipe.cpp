@@ -48,7 +48,8 @@ bool isWritten(const PreparedCommand& write, const Value& value) {
         return json_object_equal(wanted.get(), json->object.get()) != 0;
     }
     Request same = write.request;
-    return write.command->build({textOf(value)}, &same).empty() && same.payload == payload;
+    return buildCommand(*write.command, {textOf(value)}, {}, &same).empty() &&
+           same.payload == payload;
 }
 
 // Reads the field, writes it only if it differs, and reads it back.
