@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <regex>
-#include <sstream>
 
 #include "protocol/region_table.h"
 #include "station/commands.h"
@@ -88,11 +87,9 @@ Words choicesOf(const std::string& form) {
         for (const Region& row : kRegions)
             if (row.letters != nullptr)
                 choices.emplace_back(row.letters);
-    const bool isList =
-        form.find('|') != std::string::npos && form.find("FILE") == std::string::npos;
-    std::istringstream stream(isList ? form : "");
-    for (std::string choice; std::getline(stream, choice, '|');)
-        choices.push_back(choice);
+    const std::regex word("[a-z0-9][a-z0-9-]*");  // a form in capitals is no choice
+    if (form.find('|') != std::string::npos)
+        choices.assign(std::sregex_token_iterator(form.begin(), form.end(), word), {});
     return choices;
 }
 

@@ -55,10 +55,12 @@ std::vector<sockaddr_in> broadcastAddresses(const Options& options) {
     return all;
 }
 
-// Receives until the time, and adds the sender of each short reply. Returns the last errno, or 0.
-int collect(const Link& link, Clock::time_point end, Words* units) {
+// Receives until the time, or until one unit is found if one is enough, and adds the sender of each
+// short reply. Returns the last errno, or 0.
+int collect(const Link& link, Clock::time_point end, bool isOne, Words* units) {
     int error = 0;
-    while (waitReadable(link.fd, millisecondsUntil(std::min(end, link.deadline))) == 0) {
+    while (!(isOne && !units->empty()) &&
+           waitReadable(link.fd, millisecondsUntil(std::min(end, link.deadline))) == 0) {
         Bytes datagram(kHeaderSize);
         sockaddr_in sender = {};
         socklen_t size = sizeof sender;
@@ -84,7 +86,7 @@ int askWho(const Link& link, const std::vector<sockaddr_in>& where, bool isOne, 
             if (sendto(link.fd, &kOtherVersion, 1, 0, reinterpret_cast<const sockaddr*>(&address),
                        sizeof address) < 0)
                 error = errno;
-        const int received = collect(link, secondsFromNow(kAskSeconds), units);
+        const int received = collect(link, secondsFromNow(kAskSeconds), isOne, units);
         error = received != 0 ? received : error;
     }
     return error;

@@ -148,7 +148,7 @@ constexpr Command kCommands[] = {
     own("run", runBatch, "carry out a recipe, a command a line, on one socket").takes("FILE|-", "recipe.txt"),
     own("sheet", readSheet, "read identity and state of a unit as a table"),
     own("decode", decode, "explain a captured datagram, given the account").takes("HEX...", "020300000000000001023700ffdb440863683849f4287601b004120e"),
-    own("list", list, "the tables of this program").takes("commands|options|exit-codes", "options"),
+    own("list", list, "the tables of this program").takes("[commands|options|exit-codes]", "options"),
     own("completions", complete, "the words that a shell can offer for the last one").takes("WORD...", "-- get m"),
     own("help", help, "explain a command, a group, options or exit-codes").takes("[TOPIC]", "get mac"),
 };

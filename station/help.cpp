@@ -1,6 +1,4 @@
 // What `help` prints.
-#include <algorithm>
-
 #include "station/batch.h"
 #include "station/listing.h"
 
@@ -47,7 +45,7 @@ bool belongsTo(const OptionRow& option, const Command& command) {
            std::string(command.arguments).find(optionName(option)) != std::string::npos;
 }
 
-const char* effectOf(Access access) {
+std::string factsOf(const Command& command) {
     static constexpr const char* kEffects[] = {
         "It changes nothing. If no reply comes, it is sent again.",
         "It changes nothing. It is sent until a reply comes.",
@@ -56,26 +54,16 @@ const char* effectOf(Access access) {
         "It writes to flash. It is sent once. `run` asks first, or takes --yes.",
         "It erases flash. It is sent once. It asks first, or takes --yes.",
     };
-    return kEffects[static_cast<size_t>(access)];
-}
-
-void printFacts(const Command& command, const Output& output) {
-    const std::string unit = command.unit;
-    const std::string readBack = command.readBack != nullptr ? command.readBack : "";
-    const struct {
-        bool holds;
-        std::string text;
-    } facts[] = {
-        {true, effectOf(command.access)},
-        {command.gate == Gate::ProduceMode && command.type != kTypeFromWords,
-         "The unit refuses it outside produce mode."},
-        {command.once, "The unit carries it out once. Restart mfgpd to send it again."},
-        {!unit.empty(), "The value is in " + unit + "."},
-        {!readBack.empty(), "`" + readBack + "` shows what it did."},
-    };
-    for (const auto& fact : facts)
-        if (fact.holds)
-            fprintf(output.file, "%s\n", fact.text.c_str());
+    std::string facts = kEffects[static_cast<size_t>(command.access)];
+    if (command.gate == Gate::ProduceMode && command.type != kTypeFromWords)
+        facts += "\nThe unit refuses it outside produce mode.";
+    if (command.once)
+        facts += "\nThe unit carries it out once. Restart mfgpd to send it again.";
+    if (command.unit[0] != '\0')
+        facts.append("\nThe value is in ").append(command.unit).append(".");
+    if (command.readBack != nullptr)
+        facts.append("\n`").append(command.readBack).append("` shows what it did.");
+    return facts + "\n";
 }
 
 }  // namespace
@@ -83,31 +71,29 @@ void printFacts(const Command& command, const Output& output) {
 void printOverview(const Listing& listing, const Output& output) {
     fprintf(output.file, "%s%s", kUsage, kExamples);
     Words names;
-    for (size_t i = 0; i < listing.entries.size(); i++) {
-        const Entry& entry = listing.entries[i];
-        names.push_back(entry.name);
-        if (i + 1 < listing.entries.size() && listing.entries[i + 1].group == entry.group)
+    for (size_t i = 0; i < listing.size(); i++) {
+        names.push_back(listing[i].name);
+        if (i + 1 < listing.size() && listing[i + 1].group == listing[i].group)
             continue;
-        printNames(entry.group, names, output);
+        printNames(listing[i].group, names, output);
         names.clear();
     }
     fputs("\n", output.file);
-    print(optionsWhere([](const OptionRow& option) {
-              return option.place == Place::CommandLine || option.place == Place::AlsoInBatch;
+    print(listOptions([](const OptionRow& row) {
+              return row.place == Place::CommandLine || row.place == Place::AlsoInBatch;
           }),
           output);
     fputs(kMore, output.file);
 }
 
 void printDetails(const Command& command, const Output& output) {
-    const std::string usage = usageOf({command.name, command.arguments, {}, ""});
+    const std::string usage = usageOf({command.name, command.arguments, ""});
     fprintf(output.file, "%s%s\n\n%s\n", kUsage, usage.c_str(), command.help);
     if (command.run == nullptr)
-        printFacts(command, output);
+        fputs(factsOf(command).c_str(), output.file);
     const Listing own =
-        optionsWhere([&command](const OptionRow& option) { return belongsTo(option, command); });
-    if (!own.entries.empty())
-        fprintf(output.file, "\noptions:\n");
+        listOptions([&command](const OptionRow& row) { return belongsTo(row, command); });
+    fputs(own.empty() ? "" : "\noptions:\n", output.file);
     print(own, output);
     fprintf(output.file, "\nexample: mfgp-station %s %s\n", command.name, command.example);
 }

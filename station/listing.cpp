@@ -5,86 +5,70 @@
 namespace station {
 namespace {
 
-constexpr const char* kNone = "-";
-constexpr const char* kNothing = "NOTHING";  // a text, also where it looks like a number
-
-json_object* factAsJson(const std::string& name, const std::string& fact) {
-    if (fact == kNone)
-        return nullptr;
-    return name == kNothing ? jsonString(fact) : jsonOf(numberOrText(fact));
+Value textOrNone(const char* text) {
+    return text == nullptr || text[0] == '\0' ? Value() : Value{std::string(text)};
 }
 
-void printJson(const Listing& listing, const Output& output) {
-    for (const Entry& entry : listing.entries) {
-        const Json object(json_object_new_object());
-        json_object_object_add(object.get(), "schema", json_object_new_int(kSchema));
-        json_object_object_add(object.get(), "name", jsonString(entry.name));
-        json_object_object_add(object.get(), "arguments", jsonString(entry.arguments));
-        for (size_t i = 0; i < entry.facts.size(); i++)
-            json_object_object_add(object.get(), jsonKey(listing.factNames[i]).c_str(),
-                                   factAsJson(listing.factNames[i], entry.facts[i]));
-        json_object_object_add(object.get(), "help", jsonString(entry.help));
-        if (!entry.group.empty())
-            json_object_object_add(object.get(), "group", jsonString(entry.group));
-        fprintf(output.file, "%s\n", jsonLine(object.get()).c_str());
-    }
+Value numberOrNone(size_t number) {
+    return number == 0 ? Value() : numberOrText(std::to_string(number));
 }
 
-std::string orNone(const std::string& fact) { return fact.empty() ? kNone : fact; }
+// What programs use a command's row for. Absent: the row has no such fact.
+std::vector<Member> factsOf(const Command& command) {
+    const bool isOfUnit = command.run == nullptr;
+    const bool isGated = command.type != 0 && command.gate == Gate::ProduceMode;
+    const char* const nothing = command.nothing.text;
+    return {{"type", numberOrNone(command.type)},
+            {"sub type", numberOrNone(command.subType)},
+            {"access", textOrNone(isOfUnit ? accessName(command.access) : "")},
+            {"mode", textOrNone(isGated ? "produce" : "")},
+            {"once", textOrNone(command.once ? "once" : "")},
+            {"unit", textOrNone(command.unit)},
+            {"read back", textOrNone(command.readBack)},
+            {"payload", textOrNone(command.arguments[0] == '\0' ? command.payload : "")},
+            {"least reply", numberOrNone(command.leastReply)},
+            {"nothing", nothing != nullptr ? Value{std::string(nothing)} : Value()}};
+}
 
-Entry entryOf(const Command& command) {
-    const bool hasType = command.type != kTypeFromWords;
-    const bool hasSubType = command.type == kTypeSpecial || command.type == kTypeEncrypted;
-    return {command.name,
-            command.arguments,
-            {hasType ? std::to_string(command.type) : kNone,
-             hasSubType ? std::to_string(command.subType) : kNone, accessName(command.access),
-             hasType && command.gate == Gate::ProduceMode ? "produce" : kNone,
-             command.once ? "once" : kNone, orNone(command.unit),
-             command.readBack != nullptr ? command.readBack : kNone,
-             orNone(command.arguments[0] == '\0' ? command.payload : ""),
-             command.leastReply > 0 ? std::to_string(command.leastReply) : kNone,
-             command.nothing.text != nullptr ? command.nothing.text : kNone},
-            command.help,
-            "",
-            command.example};
+void printJson(const Entry& entry, const Output& output) {
+    Record object = {{{"schema", numberOrText(std::to_string(kSchema))},
+                      {"name", {entry.name}},
+                      {"arguments", {entry.arguments}}}};
+    object.members.insert(object.members.end(), entry.facts.begin(), entry.facts.end());
+    object.members.push_back({"help", {entry.help}});
+    if (!entry.group.empty())
+        object.members.push_back({"group", {entry.group}});
+    const Json json(jsonOf({object}));
+    fprintf(output.file, "%s\n", jsonLine(json.get()).c_str());
 }
 
 }  // namespace
 
 Listing listCommands() {
-    Listing listing = {{"TYPE", "SUB TYPE", "ACCESS", "MODE", "ONCE", "UNIT", "READ BACK",
-                        "PAYLOAD", "LEAST REPLY", kNothing},
-                       {}};
+    Listing listing;
     std::string group;
     for (const Command& command : commands()) {
         group = command.group[0] != '\0' ? command.group : group;
-        listing.entries.push_back(entryOf(command));
-        listing.entries.back().group = group;
-        if (command.run != nullptr)
-            listing.entries.back().facts.assign(listing.factNames.size(), kNone);
+        listing.push_back({command.name, command.arguments, command.help, factsOf(command), group});
     }
     return listing;
 }
 
-Listing listOptions() {
-    return optionsWhere([](const OptionRow&) { return true; });
-}
-
-Listing optionsWhere(const std::function<bool(const OptionRow&)>& isListed) {
-    Listing listing = {};
+Listing listOptions(const std::function<bool(const OptionRow&)>& isListed) {
+    Listing listing;
     for (const OptionRow& row : optionRows())
         if (isListed(row))
-            listing.entries.push_back({optionName(row), row.argument, {}, row.help});
+            listing.push_back({optionName(row), row.argument, row.help});
     return listing;
 }
 
 Listing listExits() {
-    Listing listing = {{"OUTCOME"}, {}};
-    for (const ExitCodeRow& row : exits()) {
-        const char* const addend = row.code == kExitInterrupted ? "+N" : "";
-        listing.entries.push_back({std::to_string(row.code) + addend, "", {row.word}, row.meaning});
-    }
+    Listing listing;
+    for (const ExitCodeRow& row : exits())
+        listing.push_back({std::to_string(row.code) + (row.code == kExitInterrupted ? "+N" : ""),
+                           "",
+                           row.meaning,
+                           {{"outcome", {std::string(row.word)}}}});
     return listing;
 }
 
@@ -94,21 +78,24 @@ std::string usageOf(const Entry& entry) {
 
 int usageWidth(const Listing& listing) {
     size_t width = 0;
-    for (const Entry& entry : listing.entries)
+    for (const Entry& entry : listing)
         width = std::max(width, usageOf(entry).size());
     return static_cast<int>(width);
 }
 
 void print(const Listing& listing, const Output& output) {
-    if (output.format == Format::Json && !output.quiet)
-        return printJson(listing, output);
-    for (const Entry& entry : listing.entries)
+    const int width = usageWidth(listing);
+    for (const Entry& entry : listing) {
+        const bool hasWord = entry.facts.size() == 1;
+        const std::string word = hasWord ? textOf(entry.facts[0].value) + ": " : "";
         if (output.quiet)
             fprintf(output.file, "%s\n", entry.name.c_str());
+        else if (output.format == Format::Json)
+            printJson(entry, output);
         else
-            fprintf(output.file, "%-*s  %s%s\n", usageWidth(listing), usageOf(entry).c_str(),
-                    entry.facts.size() == 1 ? (entry.facts[0] + ": ").c_str() : "",
+            fprintf(output.file, "%-*s  %s%s\n", width, usageOf(entry).c_str(), word.c_str(),
                     entry.help.c_str());
+    }
 }
 
 }  // namespace station

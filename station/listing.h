@@ -12,20 +12,14 @@ namespace station {
 struct Entry {
     std::string name;
     std::string arguments;  // empty: none
-    Words facts;            // "-": none
     std::string help;
-    std::string group = {};    // of a command
-    std::string example = {};  // arguments of a command, empty: none
+    std::vector<Member> facts = {};  // for programs
+    std::string group = {};          // of a command
 };
-
-struct Listing {
-    Words factNames;
-    std::vector<Entry> entries;
-};
+using Listing = std::vector<Entry>;
 
 Listing listCommands();
-Listing listOptions();
-Listing optionsWhere(const std::function<bool(const OptionRow&)>& isListed);
+Listing listOptions(const std::function<bool(const OptionRow&)>& isListed);
 Listing listExits();
 
 // Returns name and arguments.
@@ -38,7 +32,7 @@ int usageWidth(const Listing& listing);
 // one a line, or, with --quiet, the names alone.
 void print(const Listing& listing, const Output& output);
 
-// Prints the groups of commands and the options, by name.
+// Prints the groups of commands and the options of every command.
 void printOverview(const Listing& listing, const Output& output);
 
 // Prints all that is known of one command.

@@ -54,7 +54,7 @@ Outcome withoutAnswer(const Command& command, const Request& request, const Answ
     std::string text =
         answer.deadlineReached
             ? deadlineText(link) + " while waiting for the reply to `" + command.name + "`"
-            : "no reply from " + link.unit + " in " + inSeconds(answer.seconds);
+            : "no reply in " + inSeconds(answer.seconds);
     text += " (" + std::to_string(answer.tries) + attempts;
     if (answer.error != 0)
         text += std::string(": ") + strerror(answer.error);

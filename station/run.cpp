@@ -6,7 +6,7 @@
 #include <cctype>
 
 #include "completions/complete.h"
-#include "station/account.h"
+#include "station/arguments.h"
 #include "station/batch.h"
 #include "station/check.h"
 #include "station/diagnostics.h"
@@ -23,18 +23,15 @@ int complain(int code, const std::string& text) {
 }
 
 int complainOfUsage(const std::string& text) {
-    return complain(kExitUsage, text + (text.ends_with('?') ? "" : " (see mfgp-station help)"));
-}
-
-// Opens the output for what prints without a session. Returns the exit code, after a complaint if
-// it is not 0.
-int beginOutput(const Options& options, Output* output) {
-    const std::string wrong = openOutput(options, output);
-    return wrong.empty() ? kExitDone : complain(kExitLocalFault, wrong);
+    return complain(
+        kExitUsage,
+        text + (text.ends_with('?') || text.ends_with('.') ? "" : " (see mfgp-station help)"));
 }
 
 Listing tableOf(const std::string& name) {
-    return name == "options" ? listOptions() : name == "exit-codes" ? listExits() : listCommands();
+    return name == "options"      ? listOptions([](const OptionRow&) { return true; })
+           : name == "exit-codes" ? listExits()
+                                  : listCommands();
 }
 
 int finish(const Result& result, Output* output) {
@@ -86,21 +83,20 @@ std::string checkCommand(const Options& options, const Command* command, const W
     return wrong.empty() ? "" : std::string(command->name) + ": " + wrong;
 }
 
+// Returns true if the command prints what the program knows by itself.
+bool isOffline(const Options& options, const Command* command) {
+    const auto run = command != nullptr ? command->run : nullptr;
+    return options.help || options.version || run == list || run == help || run == complete;
+}
+
 int runOptions(const Options& options, const Command* command, Output* output) {
     if (options.help)
         return help(options, output);
-    if (options.version) {
-        const int opened = beginOutput(options, output);
-        if (opened == kExitDone)
-            fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
-        return opened;
-    }
+    if (options.version)
+        fprintf(output->file, "mfgp-station %s\n", MFGP_STATION_VERSION);
+    if (options.version)
+        return kExitDone;
     return command->run != nullptr ? command->run(options, output) : perform(options, output);
-}
-
-bool needsAccount(const Options& options, const Command* command) {
-    const auto run = command != nullptr ? command->run : nullptr;
-    return !options.help && !options.version && run != list && run != help && run != complete;
 }
 
 // If a standard stream is closed, the next open() would reuse its number and results could go into
@@ -114,10 +110,12 @@ void holdStandardStreams() {
 }  // namespace
 
 int list(const Options& options, Output* output) {
-    const int opened = beginOutput(options, output);
-    if (opened == kExitDone)
-        print(tableOf(options.words.size() > 1 ? options.words[1] : "commands"), *output);
-    return opened;
+    std::string name = options.words.size() > 1 ? options.words[1] : "commands";
+    const std::string wrong = checkArgument("commands|options|exit-codes", &name);
+    if (!wrong.empty())
+        return complainOfUsage("list: '" + name + "' " + wrong);
+    print(tableOf(name), *output);
+    return kExitDone;
 }
 
 int complete(const Options& options, Output* output) {
@@ -137,16 +135,13 @@ int help(const Options& options, Output* output) {
     if (name == "options" || name == "exit-codes")
         table = tableOf(name);
     else if (!name.empty())
-        std::erase_if(table.entries, [&](const Entry& entry) {
+        std::erase_if(table, [&](const Entry& entry) {
             return entry.name != name &&
                    (command != nullptr ||
                     (entry.group != name && !entry.name.starts_with(name + ' ')));
         });
-    if (table.entries.empty())
+    if (table.empty())
         return complainOfUsage(unknownCommand(topic));
-    const int opened = beginOutput(options, output);
-    if (opened != kExitDone)
-        return opened;
     if (name.empty() && output->format == Format::Text)
         printOverview(table, *output);
     else if (command != nullptr && output->format == Format::Text)
@@ -167,9 +162,9 @@ int decode(const Options& options, Output* output) {
     const std::string wrong = parseHex(digits, &datagram);
     if (!wrong.empty())
         return complainOfUsage("decode: " + wrong);
-    const int opened = beginOutput(options, output);
-    if (opened != kExitDone)
-        return opened;
+    const std::string unopened = openOutput(options, output);
+    if (!unopened.empty())
+        return complain(kExitLocalFault, unopened);
     const Key key = keyOf(options.user.value_or(""), options.password.value_or(""));
     Result result = unsent(options.words, {kExitDone, ""});
     result.value = {explainDatagram(datagram, key)};
@@ -189,14 +184,14 @@ int run(int argc, char** argv) {
         wrong = checkCommand(options, command, rest);
     if (!wrong.empty())
         return complainOfUsage(wrong);
-    if (needsAccount(options, command)) {
-        const Outcome account = loadAccount(&options);
-        if (account.code != kExitDone)
-            return complain(account.code, account.message);
-    }
     Output output = {options.format, options.quiet};
     output.options = &options;
     output.nameWidth = usageWidth(listCommands());
+    const bool offline = isOffline(options, command);
+    const Outcome begun =
+        offline ? Outcome{kExitLocalFault, openOutput(options, &output)} : loadAccount(&options);
+    if (!begun.message.empty())
+        return complain(begun.code, begun.message);
     const int code = runOptions(options, command, &output);
     return isWritten(output) ? code : complain(kExitLocalFault, "cannot write the results");
 }

@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "station/account.h"
 #include "station/diagnostics.h"
 #include "station/explain.h"
 #include "station/interrupt.h"
 #include "station/limits.h"
+#include "station/settings.h"
 
 namespace station {
 namespace {
@@ -282,7 +282,9 @@ Outcome confirm(Session* session, LineReader* terminal, const std::string& quest
 }
 
 std::string questionOf(const Options& options, const Command& command) {
-    return std::string(command.name) + " on " + options.host + ". This cannot be undone.";
+    const std::string help = command.help;
+    return std::string(command.name) + " on " + options.host + ": " +
+           help.substr(0, help.find(';')) + ". This cannot be undone.";
 }
 
 }  // namespace station

@@ -1,13 +1,40 @@
 #include "station/settings.h"
 
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
 #include <sstream>
 
-#include "station/account.h"
+#include "core/file.h"
+#include "station/diagnostics.h"
 
 namespace station {
 namespace {
+
+// Far above any account or group object: what is longer is another file, or a device without end.
+constexpr size_t kMostFileBytes = 65536;
+
+void warn(const Options& options, const std::string& text) {
+    if (!options.quiet)
+        say("warning: " + text);
+}
+
+void warnOfReaders(const Options& options, const std::string& file) {
+    struct stat status = {};
+    if (stat(file.c_str(), &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
+        warn(options, "other users can read '" + file + "' (chmod 600 keeps it private)");
+}
+
+std::string environmentText(const char* name) {
+    const char* const text = getenv(name);
+    return text != nullptr ? text : "";
+}
 
 std::string settingsFile() {
     const std::string folder = environmentText("XDG_CONFIG_HOME");
@@ -41,7 +68,7 @@ std::string applySettings(Options* options, Words* aliases) {
     std::istringstream lines(text);
     std::string line;
     if (!wrong.empty())
-        return errno == ENOENT ? "" : wrong;
+        return access(settingsFile().c_str(), F_OK) != 0 ? "" : wrong;
     for (int number = 1; wrong.empty() && std::getline(lines, line); number++) {
         line = trimmed(line);
         const size_t equals = line.find('=');
@@ -75,6 +102,37 @@ std::string readTyped(int argc, char** argv, Options* options) {
     return wrong.empty() ? parseOptions(argc, argv, options) : "MFGP_HOST: " + wrong;
 }
 
+// Reads the user name and the password from two lines.
+Outcome readAccountFile(const Options& options, std::string* user, std::string* password) {
+    const std::string& name = options.accountFile;
+    std::string text;
+    std::string more;
+    const std::string wrong = readFile(name, &text);
+    if (!wrong.empty())
+        return {kExitLocalFault, "--account-file: " + wrong};
+    warnOfReaders(options, name);
+    std::erase(text, '\r');
+    std::istringstream lines(text);
+    if (!std::getline(lines, *user) || !std::getline(lines, *password) || lines >> more)
+        return {kExitUsage, "--account-file: '" + name +
+                                "' is not two lines, the user name and then the password"};
+    return {kExitDone, ""};
+}
+
+// Reads a line from the terminal without showing it, if there is a terminal.
+void askPassword(const std::string& user, std::string* password) {
+    termios shown = {};
+    if (isatty(STDERR_FILENO) == 0 || tcgetattr(STDIN_FILENO, &shown) != 0)
+        return;
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    fprintf(stderr, "password of %s: ", user.c_str());
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+    std::getline(std::cin, *password);
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+    fputc('\n', stderr);
+}
+
 }  // namespace
 
 std::string readOptions(int argc, char** argv, Options* options) {
@@ -97,6 +155,36 @@ Words hostAliases() {
     Words aliases;
     applySettings(&none, &aliases);
     return aliases;
+}
+
+Outcome loadAccount(Options* options) {
+    if (options->passwordTyped)
+        warn(*options,
+             "other users can read a password on the command line; MFGP_PASSWORD and "
+             "--account-file keep it private");
+    std::string user = environmentText("MFGP_USER");
+    std::string password = environmentText("MFGP_PASSWORD");
+    if (!options->accountFile.empty()) {
+        const Outcome read = readAccountFile(*options, &user, &password);
+        if (read.code != kExitDone)
+            return read;
+    }
+    options->user = options->user.value_or(user);
+    if (!options->password && password.empty() && !options->user->empty())
+        askPassword(*options->user, &password);
+    options->password = options->password.value_or(password);
+    return {kExitDone, ""};
+}
+
+std::string readFile(const std::string& name, std::string* text) {
+    text->clear();
+    const File file(fopen(name.c_str(), "rb"));
+    for (int byte = 0; file && text->size() <= kMostFileBytes && (byte = getc(file.get())) != EOF;)
+        text->push_back(static_cast<char>(byte));
+    const bool isLong = text->size() > kMostFileBytes;
+    const int error = isLong ? EFBIG : errno;
+    const bool isRead = file && !isLong && ferror(file.get()) == 0;
+    return isRead ? "" : "cannot read '" + name + "': " + strerror(error);
 }
 
 }  // namespace station

@@ -53,7 +53,7 @@ TEST(Simulator, StateIsKeptUntilItIsReset) {
     expect("exec", "-- true", 1, "mfgp-sim: no unit is running on /tmp/");
     expect("up", "--daemon " MFGPD " --profile service", 1,
            "mfgp-sim: a unit of the profile FG621 is kept in /tmp/");
-    expect("reset", "--profile nothing", 2, "mfgp-sim: there is no profile nothing");
+    expect("reset", "--profile nothing", 2, "mfgp-sim: unknown profile 'nothing'");
     unit.start();
     EXPECT_EQ(unit.read("/fw/FW_ID") + unit.read("/modem/kind"), "editedFG621\n");
     unit.stop();

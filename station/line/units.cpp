@@ -12,9 +12,9 @@
 #include <cstring>
 #include <sstream>
 
-#include "station/account.h"
 #include "station/diagnostics.h"
 #include "station/interrupt.h"
+#include "station/settings.h"
 
 namespace station {
 namespace {

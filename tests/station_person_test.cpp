@@ -1,0 +1,102 @@
+// What a person at the bench meets first: help, wrong names, settings, check, discover, completion.
+#include <gtest/gtest.h>
+
+#include "tests/support/client.h"
+#include "tests/support/unit.h"
+
+namespace {
+
+TEST(StationPerson, Help_ExplainsATopic) {
+    expectRows({
+        {"help | wc -l | awk '{ print $1 < 60 }'", 0, "1\n"},
+        {"help", 0, "cellular  get imei, set imei,"},
+        {"help get mac", 0, "--expect TEXT  fail (exit code 1) unless"},
+        {"fan set --help", 0, "--time SECONDS  run time of the fans\n"},
+        {"help SET-mac", 0, "outside produce mode.\nThe unit carries it out once."},
+        {"help rssi-spread", 0, "The value is in dB."},
+        {"help fan", 0, "fan speeds GEAR"},
+        {"-o json help unit | jq -r .name | tail -n 1", 0, "reset\n"},
+        {"help nothing", 2, "unknown command 'nothing' (see"},
+    });
+}
+
+TEST(StationPerson, AMistypedName_GetsTheNearestOnes) {
+    expectRows({
+        {"get cuntry", 2, "unknown command 'get cuntry'; did you mean `get country`?\n"},
+        {"set pni 12345678", 2, "unknown command 'set pni'; did you mean `set pin`?\n"},
+        {"shet", 2, "did you mean `sheet`?\n"},
+        {"country", 2, "did you mean `get country`, `set country`?\n"},
+        {"--hots x get mac", 2, "unknown option '--hots'; did you mean '--host'?\n"},
+        {"--re get mac", 2, "did you mean '--retries', '--release'?\n"},
+        {"-n calibrate zigbee host", 0, "0203"},
+        {"-n Get-MAC", 0, "0203"},
+        {"run", 2, "run: expected one recipe file, or '-' for standard input.\n"},
+        {"get button bell", 2, "argument 'bell' is not one of wifi, reset, wps"},
+        {"antenna-test FG621 t0=1 foo", 2, "'foo' is not a field"},
+        {"-n set imei 490154203237519", 2, "check digit: the last digit would be 8; --any"},
+        {"-n set imei 490154203237519 --any-check-digit", 0, "0203"},
+        {"run - <<E\nsheet\nE", 2, "`sheet` is not allowed in a recipe"},
+    });
+}
+
+// Every example of the help is a command line that the program accepts.
+TEST(StationPerson, Examples_AreValid) {
+    const ShellResult result = shell(
+        "$station list | cut -d ' ' -f 1-2 | while read -r first second; do "
+        "$station help $first $second | sed -n 's/^example: mfgp-station //p'; done | sort -u |"
+        " grep -vE '^(set group|run|check|discover|sheet)' | while read -r line; do "
+        "eval \"$station -n --show-secrets $line\" >/dev/null || echo \"$line\"; done");
+    EXPECT_EQ(result.output, "");
+}
+
+TEST(StationPerson, Settings_HoldForTheirUnit) {
+    const Unit unit({StateFile{"/mfgp-station.conf",
+                               "# all\n timeout = 0.5\n[bench1]\nhost = 127.0.0.1\n"
+                               "user = x\npassword = a b#c\n[bad]\nhots = 1\n"},
+                     StateFile{"/good/mfgp-station.conf",
+                               "retries=0\r\n[bench1]\r\nhost=127.0.0.1\r\nport=1040\r\n"},
+                     StateFile{"/account/username", "x"}, StateFile{"/account/password", "a b#c"}});
+    const std::string good = "XDG_CONFIG_HOME=" + unit.path("/good").string() + ' ';
+    const std::string bad = "XDG_CONFIG_HOME=" + unit.path("/").string() + ' ';
+    const std::string station = "${station%% --host*} ";
+    const struct {
+        std::string line;
+        std::string output;
+    } rows[] = {
+        {bad + station + "--host bench1 get mac", "line 8: 'hots' is not a setting; did you mean"},
+        {good + station + "--host bench1 --user x --password 'a b#c' get mac", "02-1A"},
+        {good + "MFGP_HOST=bench1 " + station + "--port 9 get mac", "(1 attempt): Connection"},
+        {good + station + "--host 127.0.0.1:9 get mac", "(1 attempt): Connection"},
+        {good + station + "--host 127.0.0.1:x get mac", "--host: 'x' is not a number from 1 to"},
+        {"sed -i '/bad/,$d' " + unit.path("/mfgp-station.conf").string() + "; " + bad + station +
+             "--host bench1 get mac",
+         "mfgp-station.conf' (chmod 600 keeps it private)\n02-1A"},
+        {"{ sleep 1; echo 'a b#c'; } | script -qec \"" + station +
+             "--host 127.0.0.1 --user x get mac\" /dev/null",
+         "02-1A"},
+        {good + station + "completions -- --host ''", "bench1\n"},
+    };
+    for (const auto& row : rows) {
+        const ShellResult result = shell(row.line);
+        EXPECT_NE(result.output.find(row.output), std::string::npos) << row.line << result.output;
+    }
+}
+
+TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
+    const Unit unit;
+    expectRows({
+        {"discover 127.255.255.255", 0, "127.0.0.1\n"},
+        {"-n discover", 2, "needs replies"},
+        {"--port 9 discover 127.255.255.255", 3, "no unit answers. Check power and cable"},
+        {"--user wrong check", 5, "account       ! cannot decrypt the reply"},
+        {"check", 0,
+         "interface     lo, from 127.0.0.1\ndaemon        answers\naccount       right"},
+        {"--local-port 1042 check", 4, "binding       ! the unit is bound to another station"},
+        {"--port 9 check", 3, "daemon        ! the unit is there, but mfgpd does not run"},
+        {"--host 10.0.0.1 check", 7, "interface     ! Network is unreachable. Connect the cable"},
+    });
+    unit.setMode("normal");
+    expectRows({{"-o json check | jq -r .value", 0, "\nno. The unit refuses factory commands"}});
+}
+
+}  // namespace
