@@ -1,5 +1,5 @@
-# The libraries the programs are linked with, as mfgp::NAME. CMAKE_PREFIX_PATH and a cross file's root
-# are searched as usual.
+# Finds the libraries and defines each as mfgp::NAME. Searches CMAKE_PREFIX_PATH and the root of a
+# toolchain file as usual.
 
 function(mfgp_library name header)
   cmake_parse_arguments(ARG "" "" "LIBS;SUFFIXES" ${ARGN})
@@ -15,7 +15,7 @@ function(mfgp_library name header)
   endif()
 endfunction()
 
-option(MFGPD_STATIC_NETTLE "Link the two algorithms of Nettle in, instead of its library" OFF)
+option(MFGPD_STATIC_NETTLE "Link Nettle statically" OFF)
 if(MFGPD_STATIC_NETTLE)
   mfgp_library(nettle nettle/des.h LIBS libnettle.a)
 else()
@@ -37,11 +37,11 @@ endforeach()
 if(NOT MFGPD_DAEMON)
   return()
 endif()
-option(MFGPD_UCI_STANDIN "Without libuci, take the simulated unit's stand-in" ON)
+option(MFGPD_UCI_STANDIN "If libuci is missing, use the simulated unit's stand-in" ON)
 if(NOT TARGET mfgp::uci AND NOT MFGPD_UCI_STANDIN)
-  message(FATAL_ERROR "uci is missing")
+  message(FATAL_ERROR "uci is missing. Install libuci, or set MFGPD_UCI_STANDIN=ON")
 elseif(NOT TARGET mfgp::uci)
-  # Every OpenWrt image has libuci; development machines mostly do not.
+  # Every OpenWrt image has libuci. Most development machines do not.
   message(STATUS "uci: the simulated unit's stand-in (the real library was not found)")
   add_subdirectory(${CMAKE_SOURCE_DIR}/simunit/uci)
   add_library(mfgp::uci ALIAS uci_standin)

@@ -1,6 +1,6 @@
-# A build for this machine with musl, the routers' C library, and with the libraries that scripts/sysroot
-# has built for it. Debian has no C++ compiler for musl, so clang compiles with libc++'s headers, which
-# support musl. Nothing beyond POSIX.1-2008 is declared. The daemon is linked statically.
+# A build for this machine with musl, the C library of routers, and the libraries that scripts/sysroot
+# built with it. Debian has no C++ compiler for musl, so clang compiles with libc++'s headers, which
+# support musl. The headers declare only POSIX.1-2008. The daemon is linked statically.
 set(sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-musl)
 set(CMAKE_C_COMPILER musl-gcc)
 set(CMAKE_CXX_COMPILER clang++)

@@ -20,8 +20,8 @@ int is_support_quectel_module();
 int is_support_fibocom_module();
 
 // Copies the module's name ("RG520N-EU"), the first line of at most 29 bytes, into `name`, which
-// the caller has zeroed. The name may be empty. Returns 0, or -1 when uci
-// could not be started or printed nothing.
+// the caller has zeroed. The name may be empty. Returns 0, or -1 when uci could not be started or
+// printed nothing.
 int get_module_name(char (&name)[kModuleNameSize]);
 
 // Reads the module's name for a handler, whose name and purpose appear in the log line of a

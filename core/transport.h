@@ -17,8 +17,8 @@ int mfgp_udpSocketBind(ServiceContext* ctx);
 int mfgp_udpSocketClose(ServiceContext* ctx);
 
 // Receives one datagram of at most 45,000 bytes into ctx->recvBuf and stores its length in bytes.
-// Returns -10106 on failure,
-// including when select() reported a datagram that the kernel then dropped (bad checksum).
+// Returns -10106 on failure, including when select() reported a datagram that the kernel then
+// dropped (bad checksum).
 int mfgp_udpReceive(ServiceContext* ctx, sockaddr_in* sender, size_t* length);
 
 // Returns true when more than 64 KiB wait to be sent, because answers to absent hosts wait for

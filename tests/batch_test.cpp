@@ -144,7 +144,8 @@ TEST(Batch, Examples_Run) {
     Unit unit;
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
     const std::string check = "MFGP_STATION=" + program(unit) + " ./check-limits --host 127.0.0.1";
-    expectShell(examples + "$station -y run production-line.txt", 0, " -61 dBm\n");
+    const std::string set = "$station -y --set MAC=02-1A-2B-13-7B-0F --set PIN=12345678 ";
+    expectShell(examples + set + "run production-line.txt", 0, " -61 dBm\n");
     expectShell(examples + check, 0, "");
     unit.write("/fans/speeds", "3 3600 900\n");
     expectShell(examples + check, 1, "FAIL  all fans between");

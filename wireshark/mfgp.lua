@@ -2,8 +2,8 @@
 --
 --     wireshark -X lua_script:wireshark/mfgp.lua
 --
--- or copy it into the folder that Help > About > Folders names for personal Lua plugins. The
--- payload is enciphered with a key from the unit's web account, so it is shown as cipher text.
+-- or copy it into the folder for personal Lua plugins (Help > About > Folders). The payload is
+-- enciphered with a key from the unit's web account, so it is shown as cipher text.
 
 local mfgp = Proto("mfgp", "mfgp factory and service protocol")
 
@@ -28,11 +28,12 @@ local INFOS = {
     [5] = "unknown sub-type",
     [7] = "not version 2",
     [8] = "bound to another station",
-    [9] = "wrong digest or length: mostly a wrong account",
+    [9] = "wrong digest or length: usually a wrong account",
 }
 
--- The command names of mfgp-station.
+-- The command names of mfgp-station. scripts/manual writes both tables.
 local SPECIAL = {
+    -- table: type-3
     [10] = "get product-id",
     [17] = "erase radio",
     [18] = "calibrate",
@@ -84,13 +85,16 @@ local SPECIAL = {
     [128] = "smart-antenna",
     [131] = "rssi-spread",
     [135] = "config-check",
+    -- end of table
 }
 
 local ENCRYPTED = {
+    -- table: type-7
     [70] = "encrypted hardware-version",
     [71] = "encrypted firmware-version",
     [72] = "get model-name",
     [73] = "reset",
+    -- end of table
 }
 
 local f = mfgp.fields

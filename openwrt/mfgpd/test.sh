@@ -1,12 +1,13 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 
-# The feed's check calls this with the package's name and version once it is installed.
+# The package feed's check runs this script after it has installed a package. The arguments are the
+# name and the version of the package.
 set -e
 
 case "$1" in
 mfgpd)
-	# It runs until no datagram has arrived for 10 minutes, so check that it listens.
+	# The daemon keeps running, so check that it has opened its port.
 	start-stop-daemon -S -b -x /usr/sbin/mfgpd
 	for _ in 1 2 3 4 5 6 7 8 9 10; do
 		sleep 1

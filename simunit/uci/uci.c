@@ -154,7 +154,7 @@ int uci_lookup_next(struct uci_context* ctx, struct uci_element** e, struct uci_
     return set_error(ctx, *e != NULL ? UCI_OK : UCI_ERR_NOTFOUND);
 }
 
-/* Cuts the text up to the next '.' off the front; NULL when there is none left. */
+/* Returns the text before the next '.' and cuts it off. Returns NULL when no text is left. */
 static char* cut_part(char** rest) {
     char* part = *rest;
     char* dot = part != NULL ? strchr(part, '.') : NULL;

@@ -91,7 +91,8 @@ struct uci_ptr {
     const char* value;
 };
 
-/* The list, and the element, stand first in what holds them. */
+/* The list is the first member of its element, and the element of its section, option or package.
+ */
 #define uci_to_element(ptr) ((struct uci_element*)(void*)(ptr))
 #define uci_to_package(ptr) ((struct uci_package*)(void*)(ptr))
 #define uci_to_section(ptr) ((struct uci_section*)(void*)(ptr))

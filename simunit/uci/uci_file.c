@@ -17,7 +17,7 @@ enum { MAX_WORDS = 3 };
 struct reader {
     struct uci_context* ctx;
     struct uci_package* package;
-    struct uci_section* section; /* the last one that was opened */
+    struct uci_section* section; /* the section that was opened last */
     int line;
 };
 
@@ -70,7 +70,7 @@ static int split_words(struct reader* r, char* line, char** words) {
             return parse_error(
                 r, quote == '"' ? "EOF with unterminated \"" : "EOF with unterminated '",
                 (int)(at - line));
-        more = *at != '\0' && *at != '#'; /* the word's terminator may overwrite it */
+        more = *at != '\0' && *at != '#'; /* checked now: the terminator may overwrite *at */
         *out++ = '\0';
         at++;
     }
@@ -99,8 +99,8 @@ static int open_section(struct reader* r, const char* type, const char* name) {
     return section->type != NULL ? UCI_OK : UCI_ERR_MEM;
 }
 
-/* Replaces the option. An empty value removes it. The daemon reads no list, so a list has no items.
- */
+/* Replaces the option. An empty value removes it. A list is stored without items, because the
+ * daemon reads no lists. */
 static int put_value(struct uci_section* section, const char* name, const char* value,
                      bool is_list) {
     struct uci_element* const old = uci_find(&section->options, name);

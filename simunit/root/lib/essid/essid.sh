@@ -1,6 +1,6 @@
 #!/bin/sh
-# essid.sh MODEL SUFFIX: names the default Wi-Fi network MODEL_XXXX after the suffix's last four
-# digits.
+# essid.sh MODEL SUFFIX: sets the name of the default Wi-Fi network to MODEL_XXXX. XXXX is the suffix
+# without its first two characters.
 # shellcheck source=../../usr/lib/sim/tool
 . /usr/lib/sim/tool
 
