@@ -103,7 +103,7 @@ TEST(StationClient, NamesWhatIsWrong) {
         {"set special-id uk", 2, "REGION 'uk' is not one of UN, US, EU"},
         {"set device-id ''", 2, "TEXT '' is not 1 to 64 bytes"},
         {tooLong, 2, "xxx' is not 1 to 64 bytes without"},
-        {"set model-name \"$(printf 'a\\nb')\"", 2, "TEXT 'a\\x0ab' is not 1 to 64 bytes without control characters"},
+        {"set model-name \"$(printf 'a\\nb')\"", 2, "'a\\x0ab' is not 1 to 64 bytes without"},
         {"set group /no/such/file", 7, "cannot read '/no/such/file': No such file"},
         {"set group @/dev/zero", 7, "cannot read '/dev/zero': File too large"},
         {"--account-file /dev/zero get mac", 7,
