@@ -158,7 +158,7 @@ TEST(StationClient, ShowsWhatIsSentAndReceived) {
         {account + "public get mac", 0, "(chmod 600 keeps it private)\n02-1A"},
         {account + "private -vv get mac", 0, "\ndirection: reply\nversion: 2\ntype: 3\n"},
         {account + "private -vvv get mac", 0,
-         "\n  0010  00 00 00 00 00 00 00 00 00 00 00 00 30 32 2d"},
+         "00000000000000000000000030322d"},
         {account + "long get mac", 2, "is not two lines"},
         {"--interface nodev get mac", 7, "cannot use interface 'nodev': No such device"},
         {"--interface lo " + account + "private get mac", 0, "02-1A"},
