@@ -15,21 +15,29 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-namespace {
+static constexpr long kNever = 1L << 40;
+static long left = kNever;  // allocations until the one that fails
 
-constexpr long kNever = 1L << 40;
-long left = kNever;  // allocations until the one that fails
+#ifndef __SANITIZE_ADDRESS__
+extern "C" {
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* block, size_t size);
+void* malloc(size_t size) { return left-- == 0 ? nullptr : __libc_malloc(size); }
+void* calloc(size_t n, size_t size) { return left-- == 0 ? nullptr : __libc_calloc(n, size); }
+void* realloc(void* old, size_t size) { return left-- == 0 ? nullptr : __libc_realloc(old, size); }
+}
+void* operator new(size_t size) { return __libc_malloc(size); }
+#endif
 
-bool fails() { return left-- == 0; }
-
-void showCrash(int) {
+static void showCrash(int) {
     void* frames[8];
     dprintf(STDERR_FILENO, "crash:\n");
     backtrace_symbols_fd(frames, backtrace(frames, 8), STDERR_FILENO);
     _exit(1);
 }
 
-void failEach(const std::string& input) {
+static void failEach(const std::string& input) {
     answerOf(input);  // fills the C library's own buffers
     left = kNever;
     answerOf(input);
@@ -46,20 +54,6 @@ void failEach(const std::string& input) {
     }
     dprintf(STDERR_FILENO, "%ld allocations failed\n", count);
 }
-
-}  // namespace
-
-#ifndef __SANITIZE_ADDRESS__
-extern "C" {
-void* __libc_malloc(size_t size);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* block, size_t size);
-void* malloc(size_t size) { return fails() ? nullptr : __libc_malloc(size); }
-void* calloc(size_t count, size_t size) { return fails() ? nullptr : __libc_calloc(count, size); }
-void* realloc(void* old, size_t size) { return fails() ? nullptr : __libc_realloc(old, size); }
-}
-void* operator new(size_t size) { return __libc_malloc(size); }
-#endif
 
 int main(int count, char** words) {
     long inputs = 0;

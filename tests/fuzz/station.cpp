@@ -13,9 +13,9 @@ namespace {
 constexpr uint16_t kId = 0x3132;
 
 void expectSendable(const Request& request, const Key& key) {
-    require(request.payload.size() <= payloadLimit(request.type), "a request fits in a datagram");
     const Bytes datagram = buildRequest(request, kId, key);
     ServiceContext* const ctx = freshContext();
+    require(datagram.size() <= kMaxDatagram, "a request fits in a datagram");
     memcpy(ctx->recvBuf, datagram.data(), datagram.size());
     require(mfgp_decode(ctx) == 0, "a unit understands the request");
     const Reply echo = openReply(datagram.data(), datagram.size(), key);
