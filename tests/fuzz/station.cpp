@@ -2,8 +2,8 @@
 // first byte makes the digest of the datagram right. Then come the line and the datagram.
 #include "protocol/codec.h"
 #include "station/json_values.h"
+#include "station/line/recipe.h"
 #include "station/outcome.h"
-#include "station/session.h"
 #include "tests/fuzz/fuzz.h"
 
 using namespace station;
@@ -45,15 +45,12 @@ std::string answerOf(std::string_view input) {
     const InUnit unit;  // a line can name a file
     layFile("/group", line);
     const Key key = keyOf("", "");
-    PreparedCommand prepared = {};
-    Words words;
-    Options options;
-    std::string text = splitWords(line, &words);
-    if (text.empty())
-        text = parseLine(words, &options);
-    if (text.empty())
-        text = prepareCommand(options, &prepared).message;
-    const bool isSent = text.empty();
+    Step step;
+    std::string text = prepareStep(Options(), line, 1, &step).message;
+    const PreparedCommand& prepared = step.prepared;
+    // An empty line and `sleep` send nothing.
+    const bool isSent =
+        text.empty() && prepared.command != nullptr && prepared.request.type != kTypeFromWords;
     if (isSent)
         expectSendable(prepared.request, key);
     Bytes datagram(kBufferSize);
