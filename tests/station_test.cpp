@@ -207,7 +207,7 @@ TEST(StationClient, TellsWhatGoesOverTheWire) {
         {account + "public get mac", 0, "(chmod 600 keeps it private)\n02-1A"},
         {account + "private -vv get mac", 0, "\ndirection: reply\nversion: 2\ntype: 3\n"},
         {account + "private -vvv get mac", 0,
-         "\n  0010  00 00 00 00 00 00 00 00 00 00 00 00 30 32 2d"},
+         "00000000000000000000000030322d"},
         {account + "long get mac", 2, "is not two lines"},
         {account + "short get mac", 2, "is not two lines"},
         {account + "none get mac", 7, "cannot read"},
