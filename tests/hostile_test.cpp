@@ -142,7 +142,7 @@ TEST(Hostile, ForgedSources_DoNotDelayTheBoundStation) {
     Unit unit;
     const Station station;
     station.command(53);
-    for (int host = 0; host < 300; host++, usleep(1000))
+    for (int host = 0; host < 300; host++, usleep(4000))
         Station({},
                 ("10.0.1" + std::to_string(host % 100) + '.' + std::to_string(host / 100)).c_str())
             .send("\1");
