@@ -142,8 +142,10 @@ TEST(Hostile, ForgedSources_DoNotDelayTheBoundStation) {
     Unit unit;
     const Station station;
     station.command(53);
-    for (int host = 0; host < 300; host++, usleep(1000))
-        Station({}, ("10.0." + std::to_string(host + 256)).c_str()).send("\1");
+    for (int host = 0; host < 300; host++, usleep(4000))
+        Station({},
+                ("10.0.1" + std::to_string(host % 100) + '.' + std::to_string(host / 100)).c_str())
+            .send("\1");
     const auto start = std::chrono::steady_clock::now();
     station.command(53);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));

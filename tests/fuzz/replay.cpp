@@ -24,8 +24,10 @@ void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* block, size_t size);
 void* malloc(size_t size) { return left-- == 0 ? nullptr : __libc_malloc(size); }
-void* calloc(size_t n, size_t size) { return left-- == 0 ? nullptr : __libc_calloc(n, size); }
-void* realloc(void* old, size_t size) { return left-- == 0 ? nullptr : __libc_realloc(old, size); }
+void* calloc(size_t nmemb, size_t size) {
+    return left-- == 0 ? nullptr : __libc_calloc(nmemb, size);
+}
+void* realloc(void* ptr, size_t size) { return left-- == 0 ? nullptr : __libc_realloc(ptr, size); }
 }
 void* operator new(size_t size) { return __libc_malloc(size); }
 #endif
