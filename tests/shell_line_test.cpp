@@ -45,17 +45,19 @@ INSTANTIATE_TEST_SUITE_P(, ShellLine, testing::ValuesIn(kTexts));
 TEST_P(ShellLine, TextFromTheWire_RunsNothing) {
     unit.write("/modem/ftm", "1\n");
     for (const CommandRow& row : allCommands()) {
-        if (row.changes.empty())
+        if (row.changes.empty()) {
             EXPECT_TRUE(!isRefused(row.subType, row.argument + text) || row.subType == 79 ||
                         row.subType == 93)
                 << int{row.subType};
+        }
         const bool isEdit = row.changes == "product-info" || row.subType == 77;
         const bool isMarked = row.subType == 90 && !isPlain;
-        if (row.subType != 77 && row.subType != 75)
+        if (row.subType != 77 && row.subType != 75) {
             EXPECT_TRUE(isRefused(row.subType, text) ==
                             ((isEdit && hasNewline) || isMarked || row.subType == 65) ||
                         row.changes.empty())
                 << int{row.subType};
+        }
     }
     const string gid =
         replaced(replaced(text, "\"", "\\\""), "\n", "\\n") + string(36 - text.size(), 'g');
