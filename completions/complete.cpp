@@ -48,22 +48,22 @@ std::string argumentOf(const std::string& typed) {
     return "";
 }
 
-// Returns the values of the word after these, if they begin with the command's name, or the next
-// word of its name.
-Words wordsAfter(const Words& typed, const Command& command) {
-    Words forms = splitAtBlanks(command.name);
-    const size_t nameLength = forms.size();
-    if (!std::equal(forms.begin(), forms.begin() + std::min(nameLength, typed.size()),
-                    typed.begin()))
+// If the words begin with the command's name, returns the values of the argument after them. If
+// they are a part of it, returns its next word.
+Words wordsAfter(Words typed, const Command& command) {
+    for (const std::string& word : splitAtBlanks(command.name)) {
+        if (typed.empty())
+            return {word};
+        if (plainName(typed.front()) != word)
+            return {};
+        typed.erase(typed.begin());
+    }
+    const Words forms = splitAtBlanks(command.arguments);
+    if (forms.empty())
         return {};
-    if (typed.size() < nameLength)
-        return {forms[typed.size()]};
-    for (const std::string& form : splitAtBlanks(command.arguments))
-        forms.push_back(form);
-    const size_t at =
-        forms.back().ends_with("...") ? std::min(typed.size(), forms.size() - 1) : typed.size();
-    return at < forms.size() ? valuesOf(forms[at], {typed.begin() + nameLength, typed.end()})
-                             : Words();
+    const bool isLastOpen = forms.back().ends_with("...");
+    const size_t at = isLastOpen ? std::min(typed.size(), forms.size() - 1) : typed.size();
+    return at < forms.size() ? valuesOf(forms[at], typed) : Words();
 }
 
 }  // namespace

@@ -54,6 +54,15 @@ void noteEnd(BatchRun* batch, LineEvent event) {
         batch->end.outcome.code = outcome.code;
 }
 
+void count(const Result& result, Tally* tally) {
+    const int code = result.outcome.code;
+    const bool isSkipped = result.word != nullptr;  // SKIPPED or DRYRUN
+    (isSkipped             ? tally->skipped
+     : code == kExitDone   ? tally->passed
+     : code == kExitFailed ? tally->failed
+                           : tally->errors)++;
+}
+
 // Prints the result. Returns true when the batch goes on.
 bool recordResult(BatchRun* batch, const Result& result) {
     const int code = batch->last = result.outcome.code;
@@ -94,19 +103,44 @@ bool skip(BatchRun* batch, const Step& step, const char* why, bool isShown) {
     return true;
 }
 
+// Prints the record of the start.
 void begin(BatchRun* batch, size_t total) {
+    const Output& output = *batch->session->output;
     batch->tally->total = static_cast<unsigned>(total);
-    batch->end.unit = batch->session->link.unit;
-    printStart(*batch->tally, batch->end, *batch->session->output);
+    if (output.quiet || output.format != Format::Json)
+        return;
+    JsonRecord record("start", batch->session->link.unit, output);
+    record.add("commands", total > 0 ? json_object_new_int64(batch->tally->total) : nullptr);
+    record.add("start", jsonString(timeText(batch->end.start)));
+    print(record, output);
+}
+
+void printEnd(const BatchRun& batch, const Output& output) {
+    const Tally& tally = *batch.tally;
+    const double seconds = secondsSince(batch.start);
+    if (output.format == Format::Text && output.prefix.empty())
+        fprintf(output.file, "%s in %.1f s\n", countsText(tally).c_str(), seconds);
+    if (output.format == Format::Text)
+        return;
+    JsonRecord record("end", batch.session->link.unit, output);
+    record.add("exit", json_object_new_int(batch.end.outcome.code));
+    record.add("message", stringOrNull(batch.end.outcome.message));
+    record.add("passed", json_object_new_int64(tally.passed));
+    record.add("failed", json_object_new_int64(tally.failed));
+    record.add("errors", json_object_new_int64(tally.errors));
+    record.add("skipped", json_object_new_int64(tally.skipped));
+    record.add("start", jsonString(timeText(batch.end.start)));
+    record.add("milliseconds", json_object_new_int64(std::lround(seconds * 1000)));
+    print(record, output);
 }
 
 // Ends the batch: the steps that were not reached are skipped. Returns the exit code.
 int finish(BatchRun* batch, std::span<const Step> left) {
     const Output& output = *batch->session->output;
     for (const Step& step : left)  // as text, they would hide the failure before them
-        skip(batch, step, "not reached", batch->session->output->format == Format::Json);
-    batch->end.seconds = secondsSince(batch->start);
-    printEnd(*batch->tally, batch->end, output);
+        skip(batch, step, "not reached", output.format == Format::Json);
+    if (!output.quiet)
+        printEnd(*batch, output);
     endSession(batch->session);
     return batch->end.outcome.code;
 }
@@ -156,6 +190,13 @@ bool beginSheet(BatchRun* batch, Mode* mode) {
 }
 
 }  // namespace
+
+std::string countsText(const Tally& tally) {
+    char text[128];
+    snprintf(text, sizeof text, "%u passed, %u failed, %u errors, %u skipped", tally.passed.load(),
+             tally.failed.load(), tally.errors.load(), tally.skipped.load());
+    return text;
+}
 
 int runSteps(Session* session, std::span<const Step> steps, Tally* tally) {
     BatchRun batch = {session, tally, session->options.keepGoing};

@@ -1,10 +1,24 @@
 // Many commands on one socket: `run` and `sheet`.
 #pragma once
 
+#include <atomic>
+
 #include "station/line/recipe.h"
-#include "station/line/tally.h"
 
 namespace station {
+
+// What a batch has done. Atomic: with several units, the parent process reads what a child counts.
+struct Tally {
+    std::atomic<unsigned> passed = 0;
+    std::atomic<unsigned> failed = 0;
+    std::atomic<unsigned> errors = 0;  // no verdict about the unit
+    std::atomic<unsigned> skipped = 0;
+    std::atomic<unsigned> total = 0;        // commands, 0: not known
+    std::atomic<const char*> command = "";  // that is being carried out
+};
+
+// Returns "3 passed, 1 failed, 0 errors, 2 skipped".
+std::string countsText(const Tally& tally);
 
 // Runs the lines of a file, or as they come from standard input ("-") or another stream. A file is
 // checked to its end before anything is sent. Returns the exit code.

@@ -115,8 +115,9 @@ Words antennaNames(const Words& before) {
 }
 
 std::string antennaFields(const Words& words, Request* request) {
-    const auto form = std::find_if(std::begin(kAntennaForms), std::end(kAntennaForms),
-                                   [&words](const auto& row) { return words[0] == row.module; });
+    const auto* const form =
+        std::find_if(std::begin(kAntennaForms), std::end(kAntennaForms),
+                     [&words](const auto& row) { return words[0] == row.module; });
     return namedFields(*form, words, request);
 }
 

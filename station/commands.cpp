@@ -28,46 +28,61 @@ bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::str
            }) > 0;
 }
 
+// Adds the name of the flag to the values if it is given.
+void takeFlag(const std::string& name, std::vector<NamedValue>* named, Words* values) {
+    std::string value;
+    if (takeNamed(name, named, &value))
+        values->push_back(name);
+}
+
+// Checks one argument by its form. The message does not show a secret one.
+std::string checkValue(const Command& command, std::string name, const std::string& form,
+                       std::string* value) {
+    const std::string wrong = checkArgument(form, value);
+    if (name.find('|') != std::string::npos)
+        name = "argument";
+    if (!wrong.empty() && !command.isSecret)
+        name.append(" '").append(printable(*value)).append("'");
+    return wrong.empty() ? "" : name.append(" ").append(wrong);
+}
+
 // Puts the words and the values of the command's own options into the order of its forms, and
 // checks each. A form in brackets or with dots is left to the builder. Returns an error message, or
 // an empty text.
 std::string arrange(const Command& command, const Words& words, std::vector<NamedValue> named,
                     Words* values) {
     const Words forms = wordsOf(command.arguments);
-    const std::string takes =
-        forms.empty() ? "takes no arguments" : std::string("takes ") + command.arguments;
+    std::string wrong =
+        "takes " + (forms.empty() ? std::string("no arguments") : command.arguments);
     auto word = words.begin();
     for (auto form = forms.begin(); form != forms.end(); ++form) {
-        std::string name = *form;
+        const std::string& name = *form;
+        const bool isOption = name.starts_with("--");
         std::string value;
         if (name.starts_with("[--")) {
-            name = name.substr(1, name.size() - 2);
-            if (takeNamed(name, &named, &value))
-                values->push_back(name);
+            takeFlag(name.substr(1, name.size() - 2), &named, values);
             continue;
         }
         if (name.starts_with('[') || name.ends_with("...")) {
             values->insert(values->end(), std::exchange(word, words.end()), words.end());
             continue;
         }
-        if (name.starts_with("--") && !takeNamed(name, &named, &value))
+        if (isOption && !takeNamed(name, &named, &value))
             return "needs " + name;
-        if (name.starts_with("--"))
-            ++form;
-        else if (word != words.end())
+        if (!isOption && word != words.end())
             value = *word++;
-        else if (choicesOf(*form).empty())
-            return takes;
-        const std::string shown = command.isSecret ? "" : " '" + printable(value) + "'";
-        const std::string wrong = checkArgument(*form, &value);
-        if (!wrong.empty())
-            return (name.find('|') == std::string::npos ? name : "argument") + shown + " " + wrong;
+        else if (!isOption && choicesOf(name).empty())
+            return wrong;
+        std::string fault = checkValue(command, name, isOption ? *++form : name, &value);
+        if (!fault.empty())
+            return fault;
         values->push_back(value);
     }
     if (!named.empty())
         return "does not take --" + named[0].name;
-    return word == words.end() ? ""
-                               : takes + ", but got '" + *word + "' (quotes keep a text together)";
+    if (word == words.end())
+        return "";
+    return wrong.append(", but got '").append(*word).append("' (quotes keep a text together)");
 }
 
 // Returns the text with each % replaced by the next value.

@@ -1,7 +1,6 @@
 #include "station/explain.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 
 #include "station/commands.h"
@@ -65,36 +64,16 @@ void addPayload(Record* fields, const Bytes& plain, const Reply& reply) {
     addText(fields, "text", textOf(decodeText(reply)));
 }
 
-std::string hexDump(const std::string& title, std::span<const uint8_t> bytes) {
-    constexpr size_t kColumns = 16;
-    std::string dump = title + ":";
-    for (size_t at = 0; at < bytes.size(); at += kColumns) {
-        const auto part = bytes.subspan(at, std::min(kColumns, bytes.size() - at));
-        char offset[24];
-        snprintf(offset, sizeof offset, "\n  %04zx ", at);
-        dump += offset;
-        for (const uint8_t byte : part)
-            dump.append(1, ' ').append(hexOf({&byte, 1}));
-    }
-    return dump;
-}
-
 }  // namespace
 
 const char* decodeStatusText(DecodeStatus status) {
-    switch (status) {
-        case DecodeStatus::Empty:
-            return "empty: the unit does not know the packet type";
-        case DecodeStatus::ShortForm:
-            return "short form: the unit does not know the version";
-        case DecodeStatus::Malformed:
-            return "malformed: version or a length cannot be right";
-        case DecodeStatus::WrongDigest:
-            return "wrong digest: another account, or damaged";
-        case DecodeStatus::Whole:
-            break;
-    }
-    return "whole";
+    static constexpr const char* kTexts[] = {
+        // as in DecodeStatus
+        "whole", "empty: the unit does not know the packet type",
+        "short form: the unit does not know the version",
+        "malformed: version or a length cannot be right",
+        "wrong digest: another account, or damaged"};
+    return kTexts[static_cast<size_t>(status)];
 }
 
 Record explainDatagram(const Bytes& datagram, const Key& key) {
@@ -132,8 +111,8 @@ void traceDatagram(unsigned verbosity, const std::string& what, const Bytes& dat
     if (verbosity < kBytes)
         return;
     if (datagram.size() > kHeaderSize)
-        say(hexDump("plain", plainPacket(datagram.data(), datagram.size(), key)));
-    say(hexDump("wire", datagram));
+        say("plain: " + hexOf(plainPacket(datagram.data(), datagram.size(), key)));
+    say("wire: " + hexOf(datagram));
 }
 
 }  // namespace station

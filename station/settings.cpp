@@ -87,7 +87,7 @@ std::string applySettings(Options* options, Words* aliases) {
             wrong = setOption(name, trimmed(line.substr(equals + 1)), options);
         }
         if (!wrong.empty())
-            wrong = settingsFile() + ", line " + std::to_string(number) + ": " + wrong;
+            wrong.insert(0, settingsFile() + ", line " + std::to_string(number) + ": ");
     }
     if (options->passwordTyped)
         warnOfReaders(*options, settingsFile());
@@ -165,7 +165,7 @@ Outcome loadAccount(Options* options) {
     std::string user = environmentText("MFGP_USER");
     std::string password = environmentText("MFGP_PASSWORD");
     if (!options->accountFile.empty()) {
-        const Outcome read = readAccountFile(*options, &user, &password);
+        Outcome read = readAccountFile(*options, &user, &password);
         if (read.code != kExitDone)
             return read;
     }

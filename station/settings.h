@@ -1,6 +1,6 @@
-// What the command line does not say: the settings file ~/.config/mfgp-station.conf, environment
-// variables, and the account. The file has options that hold for all units, and a section of
-// options for each unit under its alias.
+// Options from elsewhere than the command line: the settings file ~/.config/mfgp-station.conf,
+// environment variables, and the account. The file has options that hold for all units, and a
+// section of options for each unit under its alias.
 #pragma once
 
 #include "station/outcome.h"

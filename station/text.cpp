@@ -77,8 +77,9 @@ std::string suggestion(const std::string& typed, const Words& names, char quote)
         const size_t distance = isPart ? 0 : editDistance(typed, name);
         if (distance > least)
             continue;
-        nearest =
-            (distance < least || nearest.empty() ? "" : nearest + ", ") + quote + name + quote;
+        if (distance < least)
+            nearest.clear();
+        nearest.append(nearest.empty() ? "" : ", ").append(1, quote).append(name).append(1, quote);
         least = distance;
     }
     return nearest.empty() ? "" : "; did you mean " + nearest + "?";

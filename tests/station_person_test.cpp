@@ -16,7 +16,6 @@ TEST(StationPerson, Help_ExplainsATopic) {
         {"help rssi-spread", 0, "The value is in dB."},
         {"help fan", 0, "fan speeds GEAR"},
         {"-o json help unit | jq -r .name | tail -n 1", 0, "reset\n"},
-        {"help nothing", 2, "unknown command 'nothing' (see"},
     });
 }
 
@@ -24,14 +23,12 @@ TEST(StationPerson, AMistypedName_GetsTheNearestOnes) {
     expectRows({
         {"get cuntry", 2, "unknown command 'get cuntry'; did you mean `get country`?\n"},
         {"set pni 12345678", 2, "unknown command 'set pni'; did you mean `set pin`?\n"},
-        {"shet", 2, "did you mean `sheet`?\n"},
         {"country", 2, "did you mean `get country`, `set country`?\n"},
         {"--hots x get mac", 2, "unknown option '--hots'; did you mean '--host'?\n"},
         {"--re get mac", 2, "did you mean '--retries', '--release'?\n"},
         {"-n calibrate zigbee host", 0, "0203"},
         {"-n Get-MAC", 0, "0203"},
         {"run", 2, "run: expected one recipe file, or '-' for standard input.\n"},
-        {"get button bell", 2, "argument 'bell' is not one of wifi, reset, wps"},
         {"antenna-test FG621 t0=1 foo", 2, "'foo' is not a field"},
         {"-n set imei 490154203237519", 2, "check digit: the last digit would be 8; --any"},
         {"-n set imei 490154203237519 --any-check-digit", 0, "0203"},
@@ -42,20 +39,21 @@ TEST(StationPerson, AMistypedName_GetsTheNearestOnes) {
 // Every example of the help is a command line that the program accepts.
 TEST(StationPerson, Examples_AreValid) {
     const ShellResult result = shell(
-        "$station list | cut -d ' ' -f 1-2 | while read -r first second; do "
-        "$station help $first $second | sed -n 's/^example: mfgp-station //p'; done | sort -u |"
+        "$station -q list | while read -r name; do $station help $name; done |"
+        " sed -n 's/^example: mfgp-station //p' |"
         " grep -vE '^(set group|run|check|discover|sheet)' | while read -r line; do "
-        "eval \"$station -n --show-secrets $line\" >/dev/null || echo \"$line\"; done");
+        "eval \"$station -n $line\" >/dev/null || echo \"$line\"; done");
     EXPECT_EQ(result.output, "");
 }
 
 TEST(StationPerson, Settings_HoldForTheirUnit) {
-    const Unit unit({StateFile{"/mfgp-station.conf",
-                               "# all\n timeout = 0.5\n[bench1]\nhost = 127.0.0.1\n"
-                               "user = x\npassword = a b#c\n[bad]\nhots = 1\n"},
-                     StateFile{"/good/mfgp-station.conf",
-                               "retries=0\r\n[bench1]\r\nhost=127.0.0.1\r\nport=1040\r\n"},
-                     StateFile{"/account/username", "x"}, StateFile{"/account/password", "a b#c"}});
+    const Unit unit(
+        {StateFile{"/mfgp-station.conf",
+                   "# all\n timeout = 0.5\n[bench1]\nhost = 127.0.0.1\n"
+                   "user = x\npassword = a b#c\n[bad]\nhots = 1\n"},
+         StateFile{"/good/mfgp-station.conf",
+                   "retries=0\r\ntimeout=0.3\n[bench1]\r\nhost=127.0.0.1\r\nport=1040\r\n"},
+         StateFile{"/account/username", "x"}, StateFile{"/account/password", "a b#c"}});
     const std::string good = "XDG_CONFIG_HOME=" + unit.path("/good").string() + ' ';
     const std::string bad = "XDG_CONFIG_HOME=" + unit.path("/").string() + ' ';
     const std::string station = "${station%% --host*} ";

@@ -94,7 +94,7 @@ def read_runs(names):
 
 
 def chart(draw, height):
-    """An SVG. `draw` returns bars with the units behind each one, which become its tooltip."""
+    """An SVG. `draw` returns bars with the units of each one, which become its tooltip."""
     figure, axes = pyplot.subplots(figsize=(8, height))
     bars = draw(axes)
     for number, (bar, _) in enumerate(bars):
@@ -191,15 +191,15 @@ def distribution(name, row):
         for limit in limits:
             axes.axvline(limit, color=EDGE, linestyle="--")
         axes.set(xlabel=row["measure"] or "value", ylabel="values")
-        behind = [[] for _ in bars]
+        of_bar = [[] for _ in bars]
         for number, unit in sorted(row["points"], key=lambda point: point[1]):
             place = max(sum(edge <= number for edge in edges) - 1, 0)
-            behind[min(place, len(behind) - 1)].append(unit)
+            of_bar[min(place, len(of_bar) - 1)].append(unit)
         for bar in bars:
             middle = bar.get_x() + bar.get_width() / 2
             if is_outside(middle, row["limits"]):
                 bar.set_color(FAIL)
-        return list(zip(bars, behind))
+        return list(zip(bars, of_bar))
     return {"name": name, "chart": chart(draw, 2.6), "measure": row["measure"],
             "count": len(numbers), "units": len({unit for _, unit in row["points"]}),
             "least": numbers[0], "most": numbers[-1], "median": statistics.median(numbers),

@@ -20,19 +20,13 @@ Outcome prepareSleep(const Words& words, Step* step) {
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
-Outcome prepareWords(Options* own, Step* step) {
-    std::string wrong = parseLine(step->words, own);
-    if (wrong.empty() && own->words.empty())
-        wrong = "no command";
-    if (!wrong.empty())
-        return {kExitUsage, wrong};
-    const std::string first = own->words[0];
-    if (first == "sleep")
-        return prepareSleep(own->words, step);
-    if (first == "ensure")
+// `ensure` is the write, and the read that shows its field.
+Outcome prepareWrite(Options* own, Step* step) {
+    const bool ensures = own->words[0] == "ensure";
+    if (ensures)
         own->words[0] = "set";
     const Outcome outcome = prepareCommand(*own, &step->prepared);
-    if (first != "ensure" || outcome.code != kExitDone)
+    if (!ensures || outcome.code != kExitDone)
         return outcome;
     if (step->prepared.command->readBack == nullptr)
         return {kExitUsage, "no command reads '" + own->words[1] + "' back"};
@@ -47,9 +41,10 @@ bool isWritten(const PreparedCommand& write, const Value& value) {
         const Json wanted(parseJson({payload.begin(), payload.end()}));
         return json_object_equal(wanted.get(), json->object.get()) != 0;
     }
-    Request same = write.request;
-    return buildCommand(*write.command, {textOf(value)}, {}, &same).empty() &&
-           same.payload == payload;
+    const std::string text = textOf(value);
+    Request same = {};
+    return text == write.arguments[0] ||
+           (buildCommand(*write.command, {text}, {}, &same).empty() && same.payload == payload);
 }
 
 // Reads the field, writes it only if it differs, and reads it back.
@@ -110,15 +105,20 @@ int refuse(const Session& session, const Result& result) {
 }  // namespace
 
 Outcome prepareStep(const Options& options, std::string line, int number, Step* step) {
-    constexpr const char* kByteOrderMark = "\xEF\xBB\xBF";
-    if (number == 1 && line.starts_with(kByteOrderMark))
-        line.erase(0, strlen(kByteOrderMark));
+    if (number == 1 && line.starts_with("\xEF\xBB\xBF"))  // a byte order mark
+        line.erase(0, 3);
     step->line = number;
-    const std::string wrong = splitWords(line, options.variables, &step->words);
     Options own = options;
-    if (!wrong.empty() || step->words.empty())
-        return {wrong.empty() ? kExitDone : kExitUsage, wrong};
-    return prepareWords(&own, step);
+    std::string wrong = splitWords(line, options.variables, &step->words);
+    if (wrong.empty() && step->words.empty())
+        return {kExitDone, ""};
+    if (wrong.empty())
+        wrong = parseLine(step->words, &own);
+    if (wrong.empty() && own.words.empty())
+        wrong = "no command";
+    if (!wrong.empty())
+        return {kExitUsage, wrong};
+    return own.words[0] == "sleep" ? prepareSleep(own.words, step) : prepareWrite(&own, step);
 }
 
 int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {

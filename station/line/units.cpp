@@ -79,7 +79,7 @@ void showRunning(const std::vector<Unit>& units) {
         if (unit.pid <= 0 || ++lines > kMostLines)
             continue;
         const Tally& tally = *unit.tally;
-        const unsigned done = tally.counts[0] + tally.counts[1] + tally.counts[2];
+        const unsigned done = tally.passed + tally.failed + tally.errors;
         text += unit.column + std::to_string(done) + "/" + std::to_string(tally.total) + "  " +
                 tally.command.load() + "\n";
     }
