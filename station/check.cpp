@@ -49,7 +49,9 @@ std::vector<sockaddr_in> broadcastAddresses(const Options& options) {
         const bool isMeant = options.interface.empty() || options.interface == local.ifa_name;
         if (!isMeant || (local.ifa_flags & IFF_BROADCAST) == 0)
             return;
-        all.push_back(ipv4(local.ifa_broadaddr));
+        // Computed, because `ip address add` without `broadcast` leaves the interface without one.
+        all.push_back(ipv4(local.ifa_addr));
+        all.back().sin_addr.s_addr |= ~ipv4(local.ifa_netmask).sin_addr.s_addr;
         all.back().sin_port = htons(static_cast<uint16_t>(options.port));
     });
     return all;

@@ -113,7 +113,7 @@ TEST(Batch, OnATerminal_AnEraseIsConfirmed) {
 
 TEST(Batch, ASecondCallFromOnePort_WaitsOrFails) {
     Unit unit;
-    const std::string busy = "sleep 1 | $station run - & sleep 0.3; ";
+    const std::string busy = "sleep 1 | $station -q run - & sleep 0.3; ";
     expectShell(busy + "$station --timeout 5 get mac", 0, "02-1A-2B-13-7B-00\n");
     expectShell(busy + "$station --timeout 0.1 get mac", 7,
                 "another mfgp-station talks to 127.0.0.1:1040 from port 1041");
