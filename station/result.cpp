@@ -129,7 +129,7 @@ void printText(const Result& result, Layout layout, const Output& output) {
 std::string openOutput(const Options& options, Output* output) {
     std::string name = options.outputFile;
     if (!name.empty() && name != "-") {
-        const std::string wrong = fillName(options.labels, &name);
+        std::string wrong = fillName(options.labels, &name);
         if (!wrong.empty())
             return wrong;
         output->owned.reset(fopen(name.c_str(), options.append ? "ae" : "we"));
@@ -145,14 +145,14 @@ std::string openOutput(const Options& options, Output* output) {
     return "";
 }
 
-void print(const Result& given, Layout layout, Output* output) {
+void print(const Result& result, Layout layout, Output* output) {
     clearProgress();
-    const bool hides = given.isSecret && !output->options->showSecrets;
-    const Result result = hides ? withoutSecrets(given) : given;
+    const bool hides = result.isSecret && !output->options->showSecrets;
+    const Result shown = hides ? withoutSecrets(result) : result;
     if (output->format == Format::Json)
-        printJson(result, *output);
+        printJson(shown, *output);
     else
-        printText(result, layout, *output);
+        printText(shown, layout, *output);
     flush(*output);
     const bool isSeen = layout == Layout::Row && !output->quiet && output->reachesErrors;
     if (!isSeen && result.outcome.code != kExitDone)

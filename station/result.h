@@ -64,7 +64,7 @@ void print(const Result& result, Layout layout, Output* output);
 // A record with the members that all records of a call have, and a way to add more.
 struct JsonRecord {
     JsonRecord(const char* kind, const std::string& unit, const Output& output);
-    void add(const char* name, json_object* value) {
+    void add(const char* name, json_object* value) const {
         json_object_object_add(object.get(), name, value);
     }
     Json object{json_object_new_object()};

@@ -25,7 +25,7 @@ Outcome prepareWrite(Options* own, Step* step) {
     const bool ensures = own->words[0] == "ensure";
     if (ensures)
         own->words[0] = "set";
-    const Outcome outcome = prepareCommand(*own, &step->prepared);
+    Outcome outcome = prepareCommand(*own, &step->prepared);
     if (!ensures || outcome.code != kExitDone)
         return outcome;
     if (step->prepared.command->readBack == nullptr)
@@ -57,7 +57,7 @@ Result ensureField(Session* session, const Step& step) {
         return read;
     const bool isThere = isWritten(step.prepared, read.value);
     if (!isThere) {
-        const Result write = execute(session, step.prepared);
+        Result write = execute(session, step.prepared);
         if (write.outcome.code != kExitDone)
             return write;
         read = execute(session, *step.readBack);
