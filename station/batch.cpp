@@ -23,6 +23,8 @@ struct BatchRun {
 
 void showCount(const BatchRun& batch, const char* name) {
     batch.tally->command = name;
+    if (!batch.session->output->prefix.empty())  // one of several units: the parent shows it
+        return;
     std::string text = std::to_string(batch.number);
     if (batch.tally->total > 0)
         text += '/' + std::to_string(batch.tally->total);

@@ -7,7 +7,8 @@
 
 namespace station {
 
-// What a batch has done. Atomic: with several units, the parent process reads what a child counts.
+// The progress of a batch. Atomic: with several units, the parent process reads what a child
+// counts.
 struct Tally {
     std::atomic<unsigned> passed = 0;
     std::atomic<unsigned> failed = 0;

@@ -99,7 +99,7 @@ std::string splitWords(const std::string& line, const NamedValues& variables, Wo
         if (line[at] == '#')
             break;
         words->emplace_back();
-        const std::string wrong = readWord(line, variables, &at, &words->back());
+        std::string wrong = readWord(line, variables, &at, &words->back());
         if (!wrong.empty())
             return wrong;
     }

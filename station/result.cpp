@@ -24,13 +24,8 @@ json_object* arrayOf(const Words& words) {
 }
 
 Words shownArguments(const Result& result, const Output& output) {
-    const auto table = commands();
-    const auto row = std::find_if(table.begin(), table.end(), [&result](const Command& command) {
-        return command.name == result.command;
-    });
-    const Command* const command = row != table.end() ? &*row : nullptr;
     return output.options->showSecrets ? result.arguments
-                                       : withoutSecrets(command, result.arguments);
+                                       : withoutSecrets(result.row, result.arguments);
 }
 
 json_object* objectOf(const NamedValues& limits) {
@@ -92,6 +87,7 @@ std::string fillName(const NamedValues& labels, std::string* name) {
         const size_t end = std::min(name->find('}', at), name->size());
         const std::string key = name->substr(at + 1, end - at - 1);
         std::string text = timeText(std::chrono::system_clock::now());
+        std::erase(text, ':');  // some file systems do not allow it
         const auto label = std::find_if(labels.rbegin(), labels.rend(),
                                         [&key](const auto& given) { return given.name == key; });
         if (label != labels.rend())
@@ -133,7 +129,7 @@ void printText(const Result& result, Layout layout, const Output& output) {
 std::string openOutput(const Options& options, Output* output) {
     std::string name = options.outputFile;
     if (!name.empty() && name != "-") {
-        const std::string wrong = fillName(options.labels, &name);
+        std::string wrong = fillName(options.labels, &name);
         if (!wrong.empty())
             return wrong;
         output->owned.reset(fopen(name.c_str(), options.append ? "ae" : "we"));
@@ -149,14 +145,14 @@ std::string openOutput(const Options& options, Output* output) {
     return "";
 }
 
-void print(const Result& given, Layout layout, Output* output) {
+void print(const Result& result, Layout layout, Output* output) {
     clearProgress();
-    const bool hides = given.isSecret && !output->options->showSecrets;
-    const Result result = hides ? withoutSecrets(given) : given;
+    const bool hides = result.isSecret && !output->options->showSecrets;
+    const Result shown = hides ? withoutSecrets(result) : result;
     if (output->format == Format::Json)
-        printJson(result, *output);
+        printJson(shown, *output);
     else
-        printText(result, layout, *output);
+        printText(shown, layout, *output);
     flush(*output);
     const bool isSeen = layout == Layout::Row && !output->quiet && output->reachesErrors;
     if (!isSeen && result.outcome.code != kExitDone)

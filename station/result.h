@@ -31,6 +31,7 @@ struct Result {
     std::optional<uint16_t> packetId;  // of the last packet sent
     int line = 0;                      // of the recipe, 0 outside of one
     bool isSecret = false;             // value, raw reply and limits are shown with --show-secrets
+    const Command* row = nullptr;      // the command's, for its secret arguments
 };
 
 enum class Layout : uint8_t {
@@ -63,7 +64,7 @@ void print(const Result& result, Layout layout, Output* output);
 // A record with the members that all records of a call have, and a way to add more.
 struct JsonRecord {
     JsonRecord(const char* kind, const std::string& unit, const Output& output);
-    void add(const char* name, json_object* value) {
+    void add(const char* name, json_object* value) const {
         json_object_object_add(object.get(), name, value);
     }
     Json object{json_object_new_object()};

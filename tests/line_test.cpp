@@ -1,4 +1,4 @@
-// Recipes with limits, the records of a batch, and many units at a time.
+// Recipes, their records, and many units at a time.
 #include <gtest/gtest.h>
 
 #include "tests/support/client.h"
@@ -105,7 +105,6 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
     const std::string line = MFGP_SIM " line 3 --state " + folder +
                              "line --daemon " MFGPD " -- sh -c '" MFGP_STATION
                              " --release -o json --units ";
-    // The third unit's button is never pressed: it waits until the signal.
     const ShellResult result =
         shell(line + "$MFGP_UNITS run " + folder + "lines >" + folder +
               "r & await() { until grep -q $1 " + folder +

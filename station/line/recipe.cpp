@@ -25,7 +25,7 @@ Outcome prepareWrite(Options* own, Step* step) {
     const bool ensures = own->words[0] == "ensure";
     if (ensures)
         own->words[0] = "set";
-    const Outcome outcome = prepareCommand(*own, &step->prepared);
+    Outcome outcome = prepareCommand(*own, &step->prepared);
     if (!ensures || outcome.code != kExitDone)
         return outcome;
     if (step->prepared.command->readBack == nullptr)
@@ -57,7 +57,7 @@ Result ensureField(Session* session, const Step& step) {
         return read;
     const bool isThere = isWritten(step.prepared, read.value);
     if (!isThere) {
-        const Result write = execute(session, step.prepared);
+        Result write = execute(session, step.prepared);
         if (write.outcome.code != kExitDone)
             return write;
         read = execute(session, *step.readBack);
@@ -75,6 +75,7 @@ void nameStep(const Step& step, Result* result) {
         return;
     result->command = step.prepared.command->name;
     result->arguments = step.prepared.arguments;
+    result->row = step.prepared.command;
     if (step.readBack)
         result->command.replace(0, 3, "ensure");  // in the place of "set"
 }
