@@ -6,15 +6,9 @@
 //   bench-client PORT COUNT hostile
 //     sends datagrams of random types, sub-types and payloads, all with a correct digest; prints
 //     the number of answers that are not empty
-//   bench-client PORT start PROGRAM
-//     starts a server and asks it until it answers; prints the time in nanoseconds, and ends it
 #include <arpa/inet.h>
-#include <poll.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -25,8 +19,6 @@
 #include "station/message.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // The daemon serves one station at a time, so every run uses the same port.
 constexpr uint16_t kOwnPort = 1041;
@@ -84,9 +76,9 @@ int measureRequest(int fd, size_t count, char** words) {
     station::Bytes reply(65536);
     std::vector<int64_t> times;
     for (size_t i = 0; i < count; i++) {
-        const auto start = Clock::now();
+        const auto start = std::chrono::steady_clock::now();
         const size_t length = exchange(fd, request, &reply);
-        times.push_back((Clock::now() - start).count());
+        times.push_back((std::chrono::steady_clock::now() - start).count());
         // Only the first reply is decoded, because decoding is not what is measured.
         const bool whole = i > 0 || station::openReply(reply.data(), length, key).status ==
                                         station::DecodeStatus::Whole;
@@ -101,49 +93,15 @@ int measureRequest(int fd, size_t count, char** words) {
     return 0;
 }
 
-// Sends a datagram of another version. Until the server has its port, sending fails at once.
-bool answers(int fd) {
-    const station::Bytes datagram(28, 1);
-    pollfd answer = {fd, POLLIN, 0};
-    uint8_t first = 0;
-    if (send(fd, datagram.data(), datagram.size(), 0) > 0 && poll(&answer, 1, 2) == 1 &&
-        recv(fd, &first, 1, 0) == 1)
-        return true;
-    usleep(200);  // the server has the same processor
-    return false;
-}
-
-int measureStart(int fd, const char* program) {
-    const auto start = Clock::now();
-    const pid_t server = fork();
-    if (server == 0) {
-        if (freopen("/dev/null", "w", stdout) != nullptr)
-            execl(program, program, nullptr);
-        _exit(127);
-    }
-    bool answered = false;
-    while (!(answered = answers(fd)) && Clock::now() < start + std::chrono::seconds(20)) {
-    }
-    const auto took = Clock::now() - start;
-    kill(server, SIGTERM);
-    waitpid(server, nullptr, 0);
-    if (answered)
-        printf("%lld\n", static_cast<long long>(took.count()));
-    return answered ? 0 : 1;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc == 4 && strcmp(argv[3], "hostile") == 0)
         return sendHostile(connectedSocket(argv[1], {0, 50000}), numberOf(argv[2]));
-    if (argc == 4 && strcmp(argv[2], "start") == 0)
-        return measureStart(connectedSocket(argv[1], {30, 0}), argv[3]);
     if (argc == 6)
         return measureRequest(connectedSocket(argv[1], {30, 0}), numberOf(argv[2]), argv + 3);
     fprintf(stderr,
             "usage: bench-client PORT COUNT TYPE SUB-TYPE PAYLOAD-BYTES\n"
-            "       bench-client PORT COUNT hostile\n"
-            "       bench-client PORT start PROGRAM\n");
+            "       bench-client PORT COUNT hostile\n");
     return 2;
 }
