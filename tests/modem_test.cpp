@@ -1,12 +1,9 @@
 // The cellular side: detection, the lines of each module as its console gets them, test mode and
 // antenna tests, card and IMEI, logger and external antenna.
 #include <algorithm>
-#include <climits>
 #include <ctime>
 #include <functional>
-#include <memory>
 
-#include "commands/argument_text.h"
 #include "tests/support/commands.h"
 
 namespace fs = std::filesystem;
@@ -30,15 +27,6 @@ class Modem : public Commands {
         return all;
     }
 };
-
-TEST(Number, IsWrittenInAnyRadix) {
-    char text[33];
-    EXPECT_EQ(int_to_text(INT_MIN, text, 2), "1" + std::string(31, '0'));
-    EXPECT_STREQ(int_to_text(-1, text, 36), "1z141z3");
-    EXPECT_EQ(int_to_text(1, text, 37), nullptr);
-    const std::unique_ptr<char, decltype(&free)> own(int_to_text(35, nullptr, 16), free);
-    EXPECT_STREQ(own.get(), "23");
-}
 
 TEST_F(Modem, IsKnownFromItsProfile) {
     const std::string name = "[get_module_name():%] ", is = "[is_support_quectel_module():%] ";

@@ -88,28 +88,4 @@ TEST_F(Protocol, WhatCannotBeCipheredAgainIsAnsweredByNothing) {
     EXPECT_NE(errors.find(errorLine(-10307, "version 2 parser error")), std::string::npos);
 }
 
-TEST_F(Protocol, TheWorkedExampleIsTrue) {
-    const auto hex = [](const std::string& bytes) {
-        std::string text;
-        for (const char byte : bytes) {
-            for (const int shift : {4, 0})
-                text += "0123456789abcdef"[byte >> shift & 15];
-        }
-        return text;
-    };
-    std::string page = readFile(MFGP_SOURCE_DIR "/docs/protocol.md");
-    std::erase_if(page, [](char c) { return c == ' ' || c == '\n'; });
-    const std::string request = wireOf({.subType = 55, .packetId = 0x0102});
-    station.send(request);
-    const std::string reply = station.receive().value();
-    EXPECT_NE(page.find(hex(request) + "Thereply:" + hex(reply)), std::string::npos)
-        << hex(request) << " " << hex(reply);
-}
-
-TEST(Process, NeedsNoLibstdcxx) {
-    const std::string program = readFile(MFGPD);
-    EXPECT_TRUE(program.find("libstdc++.so") == std::string::npos ||
-                program.find("libasan.so") != std::string::npos);  // which brings it along
-}
-
 }  // namespace

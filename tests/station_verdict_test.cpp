@@ -1,18 +1,14 @@
-// Verdicts of mfgp-station: what is not a PASS, what is not a reply, and what is never shown.
-#include <arpa/inet.h>
+// Verdicts of mfgp-station: values that fail, datagrams that are not replies, and secrets.
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <stdexcept>
 #include <thread>
 
 #include "commands/json_handle.h"
 #include "station/json_values.h"
 #include "tests/support/client.h"
 #include "tests/support/unit.h"
+#include "tests/support/wire.h"
 
 namespace {
 
@@ -40,58 +36,23 @@ TEST(StationVerdict, AValueThatMeansNothing_Fails) {
     }
 }
 
-// Sends every datagram back to its sender.
-class UdpEcho {
-  public:
-    UdpEcho() : fd_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (bind(fd_, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-            getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-            throw std::runtime_error("no echo");
-        port = ntohs(address.sin_port);
-        thread_ = std::thread([this] { run(); });
-    }
-    ~UdpEcho() {
-        shutdown(fd_, SHUT_RDWR);
-        isOver_ = true;
-        thread_.join();
-        close(fd_);
-    }
-    int port = 0;
-
-  private:
-    void run() const {
-        char buffer[2048];
-        while (!isOver_) {
-            pollfd poll = {fd_, POLLIN, 0};
-            sockaddr_in from = {};
-            socklen_t length = sizeof from;
-            if (::poll(&poll, 1, 50) != 1)
-                continue;
-            const ssize_t size = recvfrom(fd_, buffer, sizeof buffer, MSG_DONTWAIT,
-                                          reinterpret_cast<sockaddr*>(&from), &length);
-            if (size > 0)
-                sendto(fd_, buffer, static_cast<size_t>(size), 0,
-                       reinterpret_cast<sockaddr*>(&from), length);
-        }
-    }
-    int fd_;
-    std::atomic<bool> isOver_ = false;
-    std::thread thread_;
-};
-
 TEST(StationVerdict, AnEchoOfTheRequest_IsNotAReply) {
-    const UdpEcho echo;
-    const std::string to = "--timeout 0.1 --port " + std::to_string(echo.port) + " ";
-    for (const char* command : {"get calibration", "get mac", "set pin 12345678", "reset --yes"}) {
-        const ShellResult result = shell("$station " + to + command);
-        EXPECT_EQ(result.exitCode, 3) << command << result.output;
-    }
-    expectRows({{to + "raw 4 0", 6, "an echo of the request, not a reply"},
+    const Station unit({}, "127.0.0.1", 5000);
+    std::atomic<bool> isOver = false;
+    std::thread echo([&] {
+        while (!isOver)
+            if (const auto datagram = unit.receive(50))
+                unit.send(*datagram);
+    });
+    const std::string to = "--timeout 0.1 --local-port 1040 --port 5000 ";
+    expectRows({{to + "get calibration", 3, "no reply"},
+                {to + "get mac", 3, "no reply"},
+                {to + "set pin 12345678", 3, "no reply"},
+                {to + "reset --yes", 3, "no reply"},
+                {to + "raw 4 0", 6, "an echo of the request, not a reply"},
                 {to + "heartbeat", 0, "OK"}});  // a unit sends it back in the same way
+    isOver = true;
+    echo.join();
 }
 
 TEST(StationVerdict, Secrets_AreHidden) {
