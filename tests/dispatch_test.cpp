@@ -38,7 +38,7 @@ TEST_F(Dispatch, EachSubType_IsKnownAndGatedAsTheStationListsIt) {
             const char info = isRefused ? 3 : 5;
             const std::string start = {2, 7, 2, info};
             EXPECT_EQ(answer.info(), info);
-            Lines calls = unit.calls();
+            calls = unit.calls();
             std::erase(calls, "QLog -s 9000");  // which 92 has started in the background
             EXPECT_EQ(calls, Lines{});
             // Nothing of the request follows the inner header.

@@ -34,7 +34,7 @@ class Faults : public testing::Test {
         station.emplace();
     }
 
-    // Runs the command and returns the text of its answer, or kFails.
+    // Runs the command and returns the text of its answer, or kFailed.
     string see(const CommandRow& row, bool isReported = true) {
         unit->errors();
         const bool isEncrypted = row.subType == 72 || row.subType == 73;
@@ -49,7 +49,7 @@ class Faults : public testing::Test {
         const string error =
             errorLine(std::stoi(row.error.substr(0, blank)), row.error.substr(blank + 1));
         EXPECT_EQ(unit->errors().find(error) != string::npos, isReported) << error;
-        return kFails;
+        return kFailed;
     }
 
     std::map<string, string> flash() const {
@@ -76,15 +76,15 @@ class Faults : public testing::Test {
         end();
         if (expected == kWorks)
             expected = answer;
-        EXPECT_TRUE(seen == expected || (isRandom && seen != kFails)) << seen;
+        EXPECT_TRUE(seen == expected || (isRandom && seen != kFailed)) << seen;
         // After a failure nothing has changed, except for the two commands that do a part.
         for (const auto& [part, content] : flash())
             EXPECT_TRUE(content == before[part] ||
-                        (part == row.changes && (seen != kFails || isPartial)))
+                        (part == row.changes && (seen != kFailed || isPartial)))
                 << part;
-        const bool isSpent = isOnce && seen != kFails;
+        const bool isSpent = isOnce && seen != kFailed;
         const string again = see(row, !isSpent || row.subType != 76);
-        EXPECT_TRUE(again == (isSpent ? kFails : answer) || isRandom) << again;
+        EXPECT_TRUE(again == (isSpent ? kFailed : answer) || isRandom) << again;
         EXPECT_TRUE(!isOnce || isSpent || flash()[row.changes] != before[row.changes]);
     }
 
@@ -149,7 +149,7 @@ TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
     };
     const auto& [begin, end] = faults[GetParam()];
     for (const CommandRow& row : allCommands())
-        expect(row, (row.failsUnder & GetParam()) != 0 ? kFails : kWorks, begin, end);
+        expect(row, (row.failsUnder & GetParam()) != 0 ? kFailed : kWorks, begin, end);
 }
 INSTANTIATE_TEST_SUITE_P(, SystemFaults, testing::Values(kNoPipe, kNoFork, kFullTmp, kReadOnlyTmp));
 
@@ -161,7 +161,7 @@ TEST_F(Faults, ADumpThatFails_IsOnlyKnownByItsMissingFile) {
         string answer;
         string flash;
     } rows[] = {
-        {.tool = "exit 1", .answer = kFails, .flash = whole},
+        {.tool = "exit 1", .answer = kFailed, .flash = whole},
         {.tool = cut + "kill -9 $$", .answer = "", .flash = whole.substr(0, 50) + "\noem_id:OEM\n"},
         {.tool = ": >$2; exit 0", .answer = "", .flash = "oem_id:OEM\n"},
     };
@@ -183,7 +183,7 @@ TEST_F(Faults, AConfigurationThatCannotBeRead_FailsTheRead) {
         const string lists = std::regex_replace(good, std::regex("option"), "list");
         for (const string& bad : {string(), good + "config 'open\n", lists})
             expect(
-                rowOf(subType), kFails,
+                rowOf(subType), kFailed,
                 [&] { bad.empty() ? unit->remove(path) : unit->write(path, bad); },
                 [&] { unit->write(path, good); });
     }

@@ -1,4 +1,5 @@
-// The group commands: what is refused and why, what is read back, what is generated.
+// The group commands: refusals and their causes, reads, and generated groups.
+#include "tests/support/command_rows.h"
 #include "tests/support/commands.h"
 
 namespace {
@@ -6,98 +7,101 @@ namespace {
 constexpr uint8_t kSetGroup = 77, kGetGroup = 78, kGenerate = 79;
 const std::string kKey(308, 'k'), kGid(36, 'g');
 
-std::string object(const std::string& key, const std::string& gid, const std::string& pack) {
-    return R"({"gid":")" + gid + R"(","pack":)" + pack + R"(,"key":")" + key + R"("})";
-}
-
 class Group : public Commands {};
 
-TEST_F(Group, IsRefusedWhenItIsNotValid) {
-    const std::string before = unit.read("/flash/product-info"), fault = "/fault/check_group";
-    const std::string rejected = "check group input error\n", error = "Set GroupInfo error, ";
-    const std::string noJson = error + "json_tokener_parse result is NULL\n";
-    const std::string noGid = error + "not find gid object \n", badGid = error + "gid not valid \n";
-    const std::string output = " file /tmp/mfgp_group.output error\n";
-    const std::string check1 = "[__check_group_input():%] ";
-    const Lines check = {
-        "rm /tmp/mfgp_group.output > /dev/null 2>&1; "
-        "/bin/check_group /tmp/mfgp_group.input /tmp/mfgp_group.output"};
+// clang-format off
+TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
+    const std::string before = unit.read("/flash/product-info"), good = groupObject(kKey, kGid);
+    const std::string tool = "/fault/check_group";
+    const std::string rejected = "check group input error\n", noGid = "not find gid object \n";
+    const std::string noJson = "json_tokener_parse result is NULL\n";
+    const Lines check = {"rm /tmp/mfgp_group.output > /dev/null 2>&1; "
+                         "/bin/check_group /tmp/mfgp_group.input /tmp/mfgp_group.output"};
     const Lines dump = {check[0], "flashkv -r /tmp/group-tmp -p product-info"};
-    const std::vector<Row> rows = {
-        // clang-format off
-        {"", kFails, rejected, fault, "printf success >$2; exit"},
-        {"{", kFails, noJson, "", "", check},
-        {std::string(1024, ' ') + object(kKey, kGid, "3"), kFails, noJson, "", "", check},
-        {"[1]", kFails, noGid, "", "", check},
-        {object(kKey, kGid + "g", "3"), kFails, badGid, "", "", check},
-        {object(kKey, "\\u0000" + kGid, "3"), kFails, badGid, "", "", check},
-        {R"({"gid":")" + kGid + R"(","key":3})", kFails, error + "not find key object \n", "", "", check},
-        {object(kKey.substr(2), kGid, "3"), kFails, error + "key not valid \n", "", "", check},
-        {object(kKey, kGid, R"("3")"), kFails, error + "not find pack object \n", "", "", check},
-        {object(kKey.substr(1) + "\\n", kGid, "3"), kFails, error + "modify /tmp/group-tmp key error \n", "", "", dump},
+    const std::string badKey = groupObject(kKey.substr(1) + "\\n", kGid);
+    const Row rows[] = {
+        {.argument = "", .said = rejected, .put = {tool, "printf success >$2; exit"}, .ran = {}},
+        {.argument = "{", .said = noJson},
+        {.argument = std::string(1024, ' ') + good, .said = noJson},
+        {.argument = "[1]", .said = noGid},
+        {.argument = groupObject(kKey, kGid + "g"), .said = "gid not valid \n"},
+        {.argument = groupObject(kKey, "\\u0000" + kGid), .said = "gid not valid \n"},
+        {.argument = R"({"gid":")" + kGid + R"(","key":3})", .said = "not find key object \n"},
+        {.argument = groupObject(kKey.substr(2), kGid), .said = "key not valid \n"},
+        {.argument = groupObject(kKey, kGid, R"("3")"), .said = "not find pack object \n"},
+        {.argument = badKey, .said = "modify /tmp/group-tmp key error \n", .ran = dump},
         // Only the exact verdict on the text as it came is accepted.
-        {"[5]", kFails, noGid, fault, "[ \"$(cat $1)\" = '[5]' ] && printf success >$2; exit", check},
-        {"[1]", kFails, rejected, fault, "exit", check},  // the verdict above has been removed
-        {"[1]", kFails, rejected, fault, "printf 'success%093d' 0 >$2; exit", check},
-        {"[1]", kFails, check1 + "open" + output, fault, "rm -f $2; exit", check},
-        {"[1]", kFails, check1 + "fread" + output, fault, "mkdir $2; exit", check},
-        // clang-format on
-    };
-    expectRows(kSetGroup, rows);
+        {.argument = "[5]", .said = noGid,
+         .put = {tool, "[ \"$(cat $1)\" = '[5]' ] && printf success >$2; exit"}},
+        {.argument = good, .said = rejected, .put = {tool, "exit"}},  // that verdict is removed
+        {.argument = good, .said = rejected, .put = {tool, "printf 'success%093d' 0 >$2; exit"}},
+        {.argument = good, .said = "open file /tmp/mfgp_group.output error\n",
+         .put = {tool, "rm -f $2; exit"}},
+        {.argument = good, .said = "fread file /tmp/mfgp_group.output error\n",
+         .put = {tool, "mkdir $2; exit"}}};
+    for (Row row : rows) {
+        row.answer = kFails;
+        if (row.ran.empty() && !row.argument.empty())
+            row.ran = check;
+        expectRows(kSetGroup, {row});
+    }
     EXPECT_EQ(unit.read("/flash/product-info"), before);
-    // Numbers of more than seven characters are cut.
+    // A number of more than seven characters is cut.
     unit.remove("/tmp/mfgp_group.output");
-    unit.remove(fault);
-    EXPECT_EQ(ask(kSetGroup, object(kKey, kGid, "-123456789012")), "");
+    unit.remove(tool);
+    EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid, "-123456789012")), "");
     const std::string keys = "preconf_k:" + kKey + "\npreconf_g:" + kGid + "\n";
     EXPECT_EQ(unit.read("/flash/product-info"), before + keys + "preconf_p:-214748\n");
-    expectRows(kSetGroup, {{object(kKey, kGid, "3"), kFails, error + "repeated execution \n"}});
+    expectRows(kSetGroup, {{.argument = good, .answer = kFails, .said = "repeated execution \n"}});
 }
 
-TEST_F(Group, IsNotAcceptedByAnEarlierVerdict) {
+TEST_F(Group, AnEarlierVerdict_IsNotUsed) {
     unit.write("/tmp/mfgp_group.output", "success");
     unit.remove("/bin/sh");
-    EXPECT_EQ(ask(kSetGroup, object(kKey, kGid, "3")), kFails);
-    expectSaid("[__check_group_input():%] open file /tmp/mfgp_group.output error\n");
+    EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid)), kFails);
 }
 
-TEST_F(Group, IsAnsweredAsAnObject) {
+TEST_F(Group, AReadAnswersAnObject) {
     const std::string cut = R"({ "key": ")" + kKey + R"(", "gid": ")" + kGid + R"(", "pack": 9 })";
-    const std::string empty = R"({ "key": "a\"\/", "gid": "", "pack": 0 })";
-    for (const auto& [key, gid, pack, answer, said] : {
-             std::tuple{kKey + "cut", kGid + "cut", "099", Text(cut),
-                        "pRplyBuf is: { \"key\": \"kk"},
-             {"a\"/", "", "", empty, "groupinfo pack_str is: , len is 0\n"},
-             {"", "", "1a", kFails, "pack_str is not digit.\n"},
-             {"", "", "-5", kFails, "pack_str is not digit.\n"},
-         }) {
-        unit.write("/fw/PRECONF_KEY", key);
-        unit.write("/fw/PRECONF_GID", gid);
+    const struct {
+        std::string key, gid, pack;
+        Text answer = kFails;
+    } rows[] = {
+        {.key = kKey + "cut", .gid = kGid + "cut", .pack = "099", .answer = cut},
+        {.key = "a\"/", .answer = R"({ "key": "a\"\/", "gid": "", "pack": 0 })"},
+        {.pack = "1a"},
+        {.pack = "-5"}};
+    for (const auto& row : rows) {
+        unit.write("/fw/PRECONF_KEY", row.key);
+        unit.write("/fw/PRECONF_GID", row.gid);
         unit.write("/tmp/fwinfo-cache", "stale");
-        expectRows(kGetGroup, {{kArgument, answer, said, "/fw/PRECONF_PACK", pack}});
+        expectRows(kGetGroup, {{.answer = row.answer, .put = {"/fw/PRECONF_PACK", row.pack}}});
         EXPECT_FALSE(unit.exists("/tmp/fwinfo-cache"));
     }
 }
 
-TEST_F(Group, IsGeneratedByTheFirmwaresTool) {
-    for (const auto& [argument, generator, count, answer] : {
-             // No count: it is not even asked.
-             std::tuple{"5", "printf 'a\\000b\\n' >$2", "5", Text(std::string("a\0b\n", 4))},
-             {"12x", "echo $1 >$2; exit 1", "12", "12\n"},
-             {"1", "yes x | tr -d '\\n' | head -c 1030 >$2", "1", std::string(1023, 'x')},
-             {"1", ": >$2", "1", kFails},
-             {"0", ":", "", kFails},
-             {"-2", ":", "", kFails},
-             {"4294967297", ":", "", kFails},
-         }) {
-        const std::string snippet = std::string(generator) + "; exit";
-        expectRows(kGenerate, {{argument, answer, "", "/fault/generate_group", snippet}});
-        const std::string call = std::string("generate_group ") + count;
-        EXPECT_EQ(unit.calls(), *count == 0 ? Lines{} : Lines{call + " /tmp/mfgp_generate_group"});
+TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
+    const struct {
+        std::string argument, tool, count;  // without a count the tool does not run
+        Text answer = kFails;
+    } rows[] = {
+        {.argument = "5", .tool = "printf 'a\\000b\\n' >$2", .count = "5",
+         .answer = std::string("a\0b\n", 4)},
+        {.argument = "12x", .tool = "echo $1 >$2; exit 1", .count = "12", .answer = "12\n"},
+        {.argument = "1", .tool = "yes x | tr -d '\\n' | head -c 1030 >$2", .count = "1", .answer = x(1023)},
+        {.argument = "1", .tool = ": >$2", .count = "1"},
+        {.argument = "0"},
+        {.argument = "4294967297"}};
+    for (const auto& row : rows) {
+        unit.fault("generate_group", row.tool + "; exit");
+        EXPECT_EQ(ask(kGenerate, row.argument),
+                  row.answer ? padded(*row.answer, (row.answer->size() + 7) / 8 * 8) : kFails);
+        const Lines call = {"generate_group " + row.count + " /tmp/mfgp_generate_group"};
+        EXPECT_EQ(calls, row.count.empty() ? Lines{} : call);
     }
-    expectRows(kGenerate, {{"1", kFails, "open /tmp/mfgp_generate_group file error \n"}});
     unit.remove("/fault/generate_group");
-    EXPECT_EQ(ask(kSetGroup, station.command(79, "3").text()), "") << "fits together";
+    EXPECT_EQ(ask(kSetGroup, station.command(kGenerate, "3").text()), "");
 }
+// clang-format on
 
 }  // namespace

@@ -1,54 +1,161 @@
-// The reads of a factory field.
+// The identity: reads of factory fields, and writes with what they run and store.
+#include <sys/stat.h>
+
+#include <functional>
+
+#include "tests/support/command_rows.h"
 #include "tests/support/commands.h"
 
 namespace {
 
-class IdentityReads : public Commands {};
+const std::string kMac("\x02\x1A\x2B\x13\x7B\x0F", 6), k64(64, 'x');
+const std::string kKey(304, 'k'), kGid(36, 'g'), kInfo = "product-info";
+const std::string kGroup = "{ \"key\": \"" + kKey + "\", \"gid\": \"" + kGid + "\", \"pack\": 3 }";
 
-TEST_F(IdentityReads, AnswerAFieldInItsLength) {
-    const std::string argument(140, 'x');  // longer than any answer
-    const std::string firm = "[get_firm_info():%] get ",
-                      hardware = "get hwver is: value, len is 5\n";
-    for (const auto& [subType, key, length, cleansUp, encrypted, said] : {
-             // Through type 3 first, where nothing may lean on an earlier encrypted command.
-             std::tuple{10, "PRODUCT_ID", 16, false, false,
-                        std::string("get proID is: value,len is 5\n")},
-             {53, "DEV_ID", 64, true, false, "get device id is: value,len is 5\n"},
-             {55, "MAC", 17, true, false, "get mac is: value, len is 5\n"},
-             {56, "FW_ID", 64, false, false, "get fw id is: value, len is 5\n"},
-             {57, "HW_ID", 64, false, false, "get hw id is: value, len is 5\n"},
-             {59, "OEM_ID", 64, true, false, "get oem id is: value,len is 5\n"},
-             {66, "COUNTRY", 64, true, false, "get countryCode is: value,len is 5\n"},
-             {68, "SSID", 0, false, false, firm + "SSID is: value, len is 5\n"},
-             {70, "HARDVERSION", 0, true, false, hardware},
-             {71, "SOFTVERSION", 0, true, false, firm + "SOFTVERSION is: value, len is 5\n"},
-             {70, "HARDVERSION", 0, true, true, hardware},
-             {71, "SOFTVERSION", 0, true, true, firm},
-             {72, "MODEL", 0, true, true, "get modelname is: value, len is 5\n"},
-         }) {
-        const auto command = static_cast<uint8_t>(subType);
+constexpr uint8_t kSetDeviceId = 54, kSetOemId = 60, kSetSpecialId = 65, kSetCountry = 67,
+                  kSetMac = 75, kSetPin = 76, kSetGroup = 77, kSetModel = 82, kSetImei = 90;
+
+// clang-format off
+const Lines kMacLines = {
+    "echo 02-1A-2B-13-7B-0F  > /tmp/mac-tmp", "flashkv -w /tmp/mac-tmp -p default-mac",
+    "sh  /lib/essid/essid.sh NORVANE 137B0F &", "mfgp_hook_setmac 02:1A:2B:13:7B:0F"};
+
+class Identity : public Commands {};
+
+TEST_F(Identity, AFieldIsAnsweredInItsLength) {
+    for (const FieldRead& row : kFieldReads) {
+        const std::string file = std::string("/fw/") + row.key, folded = "/*/* ? b";
         const auto fixed = [&](const std::string& text) {
-            return padded(text, std::max(text.size(), size_t(length)));
+            return padded(text, std::max(text.size(), row.length));
         };
-        const std::string file = std::string("/fw/") + key;
-        unit.write("/tmp/fwinfo-cache", "stale");
-        expectRows(command, {{argument, fixed("value"), said, file, "value\n"}}, encrypted);
-        EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), !cleansUp);
-        expectRows(command, {{"", fixed("a b"), "", file, "a\nb"}}, encrypted);
-        expectRows(command, {{"", fixed("/*/* ?"), "", file, "/*/* ?"}}, encrypted);
+        for (const bool encrypted : {false, true}) {
+            const bool isBoth = row.subType == 70 || row.subType == 71;
+            if (!isBoth && encrypted != (row.subType == 72))
+                continue;
+            unit.write("/tmp/fwinfo-cache", "stale");
+            expectRows(row.subType, {
+                {.argument = x(140), .answer = fixed("value"), .put = {file, "value\n"}},
+                {.answer = fixed(folded), .put = {file, "/*/* ?\nb"}}}, encrypted);
+            EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), row.keepsCache);
+        }
+    }
+    const std::string special = "/fw/SPECIAL_ID";
+    expectRows(64, {{.answer = padded("US", 64), .put = {special, "55530000"}},
+                    {.answer = padded("UN", 64), .put = {special, "\n"}}});
+    expectRows(58, {{.answer = padded("/*/* ? b /*/* ? b", 128)}});
+}
+
+TEST_F(Identity, AWriteIsStoredAndReadsBack) {
+    const struct {
+        uint8_t command;
+        std::string argument, file, partition, stored, said;
+        uint8_t read;
+        std::string answer;
+        Lines ran = {};  // without it: an edit of product-info
+    } rows[] = {
+        {.command = kSetDeviceId, .argument = k64 + "y", .partition = "device-id",
+         .stored = "dev_id:" + k64, .said = "device ID is:" + k64 + "\r\n", .read = 53,
+         .answer = k64, .ran = {"flashkv -w /tmp/device-tmp -p device-id"}},
+        {.command = kSetOemId, .argument = k64 + "y", .file = "/tmp/oemid-tmp", .partition = kInfo,
+         .stored = "a:1\noem_id:" + k64 + "\n", .said = "OEM ID is:", .read = 59, .answer = k64},
+        {.command = kSetSpecialId, .argument = "NZ", .file = "/tmp/sid-tmp", .partition = kInfo,
+         .stored = "a:1\nspecial_id:4E5A0000\n", .said = "special ID is:4E5A0000\r\n", .read = 64,
+         .answer = "NZ"},
+        {.command = kSetCountry, .argument = "DE", .file = "/tmp/cc-tmp", .partition = kInfo,
+         .stored = "a:1\ncountry:DE\n", .said = "Country Code is:DE", .read = 66, .answer = "DE"},
+        {.command = kSetMac, .argument = kMac, .partition = "default-mac",
+         .stored = "02-1A-2B-13-7B-0F\n", .said = "new mac is:02-1A-2B-13-7B-0F\r\n", .read = 55,
+         .answer = "02-1A-2B-13-7B-0F", .ran = kMacLines},
+        {.command = kSetPin, .argument = "1234 $x\xFFy", .partition = "pin",
+         .stored = "1234 $x\xFF\n", .said = "new pin is 1234 $x\xFF\n",
+         .ran = {"flashkv -w /tmp/pin-tmp -p pin"}},
+        {.command = kSetGroup, .argument = kGroup, .file = "/tmp/group-tmp", .partition = kInfo,
+         .stored = "a:1\npreconf_k:" + kKey + "\npreconf_g:" + kGid + "\npreconf_p:3\n",
+         .read = 78, .answer = kGroup},
+        {.command = kSetModel, .argument = "M 60", .file = "/tmp/model-tmp", .partition = kInfo,
+         .stored = "a:1\nproduct_name:M 60\n", .said = "model name is:M 60\r\n", .read = 58,
+         .answer = "M 60 V1.0"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(int{row.command});
+        unit.write("/flash/product-info", "a:1\n");
+        EXPECT_EQ(ask(row.command, row.argument), "");
+        EXPECT_NE(trace.find(row.said), std::string::npos);
+        Lines lines = shellLines(trace);
+        std::erase_if(lines, [](auto& line) { return line.starts_with("rm /tmp/mfgp_group"); });
+        const std::string to = row.file + " -p product-info";
+        EXPECT_EQ(lines, row.file.empty() ? row.ran : Lines({"flashkv -r " + to, "flashkv -w " + to,
+                                                             "rm " + row.file}));
+        EXPECT_EQ(unit.read("/flash/" + row.partition), row.stored);
+        EXPECT_TRUE(row.read == 0 || station.command(row.read).text() == row.answer);
     }
 }
 
-TEST_F(IdentityReads, SpecialIdIsAnsweredAsARegion) {
-    const uint8_t command = 64;
-    const std::string file = "/fw/SPECIAL_ID", said = "get special id is: 55530000,len is 8\n";
-    expectRows(command, {{kArgument, padded("US", 64), said, file, "55530000"}});
-    expectRows(command, {{"", padded("UN", 64), "", file, "\n"}});
+TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {
+    const std::string longWord(31, 'm');
+    for (const auto& [model, word] :
+         {std::pair<std::string, std::string>{"M31-5G_x.1\n", "M31-5G_x.1"}, {"two words", "two"},
+          {longWord + "cut", longWord}, {"left test mode", ""}}) {
+        unit.stop();
+        unit.start();
+        unit.write("/fw/MODEL", model);
+        // A tool that fails to write counts as run. Afterwards the mode is read again.
+        unit.fault("flashkv", word.empty() ? "rm /etc/config/wanDetect; exit 1" : "");
+        EXPECT_EQ(ask(kSetMac, kMac), "");
+        const std::string line = "sh  /lib/essid/essid.sh " + word + " 137B0F &";
+        EXPECT_EQ(shellLines(trace).at(2), word.empty() ? kMacLines.at(3) : line);
+        const std::string name = word.empty() ? unit.read("/fw/SSID") : word + "_7B0F\n";
+        for (int i = 0; i < 500 && unit.read("/fw/SSID") != name; i++)
+            usleep(10000);  // the script runs in the background
+        EXPECT_EQ(unit.read("/fw/SSID"), name);
+    }
 }
 
-TEST_F(IdentityReads, HardwareDescriptionJoinsTwoFields) {
-    const std::string said = "get device id is: M31-5G V1.0, len is 11\n";
-    expectRows(58, {{kArgument, padded("M31-5G V1.0", 128), said}});
+TEST_F(Identity, FilesPlantedInTmp_AreNotFollowed) {
+    const std::string radio = unit.read("/flash/radio");
+    const std::function<void(const std::filesystem::path&)> ways[] = {
+        [](auto& path) { std::filesystem::create_symlink("/flash/radio", path); },
+        [&](auto& path) { std::filesystem::create_hard_link(unit.path("/flash/radio"), path); },
+        [](auto& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); }};
+    const std::tuple<uint8_t, std::string, std::string, std::string> writes[] = {
+        {kSetDeviceId, "ID", "device-id", "dev_id:ID"},
+        {kSetPin, "12345678", "pin", "12345678\n"},
+        {kSetMac, kMac, "default-mac", "02-1A-2B-13-7B-0F\n"},
+        {kSetImei, "123456789012345", "default-imei", "123456789012345\n"},
+        {kSetOemId, "OEM", kInfo, "a:1\noem_id:OEM\n"},
+        {kSetGroup, kGroup, "radio", radio}};
+    for (const auto& plant : ways) {
+        unit.stop();
+        unit.start();
+        unit.write("/flash/product-info", "a:1\n");
+        for (const char* file : {"device-tmp", "pin-tmp", "mac-tmp", "oemid-tmp", "imei-tmp",
+                                 "mfgp_group.input", "mfgp_group.output"})
+            plant(unit.path(std::string("/tmp/") + file));
+        for (const auto& [command, argument, partition, stored] : writes) {
+            EXPECT_EQ(ask(command, argument), "");
+            EXPECT_EQ(unit.read("/flash/" + partition), stored);
+        }
+    }
 }
+
+TEST_F(Identity, AWriteWithoutAPayload_IsRefusedAndStaysPermitted) {
+    const std::vector<uint8_t> writes = {54, 60, 67, 75, 76, 82, 90, 94};
+    for (const uint8_t command : writes) {
+        EXPECT_EQ(ask(command, ""), kFails) << int{command};
+        EXPECT_EQ(calls, Lines{});
+    }
+    for (const uint8_t command : writes)
+        EXPECT_EQ(ask(command, padded("", 8)), command == 94 ? kFails : "") << int{command};
+    for (const char* region : {"XX", ""})
+        EXPECT_EQ(ask(kSetSpecialId, region), kFails);
+}
+
+TEST_F(Identity, RadioHooks_EraseOnceAndEnableTestModeRepeatedly) {
+    const Row enable = {.ran = {"mfgp_hook_enable_testmode"}};
+    expectRows(80, {enable, enable});
+    EXPECT_EQ(unit.read("/run/test-mode"), "on\n");
+    expectRows(17, {{.ran = {"mfgp_hook_erase_radio"}}, {.answer = kFails}});
+    EXPECT_EQ(unit.read("/flash/radio"), "");
+}
+// clang-format on
 
 }  // namespace

@@ -5,13 +5,7 @@
 #include <string>
 #include <vector>
 
-inline std::string x(size_t count) { return std::string(count, 'x'); }
-
-// The argument of "set group".
-inline std::string groupObject(const std::string& key, const std::string& gid,
-                               const std::string& pack = "3") {
-    return R"({"gid":")" + gid + R"(","pack":)" + pack + R"(,"key":")" + key + R"("})";
-}
+#include "tests/support/wire.h"
 
 // The faults of a system, as a set of bits.
 enum SystemFault : unsigned { kNoPipe = 1, kNoFork = 2, kFullTmp = 4, kReadOnlyTmp = 8 };
@@ -19,8 +13,8 @@ constexpr unsigned kReads = kNoPipe | kNoFork;                   // those that s
 constexpr unsigned kStores = kNoFork | kFullTmp | kReadOnlyTmp;  // those that stop a write to flash
 constexpr unsigned kEdits = kReads | kStores;
 
-inline const std::string kFails = "(fails)";  // info 3, no payload, the command's error line
-inline const std::string kWorks = "(works)";  // the answer is the one without the fault
+inline const std::string kFailed = "(fails)";  // info 3, no payload, the command's error line
+inline const std::string kWorks = "(works)";   // the answer is the one without the fault
 
 struct ToolFault {
     std::string name;
@@ -78,9 +72,9 @@ inline std::vector<CommandRow> allCommands() {
          .tools = {{"fwinfo", "", x(31) + " " + x(31)}}},
         {.subType = 64, .error = "-10326 get special ID failed", .tools = {{"fwinfo", "UN"}}},
         {.subType = 78, .error = "-10337 get Groupinfo failed",
-         .tools = {{"fwinfo", R"({ "key": "", "gid": "", "pack": 0 })", kFails}}},
+         .tools = {{"fwinfo", R"({ "key": "", "gid": "", "pack": 0 })", kFailed}}},
         {.subType = 91, .error = "-10351 get imei failed",
-         .tools = {{"fwinfo", kNines, kNines}, {"uci", kFails, kImei}, {"atcon", kNines, kImei},
+         .tools = {{"fwinfo", kNines, kNines}, {"uci", kFailed, kImei}, {"atcon", kNines, kImei},
                    {"cellcli", kNines, kNines, "FG621"}}},
         {.subType = 135, .error = "-10335 get config for check failed",
          .tools = {{"fwinfo", "", x(63)}}},
@@ -92,14 +86,14 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = 109, .error = "-10347 get card reg state failed", .tools = {{"uci", "", x(8)}}},
         {.subType = 110, .error = "-10348 get sim imei failed", .tools = {{"atcon", "", kImei}}},
         {.subType = 112, .argument = "1-3-0-60-1-19850", .error = "-10352 set antenna failed",
-         .tools = {{"uci", kFails, kFails}}},
+         .tools = {{"uci", kFailed, kFailed}}},
         {.subType = 114, .argument = "1", .error = "-10354 set antenna FTM failed",
-         .tools = {{"uci", kFails, kFails}, {"atcon"}}},
+         .tools = {{"uci", kFailed, kFailed}, {"atcon"}}},
         {.subType = 115, .error = "-10355 get antenna FTM failed",
-         .tools = {{"uci", kFails, kFails}, {"atcon", kFails, "0\n"}}},
+         .tools = {{"uci", kFailed, kFailed}, {"atcon", kFailed, "0\n"}}},
         {.subType = 116, .error = "-10356 get lte soft version failed",
-         .tools = {{"uci", kFails, kFails}, {"atcon", kFails, "11.22.33.44"},
-                   {"cellcli", kFails, "11.22.33.44", "FG621"}}},
+         .tools = {{"uci", kFailed, kFailed}, {"atcon", kFailed, "11.22.33.44"},
+                   {"cellcli", kFailed, "11.22.33.44", "FG621"}}},
         {.subType = 131, .argument = R"({"band":0,"nss":2})",
          .error = "-10357 get wifi rssi error",
          .tools = {{"uci", "-128", "-128"}, {"wifistats", "-128", "6"}}},
@@ -107,11 +101,11 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = 92, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork,
          .tools = {{"QLog"}}},
         {.subType = 94, .argument = "1", .error = "-10343 ExtAntenna failed to change!",
-         .tools = {{"reload_config", kFails}, {"uci"}}},
+         .tools = {{"reload_config", kFailed}, {"uci"}}},
         {.subType = 50, .argument = "WIFI", .error = "-10331 get SSID failed",
-         .tools = {{"/sbin/is_cal", kFails, kFails}}},
+         .tools = {{"/sbin/is_cal", kFailed, kFailed}}},
         {.subType = 86, .error = "-10331 get SSID failed",
-         .tools = {{"/sbin/is_cal", kFails, kFails}}},
+         .tools = {{"/sbin/is_cal", kFailed, kFailed}}},
         {.subType = 69, .error = "-10334 get enable flags failed", .failsUnder = 0},
         {.subType = 87, .error = "-10340 get bluetooth enable failed", .failsUnder = 0},
         {.subType = 18, .error = "-10309 start calibration data failed", .failsUnder = kNoFork,
@@ -128,7 +122,7 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = 80, .error = "-10349 enable test mode failed", .failsUnder = kNoFork,
          .tools = {{"mfgp_hook_enable_testmode"}}},
         {.subType = 79, .argument = "3", .error = "-10338 generate Groupinfo failed",
-         .failsUnder = kEdits, .tools = {{"/bin/generate_group", kFails, kWorks}}},
+         .failsUnder = kEdits, .tools = {{"/bin/generate_group", kFailed, kWorks}}},
         {.subType = 17, .error = "-10308 erase calibration data failed", .failsUnder = 0,
          .tools = {{"mfgp_hook_erase_radio"}}, .changes = "radio"},
         {.subType = 54, .argument = "ID", .error = "-10315 set device ID failed",
@@ -139,21 +133,21 @@ inline std::vector<CommandRow> allCommands() {
          .failsUnder = kEdits, .tools = {{"flashkv"}, {"mfgp_hook_setmac"}, {"/lib/essid/essid.sh"}},
          .changes = "default-mac"},
         {.subType = 90, .argument = "123456789012345", .error = "-10350 set imei failed",
-         .failsUnder = kEdits, .tools = {{"flashkv"}, {"atcon"}, {"uci", kFails}},
+         .failsUnder = kEdits, .tools = {{"flashkv"}, {"atcon"}, {"uci", kFailed}},
          .changes = "default-imei"},
         {.subType = 60, .argument = "OEM", .error = "-10325 set OEM ID failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
         {.subType = 65, .argument = "NZ", .error = "-10327 set Special ID failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
         {.subType = 67, .argument = "DE", .error = "-10329 set Country Code failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
         {.subType = 82, .argument = "M60", .error = "-10327 set model name failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFails}}, .changes = kInfo},
+         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
         {.subType = 77, .argument = kGroup, .error = "-10336 set group failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFails}, {"/bin/check_group", kFails}},
+         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}, {"/bin/check_group", kFailed}},
          .changes = kInfo},
         {.subType = 73, .error = "-10300 soft reset fail", .failsUnder = kReads | kReadOnlyTmp,
-         .tools = {{"flashkv", kFails}}, .changes = "user-config"},
+         .tools = {{"flashkv", kFailed}}, .changes = "user-config"},
     };
     // clang-format on
     for (const FieldRead& field : kFieldReads)

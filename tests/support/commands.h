@@ -13,15 +13,14 @@ inline const Text kFails = {};
 inline const std::string kArgument = "a text that no answer may hold";
 
 struct Row {
-    std::string argument;
-    Text answer;            // before it is padded to whole blocks; kFails: with an error line
-    std::string said = {};  // by a handler, where no "[function" stands in front
-    std::string file = {};  // gets the content first
-    std::string content = {};
-    Lines run = {};  // by the command runner
+    std::string argument = kArgument;
+    Text answer = "";       // without the padding to whole blocks
+    std::string said = {};  // is in the trace
+    StateFile put = {};     // is written before the command
+    Lines ran = {};         // the lines of the command runner
 };
 
-// With zero bytes behind it, up to the length.
+// Appends zero bytes up to the length.
 inline std::string padded(std::string text, size_t length) {
     text.resize(length);
     return text;
@@ -29,13 +28,50 @@ inline std::string padded(std::string text, size_t length) {
 
 class Commands : public testing::Test {
   protected:
-    // The reply's innermost payload, kFails for a failure. Its headers and the report must be
-    // right. `trace` is what was traced on the way.
-    Text ask(uint8_t subType, const std::string& argument, bool encrypted = false);
-    void expectSaid(const std::string& said) const;
-    void expectRows(uint8_t subType, const std::vector<Row>& rows, bool encrypted = false);
+    // Returns the reply's innermost payload, or kFails for a failure. Checks its headers and the
+    // report. `trace` and `calls` are what the daemon has written and the tools that it has run.
+    Text ask(uint8_t subType, const std::string& argument, bool encrypted = false) {
+        unit.trace();
+        unit.errors();
+        unit.calls();
+        const Answer answer =
+            encrypted ? station.encrypted(subType, argument) : station.command(subType, argument);
+        trace = withoutLines(unit.trace());
+        calls = unit.calls();
+        const bool failed = answer.info() == 3;
+        EXPECT_TRUE(!failed || unit.errors().find("[Error]") != std::string::npos);
+        EXPECT_EQ(answer.info(), failed ? 3 : 0);
+        std::string payload = answer.payload;
+        if (encrypted) {
+            // The length of the value is in an inner header before it.
+            const std::string start = {2, 7, 2, static_cast<char>(answer.info()), 0, 0, 0};
+            const std::string end = {'\xA5', '\x5A', static_cast<char>(subType), 0};
+            const size_t length = static_cast<uint8_t>(payload.at(7));
+            EXPECT_EQ(answer.header.substr(0, 4), start.substr(0, 4));
+            EXPECT_EQ(payload.substr(0, 12), start + payload[7] + end);
+            EXPECT_EQ(payload.size(), (12 + length + 7) / 8 * 8);
+            payload = padded(payload.substr(12, length), (length + 7) / 8 * 8);
+        }
+        EXPECT_TRUE(!failed || payload.empty());
+        return failed ? kFails : payload;
+    }
+
+    void expectRows(uint8_t subType, const std::vector<Row>& rows, bool encrypted = false) {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(std::to_string(subType) + " " + row.argument + " " + row.said +
+                         row.put.content);
+            if (!row.put.path.empty())
+                unit.write(row.put.path, row.put.content);
+            const Text payload = ask(subType, row.argument, encrypted);
+            EXPECT_EQ(payload,
+                      row.answer ? padded(*row.answer, (row.answer->size() + 7) / 8 * 8) : kFails);
+            EXPECT_NE(trace.find(row.said), std::string::npos) << row.said << "\n" << trace;
+            EXPECT_EQ(shellLines(trace), row.ran);
+        }
+    }
 
     Unit unit;
     Station station;
     std::string trace;
+    Lines calls;
 };

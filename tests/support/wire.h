@@ -45,6 +45,14 @@ struct Answer {
 // Checks the reply's digest and deciphers it; a failed check is a test failure.
 Answer openAnswer(const std::string& wire, const Account& account = {});
 
+inline std::string x(size_t count) { return std::string(count, 'x'); }
+
+// The argument of "set group".
+inline std::string groupObject(const std::string& key, const std::string& gid,
+                               const std::string& pack = "3") {
+    return R"({"gid":")" + gid + R"(","pack":)" + pack + R"(,"key":")" + key + R"("})";
+}
+
 // One station: a UDP socket of its own on the loopback.
 class Station {
   public:
