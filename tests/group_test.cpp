@@ -88,7 +88,8 @@ TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
         {.argument = "5", .tool = "printf 'a\\000b\\n' >$2", .count = "5",
          .answer = std::string("a\0b\n", 4)},
         {.argument = "12x", .tool = "echo $1 >$2; exit 1", .count = "12", .answer = "12\n"},
-        {.argument = "1", .tool = "yes x | tr -d '\\n' | head -c 1030 >$2", .count = "1", .answer = x(1023)},
+        {.argument = "1", .tool = "yes x | tr -d '\\n' | head -c 1030 >$2", .count = "1",
+         .answer = x(1023)},
         {.argument = "1", .tool = ": >$2", .count = "1"},
         {.argument = "0"},
         {.argument = "4294967297"}};

@@ -149,7 +149,7 @@ TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
         {.module = "FG621", .command = kGetFtm, .said = "Wrong device, no need to get FTM state"},
         {.module = "EG18-EA", .command = kSetAntenna, .argument = "1-2-3", .said = few},
         {.module = "FG621", .command = kSetAntenna, .argument = "1-2-3-4-", .said = few},
-        {.module = "EG060K-EA", .command = kSetAntenna, .argument = "1-2-3-4\r5", .said = few},
+        {.module = "EG060K-EA", .command = kSetAntenna, .argument = "1-2-3\r-4-5", .said = few},
         {.module = "RG520N-EU", .command = kSetAntenna, .argument = "3-3-0-6-1-1", .said = unknown},
         {.module = "RG520N-EU", .command = kExtAntenna, .said = "ext_antenna switch status is:\n"}};
     for (const auto& row : rows) {

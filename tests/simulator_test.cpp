@@ -27,7 +27,7 @@ TEST(Simulator, ServesAsItsProfileSays) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.profile);
-        Unit unit({}, {"--profile", row.profile});
+        Unit unit({}, std::string("--profile ") + row.profile);
         const Answer answer = Station(row.account).ask(row.request);
         EXPECT_EQ(std::to_string(answer.info()) + " " + answer.text(), row.answer);
         const auto calls = unit.calls();
@@ -39,7 +39,7 @@ TEST(Simulator, ServesAsItsProfileSays) {
 }
 
 TEST(Simulator, StateIsKeptUntilItIsReset) {
-    Unit unit({StateFile{"/mine", "kept"}}, {"--profile", "FG621"});
+    Unit unit({StateFile{"/mine", "kept"}}, "--profile FG621");
     unit.write("/fw/FW_ID", "edited");
     const auto expect = [&unit](const std::string& command, const std::string& rest, int exitCode,
                                 const std::string& output) {

@@ -1,5 +1,8 @@
-// Programs as their users have them: in a shell line.
+// Programs in a shell line, as their users run them.
 #pragma once
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <initializer_list>
 #include <string>
@@ -9,16 +12,33 @@ struct ShellResult {
     std::string output;  // both streams
 };
 
-// Runs a shell line; $station stands for the program and the address of the test's units, and
-// `await WORD FILE [TIMES]` waits until so many lines of the file hold the word, half a minute at
-// most.
-ShellResult shell(const std::string& line);
+// Runs a shell line. In it, $station is the program with the address of the unit. `await WORD FILE
+// [TIMES]` waits for at most half a minute until so many lines of the file contain the word.
+inline ShellResult shell(const std::string& line) {
+    const std::string prepared =
+        "station='" MFGP_STATION
+        " --host 127.0.0.1'; await() { for _ in $(seq 300); do "
+        "[ $(cat $2 2>&- | grep -c \"$1\") -ge ${3-1} ] && return; sleep 0.1; done; }; ";
+    FILE* const pipe = popen((prepared + "{ " + line + "\n} 2>&1 </dev/null").c_str(), "r");
+    std::string output;
+    for (int byte = 0; (byte = getc(pipe)) != EOF;)
+        output += static_cast<char>(byte);
+    const int status = pclose(pipe);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
 
 struct StationRow {
-    std::string words;
+    std::string words;  // part of a shell line
     int exitCode;
-    std::string output;  // stands in it
+    std::string output;  // a part of it
 };
 
-// Runs the station with the words of each row, put into a shell line as they are.
-void expectRows(std::initializer_list<StationRow> rows);
+// Runs the station with the words of each row.
+inline void expectRows(std::initializer_list<StationRow> rows) {
+    for (const StationRow& row : rows) {
+        SCOPED_TRACE(row.words);
+        const ShellResult result = shell("$station " + row.words);
+        EXPECT_EQ(result.exitCode, row.exitCode) << result.output;
+        EXPECT_NE(result.output.find(row.output), std::string::npos) << result.output;
+    }
+}

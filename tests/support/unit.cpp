@@ -29,19 +29,16 @@ UnitImpossible::UnitImpossible(const char* why)
     [why] { GTEST_SKIP() << why; }();
 }
 
-Unit::Unit(const std::vector<StateFile>& prepare, const std::vector<std::string>& arguments) {
+Unit::Unit(const std::vector<StateFile>& files, const std::string& arguments) {
     char name[] = "/tmp/mfgp-unit-XXXXXX";
     if (mkdtemp(name) == nullptr)
         throw std::runtime_error("mkdtemp");
     root_ = name;
-    // The shell's pid comes first and becomes the simulator's.
-    const char* const daemon = getenv("MFGPD");
-    line_ = std::string("echo $$; exec " MFGP_SIM " up --daemon ") +
-            (daemon != nullptr ? daemon : MFGPD) +
-            " --runner '" MFGP_RUNNER "' --net shared --state " + root_.string();
-    for (const std::string& argument : arguments)
-        line_ += " " + argument;
-    for (const auto& [file, content] : prepare)
+    // The shell prints its pid, which becomes the simulator's.
+    line_ = "echo $$; exec " MFGP_SIM " up --daemon ${MFGPD-" MFGPD "} --runner '" MFGP_RUNNER
+            "' --net shared --state " +
+            root_.string() + " " + arguments;
+    for (const auto& [file, content] : files)
         write(file, content);
     start();
 }
@@ -56,13 +53,12 @@ void Unit::start() {
     char ready[512] = {};
     if (fscanf(output_, "%d ", &simulator_) != 1 ||
         fgets(ready, sizeof ready, output_) == nullptr) {
-        constexpr int kCannotBeDone = 77;
         const int status = pclose(output_);
-        const std::string said = errors();
+        const std::string printed = errors();
         fs::remove_all(root_);
-        if (WEXITSTATUS(status) == kCannotBeDone)
+        if (WEXITSTATUS(status) == 77)
             throw UnitImpossible("this machine cannot run such a unit");
-        throw std::runtime_error("the simulated unit did not start: " + said);
+        throw std::runtime_error("the simulated unit did not start: " + printed);
     }
     daemon_ = std::stoi(strstr(ready, "pid ") + 4);
     callsSeen_ = traceSeen_ = errorsSeen_ = 0;
@@ -145,13 +141,13 @@ std::string errorLine(int code, const std::string& message) {
     return "[Error][errCode: " + std::to_string(code) + "][errMsg: " + message + "]|[errno: ";
 }
 
-// Gives this process a network of its own, so that port 1040 is free whatever else runs; where the
-// machine refuses that, waits until no other test process runs.
+// Gives this process a network of its own, so that port 1040 is free. If the machine refuses that,
+// waits until no other test process runs.
 static void enterOwnNetwork() {
     const std::string user = std::to_string(getuid()), group = std::to_string(getgid());
     const bool root = getuid() == 0;
     if (unshare(root ? CLONE_NEWNET : CLONE_NEWUSER | CLONE_NEWNET) != 0) {
-        // Held open, and with it the lock, until the process ends.
+        // The descriptor and its lock are held until the process ends.
         flock(open("/tmp/mfgpd-tests.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666), LOCK_EX);
         return;
     }

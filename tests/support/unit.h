@@ -14,7 +14,8 @@ struct StateFile {
     std::string content;
 };
 
-// This machine cannot give a unit what the test needs: where nothing catches it, it is skipped.
+// Thrown if this machine cannot run the unit that a test needs. Skips the test if nothing catches
+// it.
 struct UnitImpossible : testing::AssertionException {
     explicit UnitImpossible(const char* why);
 };
@@ -23,10 +24,9 @@ std::string readFile(const std::filesystem::path& file);
 
 class Unit {
   public:
-    // Starts the unit and waits until the daemon is bound; `arguments` go to `mfgp-sim up`,
-    // the files to prepare are laid before the start. Throws UnitImpossible or a runtime_error.
-    explicit Unit(const std::vector<StateFile>& prepare = {},
-                  const std::vector<std::string>& arguments = {});
+    // Writes the files, starts the unit with these arguments of `mfgp-sim up` and waits until the
+    // daemon is bound. Throws UnitImpossible or a runtime_error.
+    explicit Unit(const std::vector<StateFile>& files = {}, const std::string& arguments = "");
     ~Unit();
     Unit(const Unit&) = delete;
     Unit& operator=(const Unit&) = delete;
@@ -43,18 +43,16 @@ class Unit {
     bool exists(const std::string& inUnit) const { return std::filesystem::exists(path(inUnit)); }
     void remove(const std::string& inUnit) const { std::filesystem::remove_all(path(inUnit)); }
 
-    // Replaces a tool's behaviour by a shell snippet that runs before it ("exit 1").
+    // Makes a tool run a shell snippet first ("exit 1").
     void fault(const std::string& tool, const std::string& snippet) const;
-    // Waits, behind a reply, until the daemon waits too: on its way back there it looks at its
-    // mode, with a descriptor of that moment.
+    // After a reply, waits until the daemon is back in select().
     void awaitRest() const;
-    // Leaves the daemon enough descriptors to read its mode but too few for a pipe, or gives it
-    // all.
+    // Leaves the daemon enough descriptors to read its mode but too few for a pipe, or all.
     void allowPipes(bool allowed) const;
     // Sets wanDetect.settings.mode.
     void setMode(const std::string& mode) const;
 
-    // The tool calls since the last time this was asked, one "tool arguments" each.
+    // The tool calls since the last time, one "tool arguments" each.
     std::vector<std::string> calls();
     // What the daemon has written to standard output or error since the last time.
     std::string trace() { return since("/log/stdout", &traceSeen_); }
@@ -66,17 +64,14 @@ class Unit {
     std::filesystem::path root_;
     std::string line_;  // starts the simulator
     FILE* output_ = nullptr;
-    pid_t simulator_ = -1;
-    pid_t daemon_ = -1;
-    size_t callsSeen_ = 0;
-    size_t traceSeen_ = 0;
-    size_t errorsSeen_ = 0;
+    pid_t simulator_ = -1, daemon_ = -1;
+    size_t callsSeen_ = 0, traceSeen_ = 0, errorsSeen_ = 0;
 };
 
-// Takes the source lines out of trace lines: "[mfgp_cmd_getMAC():%] ...".
+// Replaces the source lines of trace lines: "[mfgp_cmd_getMAC():%] ...".
 std::string withoutLines(std::string trace);
 
-// The shell lines that the command runner was given, from a trace.
+// The lines of the command runner in a trace.
 std::vector<std::string> shellLines(const std::string& trace);
 
 // The error line of a code and message as the daemon reports it, up to the errno.

@@ -1,5 +1,5 @@
-// A station's view of the wire, written apart from the client so that neither hides the other's
-// faults: packets are built byte by byte and may be wrong on purpose.
+// A station's view of the wire, independent of the client so that neither hides a fault of the
+// other. Packets are built byte by byte and may be wrong on purpose.
 #pragma once
 
 #include <netinet/in.h>
@@ -23,17 +23,17 @@ struct Request {
     bool spoilDigest = false;
 };
 
-// The datagram of a request: padded, digested and ciphered with the account's key.
+// Returns the datagram of a request: padded, digested and ciphered with the account's key.
 std::string wireOf(const Request& request, const Account& account = {});
 
-// A datagram made from the ciphered side, whose length need not be a multiple of 8.
+// Returns the datagram with this ciphered payload, whose length need not be a multiple of 8.
 std::string wireOfCipherText(uint8_t type, const std::string& cipherText);
 
-// The payload of a type-7 packet: the inner header and the inner payload.
+// Returns the payload of a type-7 packet: the inner header and the inner payload.
 std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId = 0xA55A);
 
 struct Answer {
-    std::string wire;     // the datagram as it came
+    std::string wire;     // the whole datagram
     std::string header;   // 28 bytes
     std::string payload;  // plain, padding included
     uint8_t info() const { return static_cast<uint8_t>(header.at(3)); }
@@ -42,7 +42,7 @@ struct Answer {
     std::string text() const { return payload.c_str(); }
 };
 
-// Checks the reply's digest and deciphers it; a failed check is a test failure.
+// Deciphers a reply. The test fails if the digest or the length is wrong.
 Answer openAnswer(const std::string& wire, const Account& account = {});
 
 inline std::string x(size_t count) { return std::string(count, 'x'); }
@@ -53,24 +53,23 @@ inline std::string groupObject(const std::string& key, const std::string& gid,
     return R"({"gid":")" + gid + R"(","pack":)" + pack + R"(,"key":")" + key + R"("})";
 }
 
-// One station: a UDP socket of its own on the loopback.
+// A station: a UDP socket on the loopback.
 class Station {
   public:
-    // Sends from `from` ("127.0.0.2") and the port when they are given.
     explicit Station(Account account = {}, const char* from = "127.0.0.1", uint16_t fromPort = 0);
     ~Station();
     Station(const Station&) = delete;
     Station& operator=(const Station&) = delete;
 
     void send(const std::string& datagram) const;
-    // The next datagram within the time, or none.
+    // Returns the next datagram, or nothing if none arrives in time.
     std::optional<std::string> receive(int milliseconds = 30000) const;
 
     // Sends the request and opens the reply.
     Answer ask(const Request& request) const;
-    // A special command by sub-type and argument.
+    // Asks with a special command.
     Answer command(uint8_t subType, const std::string& argument = {}) const;
-    // The same through type 7: the reply's payload begins with the inner header.
+    // Asks with an encrypted command. The payload of the reply begins with the inner header.
     Answer encrypted(uint8_t subType, const std::string& argument = {}) const;
 
   private:

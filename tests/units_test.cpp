@@ -1,0 +1,162 @@
+// The parts of the daemon that need no unit: reports, shell, record editor, region table, USB list.
+#include <sys/resource.h>
+
+#include <cctype>
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+
+#include "commands/record_editor.h"
+#include "core/report.h"
+#include "core/service_context.h"
+#include "core/shell.h"
+#include "protocol/region_table.h"
+#include "protocol/usb_list.h"
+#include "tests/support/commands.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(Report, PrintsOneLineWithTheErrnoOfTheMoment) {
+    testing::internal::CaptureStderr();
+    errno = EADDRINUSE;
+    EXPECT_EQ(report(-1, nullptr) + report(-2, "text"), -3);
+    EXPECT_EQ(errno, EADDRINUSE);
+    char error[16];
+    snprintf(error, sizeof error, "%x]\n", EADDRINUSE);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              std::string("[Error][errCode: -1]|[errno: ") + error + errorLine(-2, "text") + error);
+}
+
+TEST(Session, ASecondContext_IsRefused) {
+    const auto createTwo = [] {
+        ServiceContext* ctx = nullptr;
+        const bool isFirst = mfgp_sessionTableCreate() == 0 && mfgp_contextCreate(&ctx) == 0;
+        _exit(isFirst && mfgp_contextCreate(&ctx) == -10206 ? 0 : 1);  // which is not freed
+    };
+    EXPECT_EXIT(createTwo(), testing::ExitedWithCode(0), "too many sessions");
+}
+
+TEST(Shell, AWriteRunsWithoutAnEnvironment_AReadWithIt) {
+    setenv("MFGP_TEST_VARIABLE", "seen", 1);
+    const std::string file = testing::TempDir() + "mfgp-seen";
+    for (const std::string& line : {"echo \"=$MFGP_TEST_VARIABLE=\" >" + file,
+                                    std::string("exit 3"), std::string("kill -9 $$")}) {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(mfgp_execCmd("%s", line.c_str()), 0);
+        const std::string trace = withoutLines(testing::internal::GetCapturedStdout());
+        EXPECT_EQ(trace, "[mfgp_execCmd():%] cmd: " + line + " \r\n");
+    }
+    EXPECT_EQ(readFile(file), "==\n");
+    EXPECT_EQ(mfgp_system("test \"$MFGP_TEST_VARIABLE\" = seen"), 1);
+    EXPECT_EQ(mfgp_system("exit 3") + mfgp_system("kill -9 $$"), 0);
+    EXPECT_EQ(mfgp_execCmd("echo %s", x(1019).c_str()), -1);
+}
+
+TEST(Shell, PlainText_IsTheNamedAlphabet) {
+    const std::string marks = "%+,-./:=@^_";
+    for (int byte = 1; byte < 256; byte++) {
+        const std::string text(1, static_cast<char>(byte));
+        const bool isPlain =
+            (byte < 128 && isalnum(byte) != 0) || marks.find(text) != std::string::npos;
+        EXPECT_EQ(mfgp_isPlainText(("a" + text).c_str()), isPlain) << byte;
+    }
+}
+
+TEST(Shell, Reads_AreBoundedAndTerminated) {
+    char text[9] = "zzzzzzzz";
+    EXPECT_EQ(mfgp_readCommand("printf 12345678901234", text), 8);
+    EXPECT_STREQ(text, "12345678");
+    EXPECT_EQ(mfgp_readCommand("yes", std::span(text).first(5)), 4);  // never ends by itself
+    EXPECT_EQ(mfgp_readCommand("true", text), 0);
+    EXPECT_STREQ(text, "");
+}
+
+class RecordEditor : public testing::Test {
+  protected:
+    RecordEditor() : file(std::string(mkdtemp(folder)) + "/dump") {}
+    ~RecordEditor() override { fs::remove_all(folder); }
+    void put(const std::string& text) const { std::ofstream(file, std::ios::binary) << text; }
+
+    char folder[32] = "/tmp/mfgp-editor-XXXXXX";
+    const std::string file;
+};
+
+TEST_F(RecordEditor, SetsTheRecordAndKeepsEveryOtherByte) {
+    const std::string filler = x(10239), zeros("a\0b\n\0\xFF\n", 7), noZeros = "ab\n\xFF\n";
+    for (const auto& [before, after] :
+         {std::pair<std::string, std::string>{"a:1\noem_id:OLD\nb:2\n", "a:1\noem_id:NEW\nb:2\n"},
+          {"oem_id:1\na:\noem_id:2\n", "oem_id:NEW\na:\noem_id:NEW\n"},
+          {"a:1", "a:1\noem_id:NEW\n"},
+          {"x_oem_id:1\n oem_id:2\noem_id2:\n", "x_oem_id:1\n oem_id:2\noem_id2:\noem_id:NEW\n"},
+          {"a:1\r\noem_id:OLD\r\nb:2\r\n", "a:1\r\noem_id:NEW\nb:2\r\n"},
+          {zeros + "oem_id:1\n" + zeros, noZeros + "oem_id:NEW\n" + noZeros},
+          {filler + "yz\noem_id:1\n", filler + "yz\noem_id:NEW\n"},
+          {filler + "oem_id:1\nb:2\n", filler + "oem_id:NEW\nb:2\n"},  // a piece of a long line
+          {"oem_id:" + x(10232) + filler + "\nb:2\n", "oem_id:NEW\n" + filler + "\nb:2\n"}}) {
+        put(before);
+        EXPECT_EQ(mfgp_editRecord(file.c_str(), "oem_id:", "NEW"), 0);
+        EXPECT_EQ(readFile(file), after);
+    }
+}
+
+TEST_F(RecordEditor, ANewlineOrAShortWrite_LeavesTheFileAlone) {
+    const std::string before = "a:" + x(8192) + "\n";
+    put(before);
+    EXPECT_EQ(mfgp_editRecord(file.c_str(), "oem_id:", "x\nspecial_id:1"), -1);
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limit = {};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small = {4097, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_EQ(mfgp_editRecord(file.c_str(), "oem_id:", "NEW"), -1) << "a short write";
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::error_code gone;  // other tests remove their files meanwhile
+    for (const auto& entry : fs::directory_iterator("/tmp"))
+        EXPECT_NE(entry.file_size(gone), small.rlim_cur) << entry;
+    EXPECT_EQ(readFile(file), before);
+}
+
+TEST(RegionTable, MapsBothWays) {
+    for (const auto& [specialId, region] :
+         {std::pair{"55530000", "US"},
+          {"xx4B520000yy", "KR"},
+          {"4b52", "KR"},
+          {"4", "@"},
+          {"5553000000000000", "UN"}}) {  // contains row 0, but not at its start
+        const RegionLetters letters = mfgp_regionOfSpecialId(specialId);
+        EXPECT_EQ(std::string(letters.data(), 2), padded(region, 2)) << specialId;
+    }
+    EXPECT_STREQ(mfgp_specialIdOfRegion("UN"), "00000000");
+    for (const char* unknown : {"", "XX", "us", "USA", "U"})
+        EXPECT_EQ(mfgp_specialIdOfRegion(unknown), nullptr) << unknown;
+}
+
+TEST(UsbList, ReadsTheKernelsForm) {
+    const auto listOf = [](const std::string& devices, size_t capacity = 1000) {
+        FILE* const file = fmemopen(const_cast<char*>(devices.data()), devices.size(), "r");
+        std::string text(capacity, '#');
+        text.resize(mfgp_listUsbStorage(file, text));
+        fclose(file);
+        return text;
+    };
+    const std::string hub =
+        "D:  Ver= 2.00 Cls=09(hub  )\nP:  Vendor=1d6b ProdID=0002 Rev= 4.04\n"
+        "S:  SerialNumber=ehci\nI:* If#= 0 Alt= 0 #EPs= 1 Cls=09(hub  )\n";
+    const std::string device = "D:  Ver= 3.10 Cls=00(>ifc ) Sub=00\n";
+    const std::string product = "P:  Vendor=0781 ProdID=5567 Rev= 1.26\n";
+    const std::string serial = "S:  SerialNumber=4C53 0001\n";
+    const std::string disk = "I:* If#= 0 Alt= 0 #EPs= 2 Cls=08(stor.) Sub=06 Prot=50\n";
+    const std::string stick = "3.00,0781,5567,4C53;", none = "No USB!";
+    EXPECT_EQ(listOf(hub), none);
+    EXPECT_EQ(listOf(hub + device + product + serial + disk), stick);
+    EXPECT_EQ(listOf(hub + device + product + disk), "3.00,0781,5567,ehci;");
+    EXPECT_EQ(listOf(device + product + disk), none) << "no serial number at all";
+    EXPECT_EQ(listOf(device + "P:  Vendor=0781\n" + serial + disk), none);
+    // An entry that does not fit is dropped whole; the ones before it stay.
+    EXPECT_EQ(listOf(device + product + serial + disk + disk, 40), stick);
+    EXPECT_EQ(listOf(device + product + serial + disk, 20), none);
+}
+
+}  // namespace
