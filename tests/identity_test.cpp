@@ -24,7 +24,7 @@ class Identity : public Commands {};
 
 TEST_F(Identity, AFieldIsAnsweredInItsLength) {
     for (const FieldRead& row : kFieldReads) {
-        const std::string file = std::string("/fw/") + row.key, folded = "/*/* ? b";
+        const std::string file = std::string("/fw/") + row.key;
         const auto fixed = [&](const std::string& text) {
             return padded(text, std::max(text.size(), row.length));
         };
@@ -33,10 +33,14 @@ TEST_F(Identity, AFieldIsAnsweredInItsLength) {
             if (!isBoth && encrypted != (row.subType == 72))
                 continue;
             unit.write("/tmp/fwinfo-cache", "stale");
+            const size_t most = row.length == 0 ? 64 : row.length;
             expectRows(row.subType, {
                 {.argument = x(140), .answer = fixed("value"), .put = {file, "value\n"}},
-                {.answer = fixed(folded), .put = {file, "/*/* ?\nb"}}}, encrypted);
-            EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), row.keepsCache);
+                {.answer = fixed(row.whenEmpty), .put = {file, ""}},
+                {.answer = x(most), .put = {file, x(100)}},
+                {.answer = fixed("/*/* ? b"), .put = {file, "/*/* ?\nb"}}}, encrypted);
+            const bool keeps = row.subType == 10 || row.subType == 56 || row.subType == 57 || row.subType == 68;
+            EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), keeps);
         }
     }
     const std::string special = "/fw/SPECIAL_ID";

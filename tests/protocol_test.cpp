@@ -13,13 +13,11 @@ class Protocol : public testing::Test {
     const Station station = Station({}, "127.0.0.1", 5000), other = Station({}, "127.0.0.2", 5000);
 };
 
-TEST_F(Protocol, AnotherVersionGetsTheShortReplyAndDoesNotBind) {
+TEST_F(Protocol, AnotherVersion_GetsTheShortReplyAndDoesNotBind) {
     const std::string shortReply = std::string("\0\0\0\7", 4) + std::string(8, '\0');
-    for (int version = 0; version < 256; version++) {
-        if (version == 2)
-            continue;
-        other.send(std::string(1, static_cast<char>(version)) + std::string(40, 'x'));
-        EXPECT_EQ(other.receive(), shortReply) << version;
+    for (const char version : {'\0', '\1', '\3', '2', '\xFF'}) {
+        other.send(version + x(40));
+        EXPECT_EQ(other.receive(), shortReply) << int{version};
     }
     EXPECT_EQ(station.ask({.type = 4}).info(), 0);
     for (const char* datagram : {"", "\1"}) {
@@ -28,7 +26,7 @@ TEST_F(Protocol, AnotherVersionGetsTheShortReplyAndDoesNotBind) {
     }
 }
 
-TEST_F(Protocol, ServesOneStationUntilItCancels) {
+TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
     // A damaged request is refused, but binds.
     station.send(wireOf({.subType = 55, .payload = "12345678", .spoilDigest = true}));
     const Answer damaged = openAnswer(station.receive().value_or(""));
@@ -50,37 +48,43 @@ TEST_F(Protocol, ServesOneStationUntilItCancels) {
     EXPECT_EQ(Station({}, "127.0.0.2", 5001).ask({.type = 4}).info(), 8) << "another port";
 }
 
-TEST_F(Protocol, EachPacketTypeIsAnsweredAsAgreed) {
-    const std::string lanIp("lan_ip 192.168.1.123\0\0\0\0", 24);
+// clang-format off
+TEST_F(Protocol, EachPacketType_IsAnswered) {
     const std::string set = "set this", get = "lan_ip of the unit?";
-    for (const auto& [type, payload, code, answer, said] :
-         {std::tuple{uint8_t{1}, set, 2, std::string(), "] setCfg: set this\n"},
-          {uint8_t{2}, get + get, 2, lanIp, "] getCfg: lan_ip of the unit?lan_ip"},
-          {uint8_t{4}, set, 0, set, "] MFGPv2: Recive heartbeat packet\n"},
-          {uint8_t{5}, set, 2, "", "] MFGPv2: Receive sys init packet 0X7F0FF\n"},
-          {uint8_t{8}, get, 2, std::string("No USB!\0", 8),
-           "] MFGPv2: receive TYPE_FTEST_USB\n"}}) {
-        if (type == 8)
-            unit.remove("/proc/bus/usb/devices");
-        const Answer reply = station.ask({.type = type, .subType = 77, .payload = payload});
-        EXPECT_EQ(reply.header.substr(0, 4), header(type, static_cast<uint8_t>(code), 0));
-        EXPECT_EQ(reply.payload, answer);
-        EXPECT_TRUE(type == 5 || type == 8 || reply.header.at(10) == 77);
-        EXPECT_NE(unit.trace().find(said), std::string::npos) << said;
+    const struct {
+        uint8_t type;
+        std::string payload;
+        uint8_t code;
+        std::string answer, trace;
+    } rows[] = {
+        {.type = 1, .payload = set, .code = 2, .trace = "] setCfg: set this\n"},
+        {.type = 2, .payload = get + get, .code = 2, .answer = padded("lan_ip 192.168.1.123", 24),
+         .trace = "] getCfg: lan_ip of the unit?lan_ip"},
+        {.type = 4, .payload = set, .answer = set, .trace = "] MFGPv2: Recive heartbeat packet\n"},
+        {.type = 5, .payload = set, .code = 2, .trace = "Receive sys init packet 0X7F0FF\n"},
+        {.type = 8, .payload = get, .code = 2, .answer = padded("No USB!", 8),
+         .trace = "] MFGPv2: receive TYPE_FTEST_USB\n"}};
+    unit.remove("/proc/bus/usb/devices");
+    for (const auto& row : rows) {
+        const Answer reply = station.ask({.type = row.type, .subType = 77, .payload = row.payload});
+        EXPECT_EQ(reply.header.substr(0, 4), header(row.type, row.code, 0));
+        EXPECT_EQ(reply.payload, row.answer);
+        EXPECT_TRUE(row.type == 5 || row.type == 8 || reply.header.at(10) == 77);
+        EXPECT_NE(unit.trace().find(row.trace), std::string::npos) << row.trace;
     }
     unit.write("/proc/bus/usb/devices",
                "D:  Ver= 3.1\nP: Vendor=a ProdID=b\nS: SerialNumber=c\nI: Cls=08\n");
-    EXPECT_EQ(station.ask({.type = 8, .payload = get}).payload,
-              "3.00,a,b,c;" + std::string(5, '\0'));
+    EXPECT_EQ(station.ask({.type = 8}).payload, padded("3.00,a,b,c;", 16));
     EXPECT_EQ(unit.errors(), "");
-    for (int type = 0; type < 256; type += type == 0 ? 9 : 1) {
-        station.send(wireOf({.type = static_cast<uint8_t>(type)}));
-        EXPECT_EQ(station.receive(), "") << type;
+    for (const uint8_t type : std::initializer_list<uint8_t>{0, 9, 10, 127, 255}) {
+        station.send(wireOf({.type = type}));
+        EXPECT_EQ(station.receive(), "") << int{type};
     }
     EXPECT_NE(unit.trace().find("] MFGPv2: unknow packet type: 255\n"), std::string::npos);
 }
+// clang-format on
 
-TEST_F(Protocol, WhatCannotBeCipheredAgainIsAnsweredByNothing) {
+TEST_F(Protocol, AHeartbeatThatCannotBeEncodedAgain_GetsAnEmptyDatagram) {
     station.send(wireOfCipherText(4, std::string(44964, 'c')));
     EXPECT_EQ(station.receive(), "");
     const std::string errors = unit.errors();

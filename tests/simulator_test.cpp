@@ -1,38 +1,35 @@
-// mfgp-sim as its users have it: profiles, state that is kept, a clean end.
+// mfgp-sim: its profiles, and the state that it keeps.
 #include <gtest/gtest.h>
 
 #include "tests/support/client.h"
 #include "tests/support/unit.h"
 #include "tests/support/wire.h"
 
-using namespace std::literals;
-
 namespace {
 
-TEST(Simulator, ServesAsItsProfileSays) {
+TEST(Simulator, EachProfile_ServesItsModem) {
     const struct {
-        const char* profile;
-        Request request;
-        const char *answer, *call;  // info and text; how the last call begins
-        Account account = {};
+        std::string profile, call;  // the last call of setting the factory test mode
+        std::string password = {};
     } rows[] = {
-        {"production", {3, 116}, "0 11.22.33.44", "atcon -c ATI"},
-        {"service", {3, 59}, "3 ", "", {"admin", "Meadow-7412"}},
-        {"empty-account", {3, 94, "1"}, "0 ", "reload_config"},
-        {"EG18-EA", {3, 114, "1"}, "0 ", "atcon -c AT+QRFTESTMODE=1"},
-        {"RG520N-EU", {3, 114, "1"}, "0 ", "atcon -c AT+QFTMMODE=1"},
-        {"EG060K-EA", {3, 114, "1"}, "0 ", "atcon -c 'AT+QRFTEST="},
-        {"FG621", {3, 114, "1"}, "0 ", "cellcli -c at+sfun=5"},
-        {"no-modem", {3, 116}, "3 ", "uci get mobile.modem.is_fibocom"},
+        {.profile = "production", .call = "atcon -c AT+QFTMMODE=1"},
+        {.profile = "service", .call = "atcon -c AT+QFTMMODE=1", .password = "Meadow-7412"},
+        {.profile = "empty-account", .call = "atcon -c AT+QFTMMODE=1"},
+        {.profile = "EG18-EA", .call = "atcon -c AT+QRFTESTMODE=1"},
+        {.profile = "RG520N-EU", .call = "atcon -c AT+QFTMMODE=1"},
+        {.profile = "EG060K-EA", .call = "atcon -c 'AT+QRFTEST=\"mode\",1'"},
+        {.profile = "FG621", .call = "cellcli -c at+sfun=5"},
+        {.profile = "no-modem", .call = "uci get mobile.modem.module_name -c /etc/profile.d"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.profile);
-        Unit unit({}, std::string("--profile ") + row.profile);
-        const Answer answer = Station(row.account).ask(row.request);
-        EXPECT_EQ(std::to_string(answer.info()) + " " + answer.text(), row.answer);
-        const auto calls = unit.calls();
-        EXPECT_EQ((calls.empty() ? "" : calls.back()).find(row.call), 0U);
-        EXPECT_EQ(unit.read("/account/username").empty(), row.profile == "empty-account"s);
+        Unit unit({}, "--profile " + row.profile);
+        const Account account = row.password.empty() ? Account{} : Account{"admin", row.password};
+        const Station station(account);
+        EXPECT_EQ(station.command(114, "1").info(), row.profile == "no-modem" ? 3 : 0);
+        EXPECT_EQ(unit.calls().back(), row.call);
+        EXPECT_EQ(station.command(59).info(), row.profile == "service" ? 3 : 0);
+        EXPECT_EQ(unit.read("/account/username").empty(), row.profile == "empty-account");
     }
     const std::filesystem::directory_iterator profiles(MFGP_SOURCE_DIR "/simunit/profiles");
     EXPECT_EQ(std::distance(begin(profiles), end(profiles)), std::ssize(rows));
@@ -65,19 +62,6 @@ TEST(Simulator, StateIsKeptUntilItIsReset) {
     EXPECT_EQ(unit.read("/fw/FW_ID").substr(0, 4) + unit.read("/modem/kind"), "7B31FG621\n");
     expect("reset", "--profile service", 0, "");
     EXPECT_EQ(unit.read("/modem/kind") + unit.read("/mine"), "RG520N-EU\nkept");
-}
-
-TEST(Simulator, EndsCleanlyOnASignal) {
-    constexpr char kScript[] =
-        "bash -c 'coproc env --default-signal $0 up --daemon $1 --state $2 --runner \"$4\"; "
-        "p=$COPROC_PID;"
-        " read -r line <&${COPROC[0]}; kill -$3 $p; wait $p; echo $?; ! kill -0 ${line##* } 2>&- ||"
-        " echo left behind' ";
-    Unit unit;
-    unit.stop();
-    const std::string words = MFGP_SIM " " MFGPD " " + unit.path("/").string() + " ";
-    for (const char* name : {"TERM", "INT", "HUP"})
-        EXPECT_EQ(shell(kScript + words + name + " '" MFGP_RUNNER "'").output, "0\n") << name;
 }
 
 }  // namespace

@@ -1,12 +1,11 @@
-// The task loop with its clock, its wait and its handler scripted: this program's functions are
-// linked in place of the daemon's and the C library's, so that half an hour takes no time.
+// The task loop with a scripted clock, wait and handler: this program's functions are linked in
+// place of the daemon's and the C library's, so that half an hour takes no time. Then the process.
 #include "core/task.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/select.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,17 +16,18 @@
 #include "core/produce_mode.h"
 #include "core/receive.h"
 #include "core/service_context.h"
+#include "tests/support/client.h"
 #include "tests/support/unit.h"
 #include "tests/support/wire.h"
 
 namespace {
 
 struct Turn {
-    bool produceMode;
-    int ready;               // what select answers: 1, 0 (time-out) or -1
-    uint32_t secondsWaited;  // the clock goes on by this in the wait
-    long expectedWait;
-    int expectedBound;  // seen by the handler
+    bool isProduceMode;
+    int ready;         // the result of select: 1, 0 (timeout) or -1
+    uint32_t seconds;  // the clock advances by this in the wait
+    long wait;         // expected
+    int bound;         // expected in the handler
 };
 
 std::vector<Turn> script;
@@ -40,10 +40,10 @@ uint32_t flagsSeen;
 
 uint32_t mfgp_clock() { return now; }
 
-bool mfgp_isProduceMode() { return script.at(turn).produceMode; }
+bool mfgp_isProduceMode() { return script.at(turn).isProduceMode; }
 
 int mfgp_parserHandler(ServiceContext* ctx) {
-    EXPECT_EQ(ctx->peerBound, script.at(turn - 1).expectedBound) << "turn " << turn - 1;
+    EXPECT_EQ(ctx->peerBound, script.at(turn - 1).bound) << "turn " << turn - 1;
     ctx->peerBound = 1;
     ctx->lastBeat = now;
     flagsSeen = ctx->flags;
@@ -53,8 +53,8 @@ int mfgp_parserHandler(ServiceContext* ctx) {
 
 extern "C" int select(int, fd_set* readable, fd_set*, fd_set*, timeval* wait) {
     const Turn& current = script.at(turn++);
-    EXPECT_EQ(wait->tv_sec, current.expectedWait) << "turn " << turn - 1;
-    now += current.secondsWaited;
+    EXPECT_EQ(wait->tv_sec, current.wait) << "turn " << turn - 1;
+    now += current.seconds;
     if (current.ready == 0)
         FD_ZERO(readable);
     errno = EINTR;
@@ -78,106 +78,97 @@ std::string runTask() {
     return testing::internal::GetCapturedStderr();
 }
 
-TEST(Task, WaitsByModeAndForgetsASilentStation) {
+// clang-format off
+TEST(Task, WaitsByModeAndReleasesASilentStation) {
     script = {
-        {false, 1, 599, 600, 0},   // the first datagram
-        {true, 1, 60, 1800, 1},    // 60 seconds of silence keep the binding
-        {true, -1, 10, 1800, 1},   // an interrupted wait is waited again
-        {false, 1, 51, 600, 0},    // 61 in all do not
-        {true, 1, 1799, 1800, 0},  //
-        {false, 0, 600, 600, 0},   // the first wait that runs out ends it
+        {.isProduceMode = false, .ready = 1, .seconds = 599, .wait = 600},
+        // 60 seconds of silence keep the binding, 61 do not. An interrupted wait is repeated.
+        {.isProduceMode = true, .ready = 1, .seconds = 60, .wait = 1800, .bound = 1},
+        {.isProduceMode = true, .ready = -1, .seconds = 10, .wait = 1800, .bound = 1},
+        {.isProduceMode = false, .ready = 1, .seconds = 51, .wait = 600},
+        {.isProduceMode = true, .ready = 1, .seconds = 1799, .wait = 1800},
+        // The first timeout ends the loop.
+        {.isProduceMode = false, .ready = 0, .seconds = 600, .wait = 600},
     };
     EXPECT_EQ(runTask(), "");
     EXPECT_EQ(turn, script.size());
     EXPECT_EQ(handled, 4);
     EXPECT_EQ(flagsSeen, 0x7F0FEU);
 }
+// clang-format on
 
-TEST(Task, OutlivesTheReaderOfItsLog) {
-    FILE* const log = popen("echo $$; exec " MFGP_RUNNER " " MFGPD, "r");
+TEST(Task, WithATakenPort_EndsAtOnce) {
+    const Station holder({}, "127.0.0.1", 1040);
+    script = {};
+    EXPECT_TRUE(runTask().starts_with(errorLine(-10103, "failed to bind socket")));
+}
+
+// Starts the daemon through a shell line, waits until it is bound and returns its process.
+std::string startDaemon(const std::string& line, FILE** output) {
+    *output = popen(("echo $$; exec " + line + MFGP_RUNNER " " MFGPD).c_str(), "r");
     pid_t daemon = 0;
-    ASSERT_EQ(fscanf(log, "%d", &daemon), 1);
-    close(fileno(log));
+    EXPECT_EQ(fscanf(*output, "%d", &daemon), 1);
     while (kill(daemon, 0) == 0 && readFile("/proc/net/udp").find(":0410 ") == std::string::npos)
         usleep(1000);
+    return std::to_string(daemon);
+}
+
+// Returns true if the process ignores the signal, as then would its children.
+bool isIgnored(const std::string& process, int signal) {
+    const std::string status = readFile("/proc/" + process + "/status");
+    const std::string ignored = status.substr(status.find("SigIgn:") + 8);
+    return (std::stoull(ignored, nullptr, 16) >> (signal - 1) & 1) != 0;
+}
+
+TEST(Process, WithoutAReaderOfItsLog_Serves) {
+    FILE* log = nullptr;
+    const std::string process = startDaemon("", &log);
+    close(fileno(log));
     const Station station;
     station.send("\1");
     EXPECT_TRUE(station.receive());
-    // What is ignored would be ignored in every tool too.
-    const std::string status = readFile("/proc/" + std::to_string(daemon) + "/status");
-    const std::string ignored = status.substr(status.find("SigIgn:") + 8);
-    EXPECT_EQ(std::stoull(ignored, nullptr, 16) >> (SIGPIPE - 1) & 1, 0U);
-    kill(daemon, SIGTERM);
+    EXPECT_FALSE(isIgnored(process, SIGPIPE));
+    kill(std::stoi(process), SIGTERM);
     pclose(log);
 }
 
-struct Finished {
-    std::string output;  // standard output and error
-    int status;
-};
-
-Finished runLine(const std::string& line) {
-    FILE* const pipe = popen(("exec 2>&1; " + line).c_str(), "r");
-    Finished finished = {};
-    for (int byte = 0; (byte = fgetc(pipe)) != EOF;)
-        finished.output += static_cast<char>(byte);
-    finished.status = WEXITSTATUS(pclose(pipe));
-    return finished;
+TEST(Process, WithClosedStandardStreamsAndIgnoredChildren_Serves) {
+    FILE* log = nullptr;
+    const std::string process =
+        startDaemon("env --ignore-signal=CHLD sh -c 'exec \"$@\" <&- >&- 2>&-' sh ", &log);
+    for (const char* fd : {"/fd/0", "/fd/1", "/fd/2"})
+        EXPECT_EQ(std::filesystem::read_symlink("/proc/" + process + fd), "/dev/null");
+    EXPECT_FALSE(isIgnored(process, SIGCHLD));
+    kill(std::stoi(process), SIGTERM);
+    pclose(log);
 }
 
-TEST(Task, TakesNoArgumentsExceptVersion) {
+TEST(Process, TakesNoArgumentExceptVersion) {
     const std::string run = MFGP_RUNNER " " MFGPD;
-    const Finished version = runLine(run + " --version");
+    const ShellResult version = shell(run + " --version");
     EXPECT_EQ(version.output.substr(0, 6), "mfgpd ");
-    EXPECT_EQ(version.status, 0);
-    for (const char* arguments : {" -h", " --help", " --version x", " ''"}) {
-        const Finished refused = runLine(run + arguments);
+    EXPECT_EQ(version.exitCode, 0);
+    for (const char* arguments : {" --help", " --version x", " ''"}) {
+        const ShellResult refused = shell(run + arguments);
         EXPECT_EQ(refused.output, "mfgpd takes no arguments; see mfgpd(8)\n");
-        EXPECT_EQ(refused.status, 2);
+        EXPECT_EQ(refused.exitCode, 2);
     }
 }
 
-TEST(Task, WithTooManyInheritedDescriptors_EndsCleanly) {
+TEST(Process, WithTooManyInheritedDescriptors_EndsCleanly) {
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-    int last = 0;  // The descriptors close when the test's process ends.
+    int last = 0;  // these descriptors close when the test's process ends
     while (last >= 0 && last <= FD_SETSIZE)
         last = open("/dev/null", O_RDONLY);
     ASSERT_GT(last, FD_SETSIZE);
-    const Finished ended = runLine(MFGP_RUNNER " " MFGPD);
+    const ShellResult ended = shell(MFGP_RUNNER " " MFGPD);
     EXPECT_NE(ended.output.find(errorLine(-10101, "mfgp_udpSocketCreate failed")),
               std::string::npos)
         << ended.output;
-    EXPECT_EQ(ended.status, 0);
-}
-
-TEST(Task, WithClosedStandardStreamsAndIgnoredChildren_Serves) {
-    const pid_t daemon = fork();
-    if (daemon == 0) {
-        signal(SIGCHLD, SIG_IGN);
-        for (int fd = 0; fd < 3; fd++)
-            close(fd);
-        execl("/bin/sh", "sh", "-c", "exec " MFGP_RUNNER " " MFGPD, nullptr);
-        _exit(127);
-    }
-    while (readFile("/proc/net/udp").find(":0410 ") == std::string::npos)
-        usleep(1000);
-    const std::string process = "/proc/" + std::to_string(daemon);
-    for (const char* fd : {"/fd/0", "/fd/1", "/fd/2"})
-        EXPECT_EQ(std::filesystem::read_symlink(process + fd), "/dev/null");
-    const std::string status = readFile(process + "/status");
-    const std::string ignored = status.substr(status.find("SigIgn:") + 8);
-    EXPECT_EQ(std::stoull(ignored, nullptr, 16) >> (SIGCHLD - 1) & 1, 0U);
-    kill(daemon, SIGTERM);
-    waitpid(daemon, nullptr, 0);
-}
-
-TEST(Task, EndsAtOnceWhenThePortIsTaken) {
-    const Station holder({}, "127.0.0.1", 1040);
-    script = {};
-    EXPECT_TRUE(runTask().starts_with(errorLine(-10103, "failed to bind socket")));
+    EXPECT_EQ(ended.exitCode, 0);
 }
 
 }  // namespace

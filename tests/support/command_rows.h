@@ -7,28 +7,18 @@
 
 #include "tests/support/wire.h"
 
-// The faults of a system, as a set of bits.
+// Faults of the system, as a set of bits.
 enum SystemFault : unsigned { kNoPipe = 1, kNoFork = 2, kFullTmp = 4, kReadOnlyTmp = 8 };
 constexpr unsigned kReads = kNoPipe | kNoFork;                   // those that stop a tool's answer
 constexpr unsigned kStores = kNoFork | kFullTmp | kReadOnlyTmp;  // those that stop a write to flash
 constexpr unsigned kEdits = kReads | kStores;
-
-inline const std::string kFailed = "(fails)";  // info 3, no payload, the command's error line
-inline const std::string kWorks = "(works)";   // the answer is the one without the fault
-
-struct ToolFault {
-    std::string name;
-    std::string without = {};  // the answer if the tool is missing, fails, is silent or is killed
-    std::string noisy = {};    // the answer if it prints a mebibyte of x before it does its work
-    std::string modem = "RG520N-EU";
-};
 
 struct CommandRow {
     uint8_t subType;
     std::string argument = {};
     std::string error;  // code and message
     unsigned failsUnder = kReads;
-    std::vector<ToolFault> tools = {};
+    std::vector<std::string> needs = {};  // fails unless these tools do their work
     std::string changes = {};  // the partition that the command writes, once unless it is the reset
 };
 
@@ -38,122 +28,93 @@ struct FieldRead {
     const char* key;
     size_t length = 0;  // of the answer, which is padded with zero bytes
     const char* error;
-    const char* without = "";  // the answer when the field is empty
-    bool keepsCache = false;   // does not remove /tmp/fwinfo-*
+    const char* whenEmpty = "";
 };
 
 // clang-format off
 inline const std::vector<FieldRead> kFieldReads = {
     {.subType = 10, .key = "PRODUCT_ID", .length = 16, .error = "-10330 get Product ID failed",
-     .without = "00000000", .keepsCache = true},
+     .whenEmpty = "00000000"},
     {.subType = 53, .key = "DEV_ID", .length = 64, .error = "-10316 get device ID failed"},
     {.subType = 55, .key = "MAC", .length = 17, .error = "-10320 get mac failed"},
-    {.subType = 56, .key = "FW_ID", .length = 64, .error = "-10321 get fw ID failed",
-     .keepsCache = true},
-    {.subType = 57, .key = "HW_ID", .length = 64, .error = "-10322 get fw ID failed",
-     .keepsCache = true},
+    {.subType = 56, .key = "FW_ID", .length = 64, .error = "-10321 get fw ID failed"},
+    {.subType = 57, .key = "HW_ID", .length = 64, .error = "-10322 get fw ID failed"},
     {.subType = 59, .key = "OEM_ID", .length = 64, .error = "-10324 get OEM ID failed"},
     {.subType = 66, .key = "COUNTRY", .length = 64, .error = "-10328 get Country Code failed",
-     .without = "UN"},
-    {.subType = 68, .key = "SSID", .error = "-10331 get SSID failed", .keepsCache = true},
+     .whenEmpty = "UN"},
+    {.subType = 68, .key = "SSID", .error = "-10331 get SSID failed"},
     {.subType = 70, .key = "HARDVERSION", .error = "-10333 get hw version failed"},
     {.subType = 71, .key = "SOFTVERSION", .error = "-10332 get fw version failed"},
     {.subType = 72, .key = "MODEL", .error = "-10339 get model name failed"},
 };
-// clang-format on
 
-// Returns the rows of all commands.
 inline std::vector<CommandRow> allCommands() {
-    const std::string kNines(15, '9'), kImei = "860000000000017", kInfo = "product-info";
-    const std::string kGroup = groupObject(std::string(304, 'k'), std::string(36, 'g'));
-    // clang-format off
+    const std::string kInfo = "product-info", kCalibration = "-10309 start calibration data failed";
     std::vector<CommandRow> rows = {
-        {.subType = 58, .error = "-10323 get hw desc failed",
-         .tools = {{"fwinfo", "", x(31) + " " + x(31)}}},
-        {.subType = 64, .error = "-10326 get special ID failed", .tools = {{"fwinfo", "UN"}}},
-        {.subType = 78, .error = "-10337 get Groupinfo failed",
-         .tools = {{"fwinfo", R"({ "key": "", "gid": "", "pack": 0 })", kFailed}}},
-        {.subType = 91, .error = "-10351 get imei failed",
-         .tools = {{"fwinfo", kNines, kNines}, {"uci", kFailed, kImei}, {"atcon", kNines, kImei},
-                   {"cellcli", kNines, kNines, "FG621"}}},
-        {.subType = 135, .error = "-10335 get config for check failed",
-         .tools = {{"fwinfo", "", x(63)}}},
+        {.subType = 58, .error = "-10323 get hw desc failed"},
+        {.subType = 64, .error = "-10326 get special ID failed"},
+        {.subType = 78, .error = "-10337 get Groupinfo failed"},
+        {.subType = 91, .error = "-10351 get imei failed", .needs = {"uci"}},
+        {.subType = 135, .error = "-10335 get config for check failed"},
         {.subType = 104, .argument = R"({"gear":"2","time":3})",
-         .error = "-10300 Set Fan Control Error", .tools = {{"fwinfo"}, {"main_fanctrl"}}},
-        {.subType = 106, .error = "-10344 get card state failed", .tools = {{"uci", "", x(3)}}},
-        {.subType = 107, .error = "-10345 get card conn failed", .tools = {{"uci", "", x(3)}}},
-        {.subType = 108, .error = "-10346 get card siglvl failed", .tools = {{"uci", "", x(8)}}},
-        {.subType = 109, .error = "-10347 get card reg state failed", .tools = {{"uci", "", x(8)}}},
-        {.subType = 110, .error = "-10348 get sim imei failed", .tools = {{"atcon", "", kImei}}},
+         .error = "-10300 Set Fan Control Error"},
+        {.subType = 106, .error = "-10344 get card state failed"},
+        {.subType = 107, .error = "-10345 get card conn failed"},
+        {.subType = 108, .error = "-10346 get card siglvl failed"},
+        {.subType = 109, .error = "-10347 get card reg state failed"},
+        {.subType = 110, .error = "-10348 get sim imei failed"},
         {.subType = 112, .argument = "1-3-0-60-1-19850", .error = "-10352 set antenna failed",
-         .tools = {{"uci", kFailed, kFailed}}},
+         .needs = {"uci", "atcon"}},
         {.subType = 114, .argument = "1", .error = "-10354 set antenna FTM failed",
-         .tools = {{"uci", kFailed, kFailed}, {"atcon"}}},
-        {.subType = 115, .error = "-10355 get antenna FTM failed",
-         .tools = {{"uci", kFailed, kFailed}, {"atcon", kFailed, "0\n"}}},
-        {.subType = 116, .error = "-10356 get lte soft version failed",
-         .tools = {{"uci", kFailed, kFailed}, {"atcon", kFailed, "11.22.33.44"},
-                   {"cellcli", kFailed, "11.22.33.44", "FG621"}}},
+         .needs = {"uci"}},
+        {.subType = 115, .error = "-10355 get antenna FTM failed", .needs = {"uci", "atcon"}},
+        {.subType = 116, .error = "-10356 get lte soft version failed", .needs = {"uci", "atcon"}},
         {.subType = 131, .argument = R"({"band":0,"nss":2})",
-         .error = "-10357 get wifi rssi error",
-         .tools = {{"uci", "-128", "-128"}, {"wifistats", "-128", "6"}}},
+         .error = "-10357 get wifi rssi error"},
         {.subType = 93, .error = "-10342 QLog failed to stop!", .failsUnder = 0},  // no logger runs
-        {.subType = 92, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork,
-         .tools = {{"QLog"}}},
+        {.subType = 92, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork},
         {.subType = 94, .argument = "1", .error = "-10343 ExtAntenna failed to change!",
-         .tools = {{"reload_config", kFailed}, {"uci"}}},
-        {.subType = 50, .argument = "WIFI", .error = "-10331 get SSID failed",
-         .tools = {{"/sbin/is_cal", kFailed, kFailed}}},
-        {.subType = 86, .error = "-10331 get SSID failed",
-         .tools = {{"/sbin/is_cal", kFailed, kFailed}}},
+         .needs = {"reload_config"}},
+        {.subType = 50, .argument = "WIFI", .error = "-10331 get SSID failed", .needs = {"is_cal"}},
+        {.subType = 86, .error = "-10331 get SSID failed", .needs = {"is_cal"}},
         {.subType = 69, .error = "-10334 get enable flags failed", .failsUnder = 0},
         {.subType = 87, .error = "-10340 get bluetooth enable failed", .failsUnder = 0},
-        {.subType = 18, .error = "-10309 start calibration data failed", .failsUnder = kNoFork,
-         .tools = {{"/sbin/wifi"}, {"/etc/init.d/qcmbr"}}},
-        {.subType = 18, .argument = "Btdiag", .error = "-10309 start calibration data failed",
-         .failsUnder = kNoFork, .tools = {{"/etc/init.d/bluetopia"}}},
-        {.subType = 18, .argument = "coext", .error = "-10309 start calibration data failed",
-         .failsUnder = kNoFork, .tools = {{"coext"}}},
+        {.subType = 18, .error = kCalibration, .failsUnder = kNoFork},
+        {.subType = 18, .argument = "Btdiag", .error = kCalibration, .failsUnder = kNoFork},
+        {.subType = 18, .argument = "coext", .error = kCalibration, .failsUnder = kNoFork},
         {.subType = 89, .argument = R"({"gear":255})",
-         .error = "-10300 recheck all gears fanspeed failed!", .failsUnder = kNoFork,
-         .tools = {{"/etc/init.d/fan_control"}}},
+         .error = "-10300 recheck all gears fanspeed failed!", .failsUnder = kNoFork},
         {.subType = 128, .argument = R"({"band":"0","antmode":1})",
          .error = "-10300 Set Smart Antenna Error", .failsUnder = kNoFork},
-        {.subType = 80, .error = "-10349 enable test mode failed", .failsUnder = kNoFork,
-         .tools = {{"mfgp_hook_enable_testmode"}}},
+        {.subType = 80, .error = "-10349 enable test mode failed", .failsUnder = kNoFork},
         {.subType = 79, .argument = "3", .error = "-10338 generate Groupinfo failed",
-         .failsUnder = kEdits, .tools = {{"/bin/generate_group", kFailed, kWorks}}},
+         .failsUnder = kEdits, .needs = {"generate_group"}},
         {.subType = 17, .error = "-10308 erase calibration data failed", .failsUnder = 0,
-         .tools = {{"mfgp_hook_erase_radio"}}, .changes = "radio"},
+         .changes = "radio"},
         {.subType = 54, .argument = "ID", .error = "-10315 set device ID failed",
-         .failsUnder = kStores, .tools = {{"flashkv"}}, .changes = "device-id"},
+         .failsUnder = kStores, .changes = "device-id"},
         {.subType = 76, .argument = "00000000", .error = "-1 get product id failed",
-         .failsUnder = kStores, .tools = {{"flashkv"}}, .changes = "pin"},
+         .failsUnder = kStores, .changes = "pin"},
         {.subType = 75, .argument = "\x02\x1A\x2B\x13\x7B\x0F", .error = "-10303 set mac failed",
-         .failsUnder = kEdits, .tools = {{"flashkv"}, {"mfgp_hook_setmac"}, {"/lib/essid/essid.sh"}},
-         .changes = "default-mac"},
+         .failsUnder = kEdits, .changes = "default-mac"},
         {.subType = 90, .argument = "123456789012345", .error = "-10350 set imei failed",
-         .failsUnder = kEdits, .tools = {{"flashkv"}, {"atcon"}, {"uci", kFailed}},
-         .changes = "default-imei"},
+         .failsUnder = kEdits, .needs = {"uci"}, .changes = "default-imei"},
         {.subType = 60, .argument = "OEM", .error = "-10325 set OEM ID failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
+         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
         {.subType = 65, .argument = "NZ", .error = "-10327 set Special ID failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
+         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
         {.subType = 67, .argument = "DE", .error = "-10329 set Country Code failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
+         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
         {.subType = 82, .argument = "M60", .error = "-10327 set model name failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}}, .changes = kInfo},
-        {.subType = 77, .argument = kGroup, .error = "-10336 set group failed",
-         .failsUnder = kEdits, .tools = {{"flashkv", kFailed}, {"/bin/check_group", kFailed}},
-         .changes = kInfo},
+         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
+        {.subType = 77, .argument = groupObject(std::string(304, 'k'), std::string(36, 'g')),
+         .error = "-10336 set group failed",
+         .failsUnder = kEdits, .needs = {"flashkv", "check_group"}, .changes = kInfo},
         {.subType = 73, .error = "-10300 soft reset fail", .failsUnder = kReads | kReadOnlyTmp,
-         .tools = {{"flashkv", kFailed}}, .changes = "user-config"},
+         .needs = {"flashkv"}, .changes = "user-config"},
     };
-    // clang-format on
     for (const FieldRead& field : kFieldReads)
-        rows.push_back(
-            {.subType = field.subType,
-             .error = field.error,
-             .tools = {{"fwinfo", field.without, x(field.length == 0 ? 64 : field.length)}}});
+        rows.push_back({.subType = field.subType, .error = field.error});
     return rows;
 }
+// clang-format on
