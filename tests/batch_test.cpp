@@ -119,21 +119,17 @@ TEST(Batch, ASignal_EndsItWithTheOutcomeOfTheCommand) {
 TEST(Batch, OnATerminal_AnEraseIsConfirmed) {
     Unit unit;
     const std::string erase = " | script -qec \"$station erase radio\" /dev/null";
-    EXPECT_NE(shell("echo n" + erase).output.find("not confirmed"), std::string::npos);
-    EXPECT_NE(shell("echo y" + erase).output.find("OK"), std::string::npos);
+    expectShell("echo n" + erase, 2, "not confirmed");
+    expectShell("echo y" + erase, 0, "OK");
     EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
 }
 
 TEST(Batch, ASecondCallFromOnePort_WaitsOrFails) {
     Unit unit;
-    const ShellResult result = shell(
-        "sleep 1 | $station run - & sleep 0.3; $station --timeout 0.1 get mac; echo $?; "
-        "$station --local-port 0 --release get mac; $station --timeout 5 get mac; wait");
-    EXPECT_NE(result.output.find("another mfgp-station talks to 127.0.0.1:1040 from port 1041"),
-              std::string::npos)
-        << result.output;
-    EXPECT_NE(result.output.find("\n7\n"), std::string::npos) << result.output;
-    EXPECT_TRUE(result.output.ends_with("\n02-1A-2B-13-7B-00\n")) << result.output;
+    const std::string busy = "sleep 1 | $station run - & sleep 0.3; ";
+    expectShell(busy + "$station --timeout 5 get mac", 0, "02-1A-2B-13-7B-00\n");
+    expectShell(busy + "$station --timeout 0.1 get mac", 7,
+                "another mfgp-station talks to 127.0.0.1:1040 from port 1041");
 }
 
 // Returns the path of a script that runs the station.
@@ -147,32 +143,21 @@ std::string program(const Unit& unit) {
 TEST(Batch, Examples_Run) {
     Unit unit;
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
-    const ShellResult line = shell(examples + "$station -y run production-line.txt");
-    EXPECT_EQ(line.exitCode, 0) << line.output;
-    EXPECT_TRUE(std::regex_search(line.output, std::regex("get antenna-level +-61 dBm\n")));
-    const std::string check =
-        examples + "MFGP_STATION=" + program(unit) + " ./check-limits --host 127.0.0.1";
-    const ShellResult passed = shell(check);
-    EXPECT_EQ(passed.exitCode, 0) << passed.output;
+    const std::string check = "MFGP_STATION=" + program(unit) + " ./check-limits --host 127.0.0.1";
+    expectShell(examples + "$station -y run production-line.txt", 0, " -61 dBm\n");
+    expectShell(examples + check, 0, "");
     unit.write("/fans/speeds", "3 3600 900\n");
-    const ShellResult failed = shell(check);
-    EXPECT_EQ(failed.exitCode, 1) << failed.output;
-    EXPECT_NE(failed.output.find("FAIL  all fans between"), std::string::npos) << failed.output;
-    EXPECT_EQ(count(failed.output, "FAIL"), 2U) << failed.output;
-    const ShellResult noAccount = shell(check + " --user wrong");
-    EXPECT_EQ(noAccount.exitCode, 5) << noAccount.output;
-    const ShellResult noUnit = shell(check + " --port 9 --timeout 0.1 --retries 0");
-    EXPECT_EQ(noUnit.exitCode, 3) << noUnit.output;
-    EXPECT_NE(noUnit.output.find("no verdict: get mac: no reply"), std::string::npos);
-    EXPECT_EQ(
-        shell("MFGP_STATION=/no/such/program " MFGP_SOURCE_DIR "/examples/check-limits").exitCode,
-        127);
+    expectShell(examples + check, 1, "FAIL  all fans between");
+    expectShell(examples + check + " --user wrong", 5, "");
+    expectShell(examples + check + " --port 9 --timeout 0.1 --retries 0", 3,
+                "no verdict: get mac: no reply");
+    expectShell(examples + "MFGP_STATION=/no/such/program ./check-limits", 127, "");
 }
 
 TEST(Batch, ManualAndCompletionAreInStep) {
     const Unit unit;
     const std::string station = program(unit);
-    const std::string page = shell("cat " MFGP_SOURCE_DIR "/docs/man/mfgp-station.1").output;
+    const std::string page = readFile(MFGP_SOURCE_DIR "/docs/man/mfgp-station.1");
     for (const std::string table : {"commands", "options", "exit-codes"}) {
         const ShellResult rows =
             shell(MFGP_SOURCE_DIR "/scripts/manual --print " + table + " " + station);

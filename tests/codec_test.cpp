@@ -77,14 +77,6 @@ TEST_F(Codec, APacketThatFitsAndIsWhole_IsDecoded) {
         ASSERT_EQ(decode((wire + "after the packet").substr(0, kMaxDatagram)), 0) << length;
         EXPECT_EQ(text, reinterpret_cast<char*>(mfgp_payload(ctx->recvBuf)));
     }
-    const std::string good = wireOf({.type = 3, .subType = 55, .payload = "argument"});
-    testing::internal::CaptureStderr();
-    for (size_t byte = 0; byte < good.size(); byte++) {
-        std::string bad = good;
-        bad[byte] = static_cast<char>(bad[byte] ^ 0x10);
-        EXPECT_EQ(decode(bad), -10306) << "byte " << byte;
-    }
-    testing::internal::GetCapturedStderr();
     for (const uint32_t length : {44965U, 45000U, 0x80000000U, 0xFFFFFFFFU}) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(decode(wireOf({.type = 4, .length = length})), -10306) << length;

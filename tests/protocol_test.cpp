@@ -72,9 +72,16 @@ TEST_F(Protocol, EachPacketType_IsAnswered) {
         EXPECT_TRUE(row.type == 5 || row.type == 8 || reply.header.at(10) == 77);
         EXPECT_NE(unit.trace().find(row.trace), std::string::npos) << row.trace;
     }
-    unit.write("/proc/bus/usb/devices",
-               "D:  Ver= 3.1\nP: Vendor=a ProdID=b\nS: SerialNumber=c\nI: Cls=08\n");
-    EXPECT_EQ(station.ask({.type = 8}).payload, padded("3.00,a,b,c;", 16));
+    // A hub is not listed. Its serial number stays until a device has one.
+    const std::string hub = "D:  Ver= 2.00\nP: Vendor=a ProdID=b\nS: SerialNumber=c\nI: Cls=09\n";
+    const std::string disk = "D:  Ver= 3.10 Cls=00\nP: Vendor=d ProdID=e\nI: Cls=08\n";
+    const std::string serial = "S: SerialNumber=f g\n", none = padded("No USB!", 8);
+    for (const auto& [devices, answer] :
+         {std::pair{hub, none}, {disk, none}, {hub + disk, padded("3.00,d,e,c;", 16)},
+          {hub + serial + disk + disk, padded("3.00,d,e,f;3.00,d,e,f;", 24)}}) {
+        unit.write("/proc/bus/usb/devices", devices);
+        EXPECT_EQ(station.ask({.type = 8}).payload, answer);
+    }
     EXPECT_EQ(unit.errors(), "");
     for (const uint8_t type : std::initializer_list<uint8_t>{0, 9, 10, 127, 255}) {
         station.send(wireOf({.type = type}));

@@ -17,10 +17,8 @@ TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
         {"config set 'a text'", 0, "OK\n"},
         {"raw 3 55", 0, "text: 02-1A-2B-13-7B-00"},
         {"raw 7 9 00ff", 6, "the unit does not know the sub-type (info 5)"},
-        {"raw 9 0", 6, "the unit does not know packet type 9"},
         {"sheet", 0, "02-1A-2B-13-7B-00\n"},
         {"--output-file " + old + " set mac zz; cat " + old, 0, "021A2B137B00\nold"},
-        {"--output-file " + old + " run none; cat " + old, 0, "No such file or directory\nold"},
         {"--output-file " + old + " get mac; cat " + old, 0, "02-1A-2B-13-7B-00\n"},
         {"get mac >&-", 7, "cannot write the results"},
         {"run - <&-", 7, "Bad file descriptor"},
@@ -30,20 +28,16 @@ TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
     expectRows({
         {"get oem-id", 1, "(info 3). Cause: the unit is not in produce mode\n"},
         {"sheet", 0, "not readable: the unit is not in produce mode\n"},
-        {"sheet", 0, "produce mode "},
         {"--retries 0 get oem-id", 1, "Possible causes: the unit is not in produce mode; the"},
         {"-v get oem-id", 1, "asking `get product-id` to learn"},
         {"--user wrong sheet", 5,
          "produce mode                           ! cannot decrypt the reply"},
         {"--user wrong qlog stop", 5,
          "account is right, the datagram was damaged; try again. `qlog stop` was not sent"},
-        {"--user wrong get mac", 5, "(user 'wrong' was used)"},
-        {"--user wrong raw 3 55", 5, "was sent once, and the unit may have"},
         {"--user wrong raw 1 0 00", 5, "wrong user name or password"},
         {"--local-port 1042 get mac", 4, "bound to another station"},
         {"cancel", 0, "OK\n"},
         {"--local-port 1042 --release get mac", 0, "02-1A-2B-13-7B-00\n"},
-        {"--local-port 1043 --release sheet", 0, "02-1A-2B-13-7B-00\n"},
         {"get mac", 0, "02-1A-2B-13-7B-00\n"},
     });
 }
@@ -65,8 +59,6 @@ TEST(StationClient, WritesAndTestsAUnit) {
         {"erase radio", 2, "needs --yes"},
         {"erase radio --yes", 0, "OK\n"},
         {"calibrate bluetooth", 0, "OK\n"},
-        {"calibrate zigbee", 0, "OK\n"},
-        {"calibrate zigbee-host", 0, "OK\n"},
         {"calibrate coexistence", 0, "OK\n"},
         {"--time 0x1E fan set --gear=1 --gear 3", 0, "OK\n"},
         {"smart-antenna --band 1 --mode 2", 0, "OK\n"},
@@ -75,9 +67,8 @@ TEST(StationClient, WritesAndTestsAUnit) {
         {"reset --yes", 0, "OK\n"},
     });
     const std::vector<std::string> lines = shellLines(unit.trace());
-    for (const char* line :
-         {"/etc/init.d/zigbeeMfg start", "/etc/init.d/bluetopia start", "Z3GatewayHost_591 &",
-          "coext &", "ubus send \"fan_control\" '{\"gear\":3, \"time\":30}'"})
+    for (const char* line : {"/etc/init.d/bluetopia start", "coext &",
+                             "ubus send \"fan_control\" '{\"gear\":3, \"time\":30}'"})
         EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << line;
 }
 
@@ -86,13 +77,10 @@ TEST(StationClient, WrongWords_AreNamed) {
         {"", 2, "no command"},
         {"config", 2, "unknown command 'config'; there are config get, config set (see"},
         {"fan speeds", 2, "takes GEAR"},
-        {"calibrate wifi 2", 2, "takes no arguments, but got '2'"},
         {"fan set --gear 2", 2, "needs --time"},
         {"fan set --gear 256 --time 1", 2, "--gear '256' is not a number from 0 to 255"},
         {"get mac --nss 1", 2, "does not take --nss"},
-        {"set pin 12345678 --expect OK", 2, "set pin: does not take --expect"},
         {"--timeout 0 get mac", 2, "--timeout: '0' is not a time in seconds from 0.01"},
-        {"--port 0 get mac", 2, "is not a number from 1 to 65535"},
         {"get mac --timeout", 2, "--timeout needs an argument"},
         {"set mac FFFFFFFFFFFF", 2, "`raw 3 75 FFFFFFFFFFFF` writes it anyway"},
         {"set imei 12345678901234x", 2, "digits; `raw 3 90 313233343536373839303132333478` sends"},
@@ -107,7 +95,6 @@ TEST(StationClient, WrongWords_AreNamed) {
         {"set ftm 0x1", 2, "VALUE '0x1' is not a whole number"},
         {"antenna-test FG621", 2, "t0 is missing: FG621 takes t0= t1= separator="},
         {"antenna-test EG18-EA t0=1 t3=.", 2, "t3 '.' is not a decimal number"},
-        {"antenna-test EG18-EA t9=1", 2, "'t9=1' is not a field: EG18-EA takes t0="},
         {"set external-antenna 10", 2, "CHARACTER '10' is not one letter or digit"},
         {"run /dev/zero", 7, "run: cannot read '/dev/zero': Message too long"},
         {"help", 0, "get hardware-description"},
@@ -131,19 +118,15 @@ TEST(StationClient, OnlyReads_AreRepeated) {
                  "deadline of 0.2 s reached while waiting for the reply to `get mac`"},
                 {"--deadline 4.5 --timeout 1 wait", 3, "deadline of 4.5 s reached while"},
                 {"--timeout 0.1 init", 3, "(3 attempts). A unit that was released after"},
-                {"--timeout 0.1 sheet", 3, "! no reply"},
                 {"--timeout 0.1 sheet | wc -l", 0, "1\n"}});
     kill(unit.daemon(), SIGCONT);
-    // The first reply proves the account; then the daemon stands still.
-    const ShellResult once =
-        shell(": >" + sent + "; { echo get mac; await 02-1A " + sent + "; " + stop +
-              "echo set oem-id x --yes --timeout 0.1 --retries 2; } | "
-              "$station run - >" +
-              sent + "; cat " + sent);
-    EXPECT_NE(once.output.find("in 0.3 s (1 attempt). The command was sent once, and the unit may"),
-              std::string::npos)
-        << once.output;
-    EXPECT_NE(once.output.find("`get oem-id` shows it"), std::string::npos) << once.output;
+    // The daemon is stopped after the first reply, which proves the account.
+    const std::string once = ": >" + sent + "; { echo get mac; await 02-1A " + sent + "; " + stop +
+                             "echo set oem-id x --yes --timeout 0.1 --retries 2; } | "
+                             "$station run - >" +
+                             sent + "; cat " + sent;
+    expectShell(once, 0, "in 0.3 s (1 attempt). The command was sent once, and the unit may");
+    EXPECT_TRUE(readFile(sent).find("`get oem-id` shows it") != std::string::npos);
     kill(unit.daemon(), SIGCONT);
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
@@ -164,12 +147,10 @@ TEST(StationClient, ShowsWhatIsSentAndReceived) {
     expectRows({
         {"-n --packet-id 0x0102 get mac", 0, request + "\n"},
         {"-n -v get mac", 0, "direction: request\nversion: 2\ntype: 3\n"},
-        {"-n -o json get mac", 0, "\"outcome\":\"DRYRUN\""},
         {"decode " + reply, 0, "command: get mac\npayload: 30322d31412d32422d31332d37"},
         {"--user x decode " + reply, 5, "reading: wrong digest"},
         {"decode 000000070000000000000000", 0, "reading: short form"},
         {"decode 0203020000000018", 6, "malformed"},
-        {"decode 0g", 2, "'g' is not a hexadecimal digit"},
         {"decode $($station -n reset --yes)", 0,
          "inner sub type: 73\ninner reserved: 0\ncommand: reset"},
         {"get mac", 5, "wrong user name or password"},
@@ -181,10 +162,8 @@ TEST(StationClient, ShowsWhatIsSentAndReceived) {
         {account + "long get mac", 2, "is not two lines"},
         {"--interface nodev get mac", 7, "cannot use interface 'nodev': No such device"},
         {"--interface lo " + account + "private get mac", 0, "02-1A"},
-        {"--host no.such.host.invalid get mac", 7, "cannot find host"},
         {"--host 10.0.0.1 get mac", 7, "cannot talk to 10.0.0.1:1040: Network is unreachable"},
         {"--host 10.0.0.1 --deadline 0.3 wait", 3, "(1 attempt): Network is unreachable"},
-        {"--output-file /no/such/file get mac", 7, "cannot write '/no/such/file'"},
         {"-q list exit-codes > /dev/full", 7, "cannot write the results"},
     });
     for (const char* line : {"MFGP_USER=admin MFGP_PASSWORD=secret $station get mac",
@@ -219,12 +198,10 @@ TEST(StationClient, Json_HasOneShape) {
                          R"("region":"US","enabled":)" +
                              flags + "}"},
         {"raw 3 200 00", R"(6,"ERROR","........")"},
-        {"qlog stop", R"(1,"FAIL",null)"},
         {"set pin 1", R"(2,"ERROR",null)"},
         {"--port 9 --timeout 0.1 get mac", R"(3,"TIMEOUT",null)"},
         {"--local-port 1042 get mac", R"(4,"ERROR",null)"},
         {"--user wrong get mac", R"(5,"ERROR",null)"},
-        {"release", R"(0,"PASS",null)"},
     };
     for (const auto& row : rows)
         EXPECT_EQ(shell("json=$($station --output json 2>/dev/null " + std::string(row.words) +

@@ -1,4 +1,4 @@
-// The parts of the daemon that need no unit: reports, shell, record editor, region table, USB list.
+// The parts of the daemon that need no unit: reports, shell, record editor, region table.
 #include <sys/resource.h>
 
 #include <cctype>
@@ -11,7 +11,6 @@
 #include "core/service_context.h"
 #include "core/shell.h"
 #include "protocol/region_table.h"
-#include "protocol/usb_list.h"
 #include "tests/support/commands.h"
 
 namespace {
@@ -62,15 +61,6 @@ TEST(Shell, PlainText_IsTheNamedAlphabet) {
             (byte < 128 && isalnum(byte) != 0) || marks.find(text) != std::string::npos;
         EXPECT_EQ(mfgp_isPlainText(("a" + text).c_str()), isPlain) << byte;
     }
-}
-
-TEST(Shell, Reads_AreBoundedAndTerminated) {
-    char text[9] = "zzzzzzzz";
-    EXPECT_EQ(mfgp_readCommand("printf 12345678901234", text), 8);
-    EXPECT_STREQ(text, "12345678");
-    EXPECT_EQ(mfgp_readCommand("yes", std::span(text).first(5)), 4);  // never ends by itself
-    EXPECT_EQ(mfgp_readCommand("true", text), 0);
-    EXPECT_STREQ(text, "");
 }
 
 class RecordEditor : public testing::Test {
@@ -131,32 +121,6 @@ TEST(RegionTable, MapsBothWays) {
     EXPECT_STREQ(mfgp_specialIdOfRegion("UN"), "00000000");
     for (const char* unknown : {"", "XX", "us", "USA", "U"})
         EXPECT_EQ(mfgp_specialIdOfRegion(unknown), nullptr) << unknown;
-}
-
-TEST(UsbList, ReadsTheKernelsForm) {
-    const auto listOf = [](const std::string& devices, size_t capacity = 1000) {
-        FILE* const file = fmemopen(const_cast<char*>(devices.data()), devices.size(), "r");
-        std::string text(capacity, '#');
-        text.resize(mfgp_listUsbStorage(file, text));
-        fclose(file);
-        return text;
-    };
-    const std::string hub =
-        "D:  Ver= 2.00 Cls=09(hub  )\nP:  Vendor=1d6b ProdID=0002 Rev= 4.04\n"
-        "S:  SerialNumber=ehci\nI:* If#= 0 Alt= 0 #EPs= 1 Cls=09(hub  )\n";
-    const std::string device = "D:  Ver= 3.10 Cls=00(>ifc ) Sub=00\n";
-    const std::string product = "P:  Vendor=0781 ProdID=5567 Rev= 1.26\n";
-    const std::string serial = "S:  SerialNumber=4C53 0001\n";
-    const std::string disk = "I:* If#= 0 Alt= 0 #EPs= 2 Cls=08(stor.) Sub=06 Prot=50\n";
-    const std::string stick = "3.00,0781,5567,4C53;", none = "No USB!";
-    EXPECT_EQ(listOf(hub), none);
-    EXPECT_EQ(listOf(hub + device + product + serial + disk), stick);
-    EXPECT_EQ(listOf(hub + device + product + disk), "3.00,0781,5567,ehci;");
-    EXPECT_EQ(listOf(device + product + disk), none) << "no serial number at all";
-    EXPECT_EQ(listOf(device + "P:  Vendor=0781\n" + serial + disk), none);
-    // An entry that does not fit is dropped whole; the ones before it stay.
-    EXPECT_EQ(listOf(device + product + serial + disk + disk, 40), stick);
-    EXPECT_EQ(listOf(device + product + serial + disk, 20), none);
 }
 
 }  // namespace

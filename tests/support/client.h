@@ -27,6 +27,13 @@ inline ShellResult shell(const std::string& line) {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
 }
 
+// Runs a shell line and checks its exit code and a part of its output.
+inline void expectShell(const std::string& line, int exitCode, const std::string& part) {
+    const ShellResult result = shell(line);
+    EXPECT_EQ(result.exitCode, exitCode) << line << "\n" << result.output;
+    EXPECT_NE(result.output.find(part), std::string::npos) << line << "\n" << result.output;
+}
+
 struct StationRow {
     std::string words;  // part of a shell line
     int exitCode;
@@ -35,10 +42,6 @@ struct StationRow {
 
 // Runs the station with the words of each row.
 inline void expectRows(std::initializer_list<StationRow> rows) {
-    for (const StationRow& row : rows) {
-        SCOPED_TRACE(row.words);
-        const ShellResult result = shell("$station " + row.words);
-        EXPECT_EQ(result.exitCode, row.exitCode) << result.output;
-        EXPECT_NE(result.output.find(row.output), std::string::npos) << result.output;
-    }
+    for (const StationRow& row : rows)
+        expectShell("$station " + row.words, row.exitCode, row.output);
 }
