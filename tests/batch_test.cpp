@@ -154,18 +154,9 @@ TEST(Batch, Examples_Run) {
     expectShell(examples + "MFGP_STATION=/no/such/program ./check-limits", 127, "");
 }
 
-TEST(Batch, ManualAndCompletionAreInStep) {
+TEST(Batch, Completion_OffersCommandsAndOptions) {
     const Unit unit;
     const std::string station = program(unit);
-    const std::string page = readFile(MFGP_SOURCE_DIR "/docs/man/mfgp-station.1");
-    for (const std::string table : {"commands", "options", "exit-codes"}) {
-        const ShellResult rows =
-            shell(MFGP_SOURCE_DIR "/scripts/manual --print " + table + " " + station);
-        EXPECT_EQ(rows.exitCode, 0) << rows.output;
-        EXPECT_NE(page.find(".\\\" table: " + table + "\n" + rows.output + ".\\\" end of table"),
-                  std::string::npos)
-            << "scripts/manual writes the tables again: " << table;
-    }
     const auto complete = [&station](const std::string& words) {
         return shell("bash -c '. " MFGP_SOURCE_DIR "/station/mfgp-station.bash; COMP_WORDS=(" +
                      station + " " + words + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); " +

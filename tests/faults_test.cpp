@@ -146,7 +146,9 @@ class SystemFaults : public Faults, public testing::WithParamInterface<SystemFau
 
 TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
     std::map<SystemFault, std::pair<Action, Action>> faults = {
-        {kNoPipe, {[&] { unit->allowPipes(false); }, [&] { unit->allowPipes(true); }}},
+        {kNoPipe,
+         {[&] { injection.emplace(*unit, "?pipe,pipe2", "error=EMFILE"); },
+          [&] { injection.reset(); }}},
         {kNoFork,
          {[&] { injection.emplace(*unit, kForks, "error=EAGAIN"); }, [&] { injection.reset(); }}},
         {kFullTmp,
@@ -157,9 +159,11 @@ TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
           [&] { inUnit("mount -o remount,rw tmpfs /tmp"); }}},
     };
     const auto& [begin, end] = faults[GetParam()];
-    for (const CommandRow& row : allCommands())
-        expect(row, (row.failsUnder & GetParam()) != 0 ? Outcome::Fails : Outcome::AnswersAsBefore,
+    for (const CommandRow& row : allCommands()) {
+        const unsigned failsUnder = row.failsUnder.value_or(row.changes.empty() ? kReads : kStores);
+        expect(row, (failsUnder & GetParam()) != 0 ? Outcome::Fails : Outcome::AnswersAsBefore,
                begin, end);
+    }
 }
 INSTANTIATE_TEST_SUITE_P(, SystemFaults, testing::Values(kNoPipe, kNoFork, kFullTmp, kReadOnlyTmp));
 

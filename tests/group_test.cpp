@@ -63,43 +63,34 @@ TEST_F(Group, AnEarlierVerdict_IsNotUsed) {
 
 TEST_F(Group, AReadAnswersAnObject) {
     const std::string cut = R"({ "key": ")" + kKey + R"(", "gid": ")" + kGid + R"(", "pack": 9 })";
-    const struct {
-        std::string key, gid, pack;
-        Text answer = kFails;
-    } rows[] = {
-        {.key = kKey + "cut", .gid = kGid + "cut", .pack = "099", .answer = cut},
-        {.key = "a\"/", .answer = R"({ "key": "a\"\/", "gid": "", "pack": 0 })"},
-        {.pack = "1a"},
-        {.pack = "-5"}};
-    for (const auto& row : rows) {
-        unit.write("/fw/PRECONF_KEY", row.key);
-        unit.write("/fw/PRECONF_GID", row.gid);
+    const auto test = [&](const std::string& key, const std::string& gid, const char* pack,
+                          const Text& answer) {
+        unit.write("/fw/PRECONF_KEY", key);
+        unit.write("/fw/PRECONF_GID", gid);
         unit.write("/tmp/fwinfo-cache", "stale");
-        expectRows(kGetGroup, {{.answer = row.answer, .put = {"/fw/PRECONF_PACK", row.pack}}});
+        expectRows(kGetGroup, {{.answer = answer, .put = {"/fw/PRECONF_PACK", pack}}});
         EXPECT_FALSE(unit.exists("/tmp/fwinfo-cache"));
-    }
+    };
+    test(kKey + "cut", kGid + "cut", "099", cut);
+    test("a\"/", "", "", R"({ "key": "a\"\/", "gid": "", "pack": 0 })");
+    test("", "", "1a", kFails);
+    test("", "", "-5", kFails);
 }
 
 TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
-    const struct {
-        std::string argument, tool, count;  // without a count the tool does not run
-        Text answer = kFails;
-    } rows[] = {
-        {.argument = "5", .tool = "printf 'a\\000b\\n' >$2", .count = "5",
-         .answer = std::string("a\0b\n", 4)},
-        {.argument = "12x", .tool = "echo $1 >$2; exit 1", .count = "12", .answer = "12\n"},
-        {.argument = "1", .tool = "yes x | tr -d '\\n' | head -c 1030 >$2", .count = "1",
-         .answer = x(1023)},
-        {.argument = "1", .tool = ": >$2", .count = "1"},
-        {.argument = "0"},
-        {.argument = "4294967297"}};
-    for (const auto& row : rows) {
-        unit.fault("generate_group", row.tool + "; exit");
-        EXPECT_EQ(ask(kGenerate, row.argument),
-                  row.answer ? padded(*row.answer, (row.answer->size() + 7) / 8 * 8) : kFails);
-        const Lines call = {"generate_group " + row.count + " /tmp/mfgp_generate_group"};
-        EXPECT_EQ(calls, row.count.empty() ? Lines{} : call);
-    }
+    const auto test = [&](const char* argument, const std::string& tool, const Text& answer,
+                          const std::string& count = "") {  // without a count the tool does not run
+        unit.fault("generate_group", tool + "; exit");
+        expectRows(kGenerate, {{.argument = argument, .answer = answer}});
+        const Lines call = {"generate_group " + count + " /tmp/mfgp_generate_group"};
+        EXPECT_EQ(calls, count.empty() ? Lines{} : call);
+    };
+    test("5", "printf 'a\\000b\\n' >$2", std::string("a\0b\n", 4), "5");
+    test("12x", "echo $1 >$2; exit 1", "12\n", "12");
+    test("1", "yes x | tr -d '\\n' | head -c 1030 >$2", x(1023), "1");
+    test("1", ": >$2", kFails, "1");
+    test("0", ":", kFails);
+    test("4294967297", ":", kFails);
     unit.remove("/fault/generate_group");
     EXPECT_EQ(ask(kSetGroup, station.command(kGenerate, "3").text()), "");
 }

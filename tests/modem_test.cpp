@@ -30,60 +30,46 @@ class Modem : public Commands {
 
 // clang-format off
 TEST_F(Modem, Module_IsFoundInItsProfile) {
-    const std::string name = "[get_module_name():%] ";
-    const struct {
-        uint8_t command;
-        std::string option, value, said, console;  // the other options are absent
-    } rows[] = {
-        {.command = kGetFtm, .option = "module_name", .value = "EG18-EA\nmore",
-         .said = name + "result=EG18-EA,len=7\n", .console = "atcon -c 'AT+QRFTESTMODE?'"},
-        {.command = kGetImei, .option = "module_name", .value = "",
-         .said = name + "result=,len=0\n", .console = "atcon -c AT+CGSN"},
-        {.command = kVersion, .option = "is_quectel_module", .value = "yesterday",
-         .console = "atcon -c ATI"},
-        {.command = kVersion, .option = "is_quectel_module", .value = "Yes"},
-        {.command = kVersion, .option = "is_fibocom_module", .value = "yes",
-         .console = "cellcli -c ATI"}};
-    for (const auto& row : rows) {
-        unit.fault("uci", "case \"$*\" in 'get mobile.modem." + row.option +
-                              " -c /etc/profile.d') echo '" + row.value + "' ;; esac; exit");
-        ask(row.command, "");
-        EXPECT_NE(trace.find(row.said), std::string::npos) << trace;
-        EXPECT_EQ(asked(), row.console);
-    }
+    const auto test = [&](uint8_t command, const std::string& option, const std::string& value,
+                          const std::string& console) {
+        unit.fault("uci", "case \"$*\" in 'get mobile.modem." + option +
+                              " -c /etc/profile.d') echo '" + value + "' ;; esac; exit");
+        ask(command, "");
+        EXPECT_EQ(asked(), console);
+    };
+    test(kGetFtm, "module_name", "EG18-EA\nmore", "atcon -c 'AT+QRFTESTMODE?'");
+    EXPECT_NE(trace.find("[get_module_name():%] result=EG18-EA,len=7\n"), std::string::npos);
+    test(kGetImei, "module_name", "", "atcon -c AT+CGSN");
+    test(kVersion, "is_quectel_module", "yesterday", "atcon -c ATI");
+    test(kVersion, "is_quectel_module", "Yes", "");
+    test(kVersion, "is_fibocom_module", "yes", "cellcli -c ATI");
 }
 
 TEST_F(Modem, AntennaTest_AsksInTheWordsOfTheModule) {
-    const std::string at = "atcon -c ", set = "cellcli -c AT+SPMAXRF=3,2,23,1,";
-    const std::string lte = at + R"('at+qrftestex="LTE","rx",)";
+    const std::string lte = R"(atcon -c 'at+qrftestex="LTE","rx",)";
+    const std::string set = "cellcli -c AT+SPMAXRF=3,2,23,1,";
     const std::string fourG = ",0 then cellcli -c 'AT+LTERXLEVELDBM?'";
     const std::string threeG = ",0 then cellcli -c 'AT+WCDMARXLEVELDBM?'";
-    const struct {
-        std::string module, argument, console, level;
-    } rows[] = {
-        {.module = "RG520N-EU", .argument = "2-78--+70-2-99999999999",
-         .console = at + R"('at+qrftestex="NR5G","rx",78,0,-70,2,2147483647')", .level = "-74"},
-        {.module = "RG520N-EU", .argument = "1-3-0-60-0-19850",
-         .console = lte + "3,0,-60,0,19850'", .level = "999"},
-        {.module = "RG520N-EU", .argument = "1-3-0-60-1-19850",
-         .console = lte + "3,0,-60,1,19850'", .level = "-61"},
-        {.module = "EG18-EA", .argument = "2-9-1-60.3-5",
-         .console = at + "AT+QRXFTM=1,2,9,1,4,60.3", .level = "-123456"},
-        {.module = "EG060K-EA", .argument = "78-1-2-3-70",
-         .console = at + R"('AT+QRFTEST="rx",78,1,2,3,-70')", .level = "-74"},
-        {.module = "FG621", .argument = "3-1-0-2-1", .console = set + "2" + fourG, .level = "-61"},
-        {.module = "FG621", .argument = "3-1-7-2-1", .console = set + "2" + fourG, .level = "-66"},
-        {.module = "FG621", .argument = "3-1-1-3-1", .console = set + "3" + threeG, .level = "-66"},
-        {.module = "FG621", .argument = "3-1-0-2-0", .console = set + "2,0", .level = "999"}};
+    const auto test = [&](const char* module, const char* argument, const std::string& console,
+                          const char* level) {
+        unit.write(kKind, module);
+        EXPECT_EQ(ask(kSetAntenna, argument), "");
+        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(ask(kGetAntenna, ""), padded(level, 8));
+    };
     unit.write("/modem/ftm", "1");
     unit.write("/modem/levels", "1 -58 -63\n3 -61 -66\n78 -74 -79\n9 -12345678 0\n");
     EXPECT_EQ(ask(kGetAntenna, kArgument), padded("999", 8));
-    for (const auto& row : rows) {
-        unit.write(kKind, row.module);
-        EXPECT_EQ(ask(kSetAntenna, row.argument), "");
-        EXPECT_EQ(asked(), row.console);
-        EXPECT_EQ(ask(kGetAntenna, ""), padded(row.level, 8));
-    }
+    test("RG520N-EU", "1-3-0-60-0-19850", lte + "3,0,-60,0,19850'", "999");
+    test("RG520N-EU", "1-3-0-60-1-19850", lte + "3,0,-60,1,19850'", "-61");
+    test("RG520N-EU", "2-78--+70-2-99999999999",
+         R"(atcon -c 'at+qrftestex="NR5G","rx",78,0,-70,2,2147483647')", "-74");
+    test("EG18-EA", "2-9-1-60.3-5", "atcon -c AT+QRXFTM=1,2,9,1,4,60.3", "-123456");
+    test("EG060K-EA", "78-1-2-3-70", R"(atcon -c 'AT+QRFTEST="rx",78,1,2,3,-70')", "-74");
+    test("FG621", "3-1-0-2-1", set + "2" + fourG, "-61");
+    test("FG621", "3-1-7-2-1", set + "2" + fourG, "-66");
+    test("FG621", "3-1-1-3-1", set + "3" + threeG, "-66");
+    test("FG621", "3-1-0-2-0", set + "2,0", "999");
 }
 
 TEST_F(Modem, ARefusedAntennaTest_ForgetsTheLevelOnceTheModuleIsKnown) {
@@ -104,25 +90,21 @@ TEST_F(Modem, ARefusedAntennaTest_ForgetsTheLevelOnceTheModuleIsKnown) {
 }
 
 TEST_F(Modem, FactoryTestMode_IsSetAndRead) {
-    const struct {
-        std::string module, value, set, get;  // get is empty for a module that cannot be asked
-        Text answer = kFails;
-    } rows[] = {
-        {.module = "EG18-EA", .value = "1", .set = "atcon -c AT+QRFTESTMODE=1",
-         .get = "atcon -c 'AT+QRFTESTMODE?'", .answer = "1\n"},
-        {.module = "EG060K-EA", .value = "1", .set = R"(atcon -c 'AT+QRFTEST="mode",1')",
-         .get = R"(atcon -c 'AT+QRFTEST="mode"')", .answer = "1\n"},
-        {.module = "RG520N-EU", .value = "9999999999", .set = "atcon -c AT+QFTMMODE=2147483647",
-         .get = "atcon -c 'AT+QFTMMODE?'", .answer = "21474836"},
-        {.module = "FG621", .value = "1", .set = "cellcli -c at+sfun=5"},
-        {.module = "FG621", .value = "0"}};  // an empty line is run
-    for (const auto& row : rows) {
-        unit.write(kKind, row.module);
-        expectRows(kSetFtm, {{.argument = row.value, .ran = {row.set}}});
-        EXPECT_EQ(asked(), row.set);
-        expectRows(kGetFtm, {{.answer = row.answer}});
-        EXPECT_EQ(asked(), row.get);
-    }
+    const auto test = [&](const char* module, const char* value, const std::string& set,
+                          const std::string& get, const Text& answer) {
+        unit.write(kKind, module);
+        expectRows(kSetFtm, {{.argument = value, .ran = {set}}});
+        EXPECT_EQ(asked(), set);
+        expectRows(kGetFtm, {{.answer = answer}});
+        EXPECT_EQ(asked(), get);
+    };
+    test("EG18-EA", "1", "atcon -c AT+QRFTESTMODE=1", "atcon -c 'AT+QRFTESTMODE?'", "1\n");
+    test("EG060K-EA", "1", R"(atcon -c 'AT+QRFTEST="mode",1')", R"(atcon -c 'AT+QRFTEST="mode"')",
+         "1\n");
+    test("RG520N-EU", "9999999999", "atcon -c AT+QFTMMODE=2147483647", "atcon -c 'AT+QFTMMODE?'",
+         "21474836");
+    test("FG621", "1", "cellcli -c at+sfun=5", "", kFails);
+    test("FG621", "0", "", "", kFails);  // an empty line is run
 }
 
 TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
@@ -195,21 +177,18 @@ TEST_F(Modem, Imei_IsWrittenOnceToFlashAndModem) {
 
 TEST_F(Modem, Imei_IsReadFromFlashOrIsNines) {
     const std::string imei = "490154203237518", nines(15, '9');
-    const struct {
-        std::string module, flash, modem, answer;
-    } rows[] = {
-        {.module = "RG520N-EU", .flash = imei + "1\n", .modem = imei + "9\n", .answer = imei},
-        {.module = "RG520N-EU", .flash = imei + "\n", .modem = x(15) + "\n", .answer = nines},
-        // The newline of the modem's short text counts.
-        {.module = "RG520N-EU", .flash = "49015\n", .modem = "49015\n", .answer = nines},
-        {.module = "EM05", .flash = "", .modem = "", .answer = std::string(15, '\0')}};
-    for (const auto& row : rows) {
-        unit.write("/flash/default-imei", row.flash);
-        unit.write("/modem/imei", row.modem);
+    const auto test = [&](const char* module, const std::string& flash, const std::string& modem,
+                          const std::string& answer) {
+        unit.write("/flash/default-imei", flash);
+        unit.write("/modem/imei", modem);
         unit.write("/tmp/fwinfo-imei", "stale");
-        expectRows(kGetImei, {{.answer = row.answer, .put = {kKind, row.module}}});
+        expectRows(kGetImei, {{.answer = answer, .put = {kKind, module}}});
         EXPECT_FALSE(unit.exists("/tmp/fwinfo-imei"));
-    }
+    };
+    test("RG520N-EU", imei + "1\n", imei + "9\n", imei);
+    test("RG520N-EU", imei + "\n", x(15) + "\n", nines);
+    test("RG520N-EU", "49015\n", "49015\n", nines);  // the newline of the modem's short text counts
+    test("EM05", "", "", std::string(15, '\0'));
 }
 
 TEST_F(Modem, VersionAndSimImei_ArePadded) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,13 +12,13 @@
 enum SystemFault : unsigned { kNoPipe = 1, kNoFork = 2, kFullTmp = 4, kReadOnlyTmp = 8 };
 constexpr unsigned kReads = kNoPipe | kNoFork;                   // those that stop a tool's answer
 constexpr unsigned kStores = kNoFork | kFullTmp | kReadOnlyTmp;  // those that stop a write to flash
-constexpr unsigned kEdits = kReads | kStores;
 
 struct CommandRow {
     uint8_t subType;
     std::string argument = {};
     std::string error;  // code and message
-    unsigned failsUnder = kReads;
+    // Without a value: those of a read, or those of a write if it changes a partition.
+    std::optional<unsigned> failsUnder = {};
     std::vector<std::string> needs = {};  // fails unless these tools do their work
     std::string changes = {};  // the partition that the command writes, once unless it is the reset
 };
@@ -74,7 +75,7 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = 93, .error = "-10342 QLog failed to stop!", .failsUnder = 0},  // no logger runs
         {.subType = 92, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork},
         {.subType = 94, .argument = "1", .error = "-10343 ExtAntenna failed to change!",
-         .needs = {"reload_config"}},
+         .failsUnder = kNoFork, .needs = {"reload_config"}},
         {.subType = 50, .argument = "WIFI", .error = "-10331 get SSID failed", .needs = {"is_cal"}},
         {.subType = 86, .error = "-10331 get SSID failed", .needs = {"is_cal"}},
         {.subType = 69, .error = "-10334 get enable flags failed", .failsUnder = 0},
@@ -88,29 +89,28 @@ inline std::vector<CommandRow> allCommands() {
          .error = "-10300 Set Smart Antenna Error", .failsUnder = kNoFork},
         {.subType = 80, .error = "-10349 enable test mode failed", .failsUnder = kNoFork},
         {.subType = 79, .argument = "3", .error = "-10338 generate Groupinfo failed",
-         .failsUnder = kEdits, .needs = {"generate_group"}},
+         .failsUnder = kStores, .needs = {"generate_group"}},
         {.subType = 17, .error = "-10308 erase calibration data failed", .failsUnder = 0,
          .changes = "radio"},
         {.subType = 54, .argument = "ID", .error = "-10315 set device ID failed",
-         .failsUnder = kStores, .changes = "device-id"},
+         .changes = "device-id"},
         {.subType = 76, .argument = "00000000", .error = "-1 get product id failed",
-         .failsUnder = kStores, .changes = "pin"},
+         .changes = "pin"},
         {.subType = 75, .argument = "\x02\x1A\x2B\x13\x7B\x0F", .error = "-10303 set mac failed",
-         .failsUnder = kEdits, .changes = "default-mac"},
+         .changes = "default-mac"},
         {.subType = 90, .argument = "123456789012345", .error = "-10350 set imei failed",
-         .failsUnder = kEdits, .needs = {"uci"}, .changes = "default-imei"},
+         .failsUnder = kReads | kStores, .needs = {"uci"}, .changes = "default-imei"},
         {.subType = 60, .argument = "OEM", .error = "-10325 set OEM ID failed",
-         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
+         .needs = {"flashkv"}, .changes = kInfo},
         {.subType = 65, .argument = "NZ", .error = "-10327 set Special ID failed",
-         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
+         .needs = {"flashkv"}, .changes = kInfo},
         {.subType = 67, .argument = "DE", .error = "-10329 set Country Code failed",
-         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
+         .needs = {"flashkv"}, .changes = kInfo},
         {.subType = 82, .argument = "M60", .error = "-10327 set model name failed",
-         .failsUnder = kEdits, .needs = {"flashkv"}, .changes = kInfo},
+         .needs = {"flashkv"}, .changes = kInfo},
         {.subType = 77, .argument = groupObject(std::string(304, 'k'), std::string(36, 'g')),
-         .error = "-10336 set group failed",
-         .failsUnder = kEdits, .needs = {"flashkv", "check_group"}, .changes = kInfo},
-        {.subType = 73, .error = "-10300 soft reset fail", .failsUnder = kReads | kReadOnlyTmp,
+         .error = "-10336 set group failed", .needs = {"flashkv", "check_group"}, .changes = kInfo},
+        {.subType = 73, .error = "-10300 soft reset fail", .failsUnder = kNoFork | kReadOnlyTmp,
          .needs = {"flashkv"}, .changes = "user-config"},
     };
     for (const FieldRead& field : kFieldReads)

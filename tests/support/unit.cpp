@@ -6,7 +6,6 @@
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -87,18 +86,6 @@ void Unit::awaitRest() const {
     const std::string status = "/proc/" + std::to_string(daemon_) + "/stat";
     while (running() && readFile(status).find(") S ") == std::string::npos)
         usleep(1000);
-}
-
-void Unit::allowPipes(bool allowed) const {
-    awaitRest();
-    const std::string process = "/proc/" + std::to_string(daemon_);
-    rlimit limit = {};
-    prlimit(daemon_, RLIMIT_NOFILE, nullptr, &limit);
-    limit.rlim_cur = allowed ? limit.rlim_max : 0;
-    for (int left = allowed ? 0 : 1; left > 0; limit.rlim_cur++)
-        left -= !fs::is_symlink(process + "/fd/" + std::to_string(limit.rlim_cur));
-    if (prlimit(daemon_, RLIMIT_NOFILE, &limit, nullptr) != 0)
-        throw std::runtime_error("prlimit");
 }
 
 void Unit::setMode(const std::string& mode) const {

@@ -47,8 +47,6 @@ class Unit {
     void fault(const std::string& tool, const std::string& snippet) const;
     // After a reply, waits until the daemon is back in select().
     void awaitRest() const;
-    // Leaves the daemon enough descriptors to read its mode but too few for a pipe, or all.
-    void allowPipes(bool allowed) const;
     // Sets wanDetect.settings.mode.
     void setMode(const std::string& mode) const;
 
