@@ -35,14 +35,14 @@ std::string md5(const std::string& text) {
 
 std::string bigEndian(uint32_t value, int size) {
     std::string out;
-    for (int i = size - 1; i >= 0; i--)
-        out += static_cast<char>(value >> (8 * i));
+    while (size-- > 0)
+        out += static_cast<char>(value >> (8 * size));
     return out;
 }
 
 std::string headerOf(uint8_t type, uint32_t length, uint16_t id, uint8_t subType) {
-    std::string header = {2, static_cast<char>(type), 0, 0};
-    return header + bigEndian(length, 4) + bigEndian(id, 2) + static_cast<char>(subType) + '\0';
+    return std::string{2, static_cast<char>(type), 0, 0} + bigEndian(length, 4) + bigEndian(id, 2) +
+           static_cast<char>(subType) + '\0';
 }
 
 }  // namespace
@@ -68,20 +68,13 @@ std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packet
     return headerOf(7, static_cast<uint32_t>(payload.size()), packetId, subType) + payload;
 }
 
-uint32_t Answer::length() const {
-    uint32_t length = 0;
-    for (size_t i = 4; i < 8; i++)
-        length = length << 8 | static_cast<uint8_t>(header.at(i));
-    return length;
-}
-
 Answer openAnswer(const std::string& wire, const Account& account) {
     Answer answer = {wire, wire.substr(0, 28), ""};
     EXPECT_GE(wire.size(), 28U);
     if (wire.size() < 28)
         return answer;
     answer.payload = des(wire.substr(28), account, CipherDirection::Decrypt);
-    EXPECT_EQ(answer.length(), wire.size() - 28);
+    EXPECT_EQ(wire.substr(4, 4), bigEndian(static_cast<uint32_t>(wire.size() - 28), 4));
     EXPECT_EQ(md5(wire.substr(0, 12) + std::string(16, '\0') + answer.payload), wire.substr(12, 16))
         << "digest of the reply";
     return answer;
@@ -89,15 +82,10 @@ Answer openAnswer(const std::string& wire, const Account& account) {
 
 Station::Station(Account account, const char* from, uint16_t fromPort)
     : account_(std::move(account)), fd_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    const auto address = [](const char* host, uint16_t port) {
-        sockaddr_in place = {};
-        place.sin_family = AF_INET;
-        place.sin_port = htons(port);
-        inet_pton(AF_INET, host, &place.sin_addr);
-        return place;
-    };
-    const sockaddr_in own = address(from, fromPort);
-    const sockaddr_in unit = address("127.0.0.1", 1040);
+    sockaddr_in own = {.sin_family = AF_INET, .sin_port = htons(fromPort)}, unit = own;
+    inet_pton(AF_INET, from, &own.sin_addr);
+    inet_pton(AF_INET, "127.0.0.1", &unit.sin_addr);
+    unit.sin_port = htons(1040);
     if (bind(fd_, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0 ||
         connect(fd_, reinterpret_cast<const sockaddr*>(&unit), sizeof unit) != 0)
         throw std::runtime_error("cannot connect");

@@ -37,7 +37,6 @@ struct Answer {
     std::string header;   // 28 bytes
     std::string payload;  // plain, padding included
     uint8_t info() const { return static_cast<uint8_t>(header.at(3)); }
-    uint32_t length() const;  // of the header, which counts the padding
     // The payload up to the first zero byte.
     std::string text() const { return payload.c_str(); }
 };
