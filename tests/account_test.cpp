@@ -21,7 +21,7 @@ bool understood(const Account& account) {
     const Station station(account);
     station.send(wireOf({.type = 4, .payload = "ciphered"}, account));
     const auto reply = station.receive();
-    station.send(wireOf({.type = 6}, account));  // lets the next station in
+    station.send(wireOf({.type = 6}, account));  // releases the unit for the next station
     return reply && reply->at(3) == 0 && openAnswer(*reply, account).payload == "ciphered";
 }
 

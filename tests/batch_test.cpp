@@ -113,7 +113,8 @@ TEST(Batch, ASignal_EndsItWithTheOutcomeOfTheCommand) {
     EXPECT_EQ(outcomes(output), "PASS ABORTED ");
     EXPECT_NE(output.find("`get oem-id` shows it"), std::string::npos) << output;
     kill(unit.daemon(), SIGCONT);
-    expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // it was done, then released
+    expectRows(
+        {{"--local-port 1042 get oem-id", 0, "x\n"}});  // the unit was written, then released
 }
 
 TEST(Batch, OnATerminal_AnEraseIsConfirmed) {

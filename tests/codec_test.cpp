@@ -33,7 +33,7 @@ class Codec : public testing::Test {
     std::unique_ptr<ServiceContext> ctx = std::make_unique<ServiceContext>();
 };
 
-// Expected values by OpenSSL 3.0: `printf kioskkiosk | openssl dgst -md5 -r`, and for the cipher
+// The expected values are from OpenSSL 3.0: `printf kioskkiosk | openssl dgst -md5 -r`, and
 // `echo PLAIN | xxd -r -p | openssl enc -des-ecb -nopad -K KEY -provider legacy -provider default
 // | xxd -p`.
 TEST_F(Codec, TheCipher_AgreesWithAnOutsideTool) {

@@ -1,6 +1,5 @@
 // The answer of each command, and what it changes, when a tool or the system fails.
 #include <algorithm>
-#include <ctime>
 #include <functional>
 #include <map>
 #include <optional>
@@ -193,17 +192,6 @@ TEST_F(Faults, AConfigurationThatCannotBeRead_FailsTheRead) {
                 [&] { bad.empty() ? unit->remove(path) : unit->write(path, bad); },
                 [&] { unit->write(path, good); });
     }
-}
-
-TEST_F(Faults, AControllerThatLoops_OnlyDelaysTheReply) {
-    const string module = "/usr/lib/lua/luci/controller/admin/administration.lua";
-    const string good = unit->read(module);
-    const string loop = "local start = os.time() while os.time() - start < 6 do end ";
-    const time_t before = time(nullptr);
-    expect(
-        rowOf(55), Outcome::AnswersAsBefore, [&] { unit->write(module, loop + good); },
-        [&] { unit->write(module, good); });
-    EXPECT_GE(time(nullptr) - before, 5);
 }
 
 TEST_F(Faults, ASignalDuringAWait_ChangesNothing) {

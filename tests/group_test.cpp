@@ -30,10 +30,10 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
         {.argument = groupObject(kKey.substr(2), kGid), .said = "key not valid \n"},
         {.argument = groupObject(kKey, kGid, R"("3")"), .said = "not find pack object \n"},
         {.argument = badKey, .said = "modify /tmp/group-tmp key error \n", .ran = dump},
-        // Only the exact verdict on the text as it came is accepted.
+        // Only the exact verdict on the unchanged text is accepted.
         {.argument = "[5]", .said = noGid,
          .put = {tool, "[ \"$(cat $1)\" = '[5]' ] && printf success >$2; exit"}},
-        {.argument = good, .said = rejected, .put = {tool, "exit"}},  // that verdict is removed
+        {.argument = good, .said = rejected, .put = {tool, "exit"}},  // the earlier verdict is removed
         {.argument = good, .said = rejected, .put = {tool, "printf 'success%093d' 0 >$2; exit"}},
         {.argument = good, .said = "open file /tmp/mfgp_group.output error\n",
          .put = {tool, "rm -f $2; exit"}},

@@ -42,7 +42,7 @@ TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
     });
 }
 
-// examples/production-line.txt runs the commands that are not here.
+// The commands that are not in examples/production-line.txt.
 TEST(StationClient, WritesAndTestsAUnit) {
     const std::string group = "{ \"key\": \"" + std::string(304, 'k') + "\", \"gid\": \"" +
                               std::string(36, 'g') + "\", \"pack\": 3 }";
@@ -103,7 +103,7 @@ TEST(StationClient, WrongWords_AreNamed) {
 
 TEST(StationClient, OnlyReads_AreRepeated) {
     Unit unit;
-    // While the daemon stands still, requests wait in its socket.
+    // While the daemon is stopped, requests wait in its socket.
     const std::string stop = "kill -STOP " + std::to_string(unit.daemon()) + "; ";
     const std::string sent = unit.path("/sent").string();
     const std::string late = stop + ": >" + sent + "; { await 'sent to' " + sent +
@@ -188,9 +188,8 @@ TEST(StationClient, Json_HasOneShape) {
         {"get card-signal --expect 4", R"(0,"PASS",4)"},
         {"get card-signal --expect 5", R"(1,"FAIL",4)"},
         {"get enable-flags", R"(0,"PASS",)" + flags},
-        {"fan recheck", R"(0,"PASS",null)"},  // else there are no speeds yet
+        {"fan recheck", R"(0,"PASS",null)"},  // before it there are no speeds
         {"fan speeds 3", R"(0,"PASS",[3600,3540])"},
-        {"get group", R"(0,"PASS",{"key":"","gid":"","pack":0})"},
         {"usb", R"(0,"PASS",[{"version":"2.00","vendor":"1234","product":"5678",)"
                 R"("serial":"60A44C413A5FE3B0"}])"},
         {"config-check", R"(0,"PASS",{"firmware_version":"1.2.3 Build 20260401",)"

@@ -32,7 +32,7 @@ TEST(Session, ASecondContext_IsRefused) {
     const auto createTwo = [] {
         ServiceContext* ctx = nullptr;
         const bool isFirst = mfgp_sessionTableCreate() == 0 && mfgp_contextCreate(&ctx) == 0;
-        _exit(isFirst && mfgp_contextCreate(&ctx) == -10206 ? 0 : 1);  // which is not freed
+        _exit(isFirst && mfgp_contextCreate(&ctx) == -10206 ? 0 : 1);  // the second is not freed
     };
     EXPECT_EXIT(createTwo(), testing::ExitedWithCode(0), "too many sessions");
 }
@@ -102,7 +102,7 @@ TEST_F(RecordEditor, ANewlineOrAShortWrite_LeavesTheFileAlone) {
     setrlimit(RLIMIT_FSIZE, &small);
     EXPECT_EQ(mfgp_editRecord(file.c_str(), "oem_id:", "NEW"), -1) << "a short write";
     setrlimit(RLIMIT_FSIZE, &limit);
-    std::error_code gone;  // other tests remove their files meanwhile
+    std::error_code gone;  // other tests may remove their files
     for (const auto& entry : fs::directory_iterator("/tmp"))
         EXPECT_NE(entry.file_size(gone), small.rlim_cur) << entry;
     EXPECT_EQ(readFile(file), before);

@@ -1,4 +1,4 @@
-// Commands to a unit as rows: an argument, and everything that must come of it.
+// Commands to a unit as rows: an argument, the answer, and the effects.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -28,8 +28,8 @@ inline std::string padded(std::string text, size_t length) {
 
 class Commands : public testing::Test {
   protected:
-    // Returns the reply's innermost payload, or kFails for a failure. Checks its headers and the
-    // report. `trace` and `calls` are what the daemon has written and the tools that it has run.
+    // Returns the reply's innermost payload, or kFails for a failure. Checks the headers and the
+    // report. Stores the trace and the tool calls of the command.
     Text ask(uint8_t subType, const std::string& argument, bool encrypted = false) {
         unit.trace();
         unit.errors();

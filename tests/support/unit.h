@@ -52,7 +52,7 @@ class Unit {
 
     // The tool calls since the last time, one "tool arguments" each.
     std::vector<std::string> calls();
-    // What the daemon has written to standard output or error since the last time.
+    // The text that the daemon has written to standard output or error since the last time.
     std::string trace() { return since("/log/stdout", &traceSeen_); }
     std::string errors() { return since("/log/stderr", &errorsSeen_); }
 
