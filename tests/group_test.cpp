@@ -12,43 +12,38 @@ class Group : public Commands {};
 // clang-format off
 TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
     const std::string before = unit.read("/flash/product-info"), good = groupObject(kKey, kGid);
-    const std::string tool = "/fault/check_group";
     const std::string rejected = "check group input error\n", noGid = "not find gid object \n";
     const std::string noJson = "json_tokener_parse result is NULL\n";
     const Lines check = {"rm /tmp/mfgp_group.output > /dev/null 2>&1; "
                          "/bin/check_group /tmp/mfgp_group.input /tmp/mfgp_group.output"};
     const Lines dump = {check[0], "flashkv -r /tmp/group-tmp -p product-info"};
     const std::string badKey = groupObject(kKey.substr(1) + "\\n", kGid);
-    const Row rows[] = {
-        {.argument = "", .said = rejected, .put = {tool, "printf success >$2; exit"}, .ran = {}},
-        {.argument = "{", .said = noJson},
-        {.argument = std::string(1024, ' ') + good, .said = noJson},
-        {.argument = "[1]", .said = noGid},
-        {.argument = groupObject(kKey, kGid + "g"), .said = "gid not valid \n"},
-        {.argument = groupObject(kKey, "\\u0000" + kGid), .said = "gid not valid \n"},
-        {.argument = R"({"gid":")" + kGid + R"(","key":3})", .said = "not find key object \n"},
-        {.argument = groupObject(kKey.substr(2), kGid), .said = "key not valid \n"},
-        {.argument = groupObject(kKey, kGid, R"("3")"), .said = "not find pack object \n"},
-        {.argument = badKey, .said = "modify /tmp/group-tmp key error \n", .ran = dump},
-        // Only the exact verdict on the unchanged text is accepted.
-        {.argument = "[5]", .said = noGid,
-         .put = {tool, "[ \"$(cat $1)\" = '[5]' ] && printf success >$2; exit"}},
-        {.argument = good, .said = rejected, .put = {tool, "exit"}},  // the earlier verdict is removed
-        {.argument = good, .said = rejected, .put = {tool, "printf 'success%093d' 0 >$2; exit"}},
-        {.argument = good, .said = "open file /tmp/mfgp_group.output error\n",
-         .put = {tool, "rm -f $2; exit"}},
-        {.argument = good, .said = "fread file /tmp/mfgp_group.output error\n",
-         .put = {tool, "mkdir $2; exit"}}};
-    for (Row row : rows) {
-        row.answer = kFails;
-        if (row.ran.empty() && !row.argument.empty())
-            row.ran = check;
-        expectRows(kSetGroup, {row});
-    }
+    const auto refused = [&](const std::string& argument, const std::string& said, const Lines& ran,
+                             const std::string& verdict = "") {
+        if (!verdict.empty())
+            unit.fault("check_group", verdict + "; exit");
+        expectRows(kSetGroup, {{.argument = argument, .answer = kFails, .said = said, .ran = ran}});
+    };
+    refused("", rejected, {}, "printf success >$2");  // the verdict that the next rows have, too
+    refused("{", noJson, check);
+    refused(std::string(1024, ' ') + good, noJson, check);
+    refused("[1]", noGid, check);
+    refused(groupObject(kKey, kGid + "g"), "gid not valid \n", check);
+    refused(groupObject(kKey, "\\u0000" + kGid), "gid not valid \n", check);
+    refused(R"({"gid":")" + kGid + R"(","key":3})", "not find key object \n", check);
+    refused(groupObject(kKey.substr(2), kGid), "key not valid \n", check);
+    refused(groupObject(kKey, kGid, R"("3")"), "not find pack object \n", check);
+    refused(badKey, "modify /tmp/group-tmp key error \n", dump);
+    // Only the exact verdict on the unchanged text is accepted, and it is removed before the next.
+    refused("[5]", noGid, check, "[ \"$(cat $1)\" = '[5]' ] && printf success >$2");
+    refused(good, rejected, check, "exit");
+    refused(good, rejected, check, "printf 'success%093d' 0 >$2");
+    refused(good, "open file /tmp/mfgp_group.output error\n", check, "rm -f $2");
+    refused(good, "fread file /tmp/mfgp_group.output error\n", check, "mkdir $2");
     EXPECT_EQ(unit.read("/flash/product-info"), before);
     // A number of more than seven characters is cut.
     unit.remove("/tmp/mfgp_group.output");
-    unit.remove(tool);
+    unit.remove("/fault/check_group");
     EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid, "-123456789012")), "");
     const std::string keys = "preconf_k:" + kKey + "\npreconf_g:" + kGid + "\n";
     EXPECT_EQ(unit.read("/flash/product-info"), before + keys + "preconf_p:-214748\n");

@@ -51,48 +51,38 @@ TEST_F(Identity, AFieldIsAnsweredInItsLength) {
 }
 
 TEST_F(Identity, AWriteIsStoredAndReadsBack) {
-    const struct {
-        uint8_t command;
-        std::string argument, file, partition, stored, said;
-        uint8_t read;
-        std::string answer;
-        Lines ran = {};  // without it: an edit of product-info
-    } rows[] = {
-        {.command = kSetDeviceId, .argument = k64 + "y", .partition = "device-id",
-         .stored = "dev_id:" + k64, .said = "device ID is:" + k64 + "\r\n", .read = 53,
-         .answer = k64, .ran = {"flashkv -w /tmp/device-tmp -p device-id"}},
-        {.command = kSetOemId, .argument = k64 + "y", .file = "/tmp/oemid-tmp", .partition = kInfo,
-         .stored = "a:1\noem_id:" + k64 + "\n", .said = "OEM ID is:", .read = 59, .answer = k64},
-        {.command = kSetSpecialId, .argument = "NZ", .file = "/tmp/sid-tmp", .partition = kInfo,
-         .stored = "a:1\nspecial_id:4E5A0000\n", .said = "special ID is:4E5A0000\r\n", .read = 64,
-         .answer = "NZ"},
-        {.command = kSetCountry, .argument = "DE", .file = "/tmp/cc-tmp", .partition = kInfo,
-         .stored = "a:1\ncountry:DE\n", .said = "Country Code is:DE", .read = 66, .answer = "DE"},
-        {.command = kSetMac, .argument = kMac, .partition = "default-mac",
-         .stored = "02-1A-2B-13-7B-0F\n", .said = "new mac is:02-1A-2B-13-7B-0F\r\n", .read = 55,
-         .answer = "02-1A-2B-13-7B-0F", .ran = kMacLines},
-        {.command = kSetPin, .argument = "1234 $x\xFFy", .partition = "pin",
-         .stored = "1234 $x\xFF\n", .said = "new pin is 1234 $x\xFF\n",
-         .ran = {"flashkv -w /tmp/pin-tmp -p pin"}},
-        {.command = kSetGroup, .argument = kGroup, .file = "/tmp/group-tmp", .partition = kInfo,
-         .stored = "a:1\npreconf_k:" + kKey + "\npreconf_g:" + kGid + "\npreconf_p:3\n",
-         .read = 78, .answer = kGroup},
-        {.command = kSetModel, .argument = "M 60", .file = "/tmp/model-tmp", .partition = kInfo,
-         .stored = "a:1\nproduct_name:M 60\n", .said = "model name is:M 60\r\n", .read = 58,
-         .answer = "M 60 V1.0"}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(int{row.command});
+    const auto write = [&](uint8_t command, const std::string& argument, const Lines& lines,
+                           const std::string& partition, const std::string& stored) {
         unit.write("/flash/product-info", "a:1\n");
-        EXPECT_EQ(ask(row.command, row.argument), "");
-        EXPECT_NE(trace.find(row.said), std::string::npos);
-        Lines lines = shellLines(trace);
-        std::erase_if(lines, [](auto& line) { return line.starts_with("rm /tmp/mfgp_group"); });
-        const std::string to = row.file + " -p product-info";
-        EXPECT_EQ(lines, row.file.empty() ? row.ran : Lines({"flashkv -r " + to, "flashkv -w " + to,
-                                                             "rm " + row.file}));
-        EXPECT_EQ(unit.read("/flash/" + row.partition), row.stored);
-        EXPECT_TRUE(row.read == 0 || station.command(row.read).text() == row.answer);
-    }
+        EXPECT_EQ(ask(command, argument), "");
+        Lines ran = shellLines(trace);
+        std::erase_if(ran, [](auto& line) { return line.starts_with("rm /tmp/mfgp_group"); });
+        EXPECT_EQ(ran, lines);
+        EXPECT_EQ(unit.read("/flash/" + partition), stored);
+    };
+    const auto edit = [&](uint8_t command, const std::string& argument, const std::string& file,
+                          const std::string& records) {
+        const std::string of = "/tmp/" + file + " -p product-info";
+        write(command, argument, {"flashkv -r " + of, "flashkv -w " + of, "rm /tmp/" + file}, kInfo,
+              "a:1\n" + records);
+    };
+    write(kSetDeviceId, k64 + "y", {"flashkv -w /tmp/device-tmp -p device-id"}, "device-id",
+          "dev_id:" + k64);
+    EXPECT_NE(trace.find("device ID is:" + k64 + "\r\n"), std::string::npos);
+    write(kSetPin, "1234 $x\xFFy", {"flashkv -w /tmp/pin-tmp -p pin"}, "pin", "1234 $x\xFF\n");
+    EXPECT_NE(trace.find("new pin is 1234 $x\xFF\n"), std::string::npos);
+    write(kSetMac, kMac, kMacLines, "default-mac", "02-1A-2B-13-7B-0F\n");
+    EXPECT_NE(trace.find("new mac is:02-1A-2B-13-7B-0F\r\n"), std::string::npos);
+    edit(kSetOemId, k64 + "y", "oemid-tmp", "oem_id:" + k64 + "\n");
+    edit(kSetSpecialId, "NZ", "sid-tmp", "special_id:4E5A0000\n");
+    edit(kSetCountry, "DE", "cc-tmp", "country:DE\n");
+    edit(kSetModel, "M 60", "model-tmp", "product_name:M 60\n");
+    EXPECT_NE(trace.find("model name is:M 60\r\n"), std::string::npos);
+    EXPECT_EQ(station.command(58).text(), "M 60 V1.0");
+    EXPECT_EQ(station.command(53).text(), k64);
+    edit(kSetGroup, kGroup, "group-tmp",
+         "preconf_k:" + kKey + "\npreconf_g:" + kGid + "\npreconf_p:3\n");
+    EXPECT_EQ(station.command(78).text(), kGroup);
 }
 
 TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {

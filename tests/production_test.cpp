@@ -84,27 +84,24 @@ TEST_F(Production, ConfigurationCheck_AnswersTheRecord) {
         return padded(version, 64) + padded(hardware, 16) + padded(model, 32) +
                padded(country, 64) + padded(region, 64) + word(13);
     };
-    const struct {
-        std::string* field;
-        StateFile put;
-        std::string answer;
-    } rows[] = {
-        {.field = &version, .put = {"/fw/SOFTVERSION", "v"}, .answer = "v"},
-        {.field = &version, .put = {"/fw/SOFTVERSION", x(70)}, .answer = x(63)},
-        {.field = &hardware, .put = {"/fw/HARDVERSION", x(70)}, .answer = x(15)},
-        {.field = &model, .put = {"/fw/MODEL", "\n " + x(70)}, .answer = x(31)},
-        {.field = &model, .put = {"/fw/MODEL", "two words"}, .answer = "two"},
-        {.field = &country, .put = {"/fw/COUNTRY", x(70)}, .answer = x(63)},
-        {.field = &region, .put = {"/fw/SPECIAL_ID", "\n"}, .answer = "UN"}};
-    unit.write("/tmp/fwinfo-MODEL", "stale");
-    for (const auto& row : rows) {
-        *row.field = row.answer;
+    // Each call changes one field and keeps the others.
+    const auto set = [&](std::string* field, const char* key, const std::string& content,
+                         const std::string& answer) {
+        *field = answer;
         const std::string table =
             "cfgTable: len = 244\n fwVer = " + version + ";\n hwVer = " + hardware +
             ";\n specialID = " + region + ";\n country = " + country + ";\nhostname = " + model +
             ";\nenflags = 13;\n";
-        expectRows(kConfig, {{.answer = record(), .said = table, .put = row.put}});
-    }
+        const StateFile put = {std::string("/fw/") + key, content};
+        expectRows(kConfig, {{.answer = record(), .said = table, .put = put}});
+    };
+    unit.write("/tmp/fwinfo-MODEL", "stale");
+    set(&version, "SOFTVERSION", x(70), x(63));
+    set(&hardware, "HARDVERSION", x(70), x(15));
+    set(&model, "MODEL", "\n " + x(70), x(31));
+    set(&model, "MODEL", "two words", "two");
+    set(&country, "COUNTRY", x(70), x(63));
+    set(&region, "SPECIAL_ID", "\n", "UN");
     EXPECT_FALSE(unit.exists("/tmp/fwinfo-MODEL"));
 }
 

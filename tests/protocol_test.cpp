@@ -51,27 +51,20 @@ TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
 // clang-format off
 TEST_F(Protocol, EachPacketType_IsAnswered) {
     const std::string set = "set this", get = "lan_ip of the unit?";
-    const struct {
-        uint8_t type;
-        std::string payload;
-        uint8_t code;
-        std::string answer, trace;
-    } rows[] = {
-        {.type = 1, .payload = set, .code = 2, .trace = "] setCfg: set this\n"},
-        {.type = 2, .payload = get + get, .code = 2, .answer = padded("lan_ip 192.168.1.123", 24),
-         .trace = "] getCfg: lan_ip of the unit?lan_ip"},
-        {.type = 4, .payload = set, .answer = set, .trace = "] MFGPv2: Recive heartbeat packet\n"},
-        {.type = 5, .payload = set, .code = 2, .trace = "Receive sys init packet 0X7F0FF\n"},
-        {.type = 8, .payload = get, .code = 2, .answer = padded("No USB!", 8),
-         .trace = "] MFGPv2: receive TYPE_FTEST_USB\n"}};
+    const auto expectAnswer = [&](uint8_t type, const std::string& payload, uint8_t code,
+                                  const std::string& answer, const std::string& said) {
+        const Answer reply = station.ask({.type = type, .subType = 77, .payload = payload});
+        EXPECT_EQ(reply.header.substr(0, 4), header(type, code, 0));
+        EXPECT_EQ(reply.payload, answer);
+        EXPECT_TRUE(type == 5 || type == 8 || reply.header.at(10) == 77);
+        EXPECT_NE(unit.trace().find(said), std::string::npos) << said;
+    };
     unit.remove("/proc/bus/usb/devices");
-    for (const auto& row : rows) {
-        const Answer reply = station.ask({.type = row.type, .subType = 77, .payload = row.payload});
-        EXPECT_EQ(reply.header.substr(0, 4), header(row.type, row.code, 0));
-        EXPECT_EQ(reply.payload, row.answer);
-        EXPECT_TRUE(row.type == 5 || row.type == 8 || reply.header.at(10) == 77);
-        EXPECT_NE(unit.trace().find(row.trace), std::string::npos) << row.trace;
-    }
+    expectAnswer(1, set, 2, "", "] setCfg: set this\n");
+    expectAnswer(2, get + get, 2, padded("lan_ip 192.168.1.123", 24), "] getCfg: lan_ip of the");
+    expectAnswer(4, set, 0, set, "] MFGPv2: Recive heartbeat packet\n");
+    expectAnswer(5, set, 2, "", "] MFGPv2: Receive sys init packet 0X7F0FF\n");
+    expectAnswer(8, get, 2, padded("No USB!", 8), "] MFGPv2: receive TYPE_FTEST_USB\n");
     // A hub is not listed. Its serial number stays until a device has one.
     const std::string hub = "D:  Ver= 2.00\nP: Vendor=a ProdID=b\nS: SerialNumber=c\nI: Cls=09\n";
     const std::string disk = "D:  Ver= 3.10 Cls=00\nP: Vendor=d ProdID=e\nI: Cls=08\n";

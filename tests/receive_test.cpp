@@ -44,22 +44,19 @@ class ReceivePath : public testing::Test {
 };
 
 TEST_F(ReceivePath, InitAndCancel_FollowTheFlags) {
-    const struct {
-        uint8_t type;
-        uint32_t clear, cleared;  // bits of the flags, before and after
-        bool isReplied = false;
-    } rows[] = {{.type = kInit, .clear = 0, .cleared = 0, .isReplied = true},
-                {.type = kInit, .clear = 2, .cleared = 2},
-                {.type = kCancel, .clear = 0, .cleared = 0},
-                {.type = kCancel, .clear = 4, .cleared = 6},   // a MAC was written
-                {.type = kCancel, .clear = 8, .cleared = 10},  // a PIN
-                {.type = kCancel, .clear = 0x2000, .cleared = 0x2000}};
-    for (const auto& row : rows) {
-        ctx->flags = kFlagsAtStart & ~row.clear;
-        EXPECT_EQ(handle(station, wireOf({.type = row.type})).has_value(), row.isReplied);
-        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~row.cleared) | (row.isReplied ? 1U : 0U));
-        EXPECT_EQ(ctx->peerBound, row.type == kInit ? 1 : 0);
-    }
+    // `clear` and `cleared` are the bits that the flags lack before and after the packet.
+    const auto expectFlags = [&](uint8_t type, uint32_t clear, uint32_t cleared, bool isReplied) {
+        ctx->flags = kFlagsAtStart & ~clear;
+        EXPECT_EQ(handle(station, wireOf({.type = type})).has_value(), isReplied);
+        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~cleared) | (isReplied ? 1U : 0U)) << clear;
+        EXPECT_EQ(ctx->peerBound, type == kInit ? 1 : 0);
+    };
+    expectFlags(kInit, 0, 0, true);
+    expectFlags(kInit, 2, 2, false);
+    expectFlags(kCancel, 0, 0, false);
+    expectFlags(kCancel, 4, 6, false);   // a MAC was written
+    expectFlags(kCancel, 8, 10, false);  // a PIN was written
+    expectFlags(kCancel, 0x2000, 0x2000, false);
 }
 
 TEST_F(ReceivePath, OnlyTheBoundStation_KeepsTheBindingAlive) {
