@@ -25,49 +25,34 @@ std::string outcomes(const std::string& lines) {
     return words;
 }
 
-// clang-format off
 TEST(Batch, Lines_RunOneAtATime) {
     Unit unit;
     const std::string failing =
         "get mac\n# a comment\n\nset pin \"12 4567\\8\"\nqlog stop\nget mac";
-    const struct {
-        std::string lines, options;
-        int exitCode;
-        std::string outcomes, message;
-    } rows[] = {
-        {.lines = failing, .options = "--yes run -", .exitCode = 1, .outcomes = "PASS PASS FAIL ",
-         .message = "\"refused or failed (info 3). Cause: the unit's tool failed"},
-        {.lines = failing, .options = "--yes -k run -", .exitCode = 1,
-         .outcomes = "PASS FAIL FAIL PASS ", .message = "failed"},
-        {.lines = "get button wps --expect 'BUTTON OK'\nget mac", .options = "run -", .exitCode = 1,
-         .outcomes = "FAIL ", .message = "expected 'BUTTON OK', got 'BUTTON NOT OK'"},
-        {.lines = "get mac\r\nraw 7 73\nget mac", .options = "run -", .exitCode = 2,
-         .outcomes = "PASS ERROR ", .message = "needs --yes"},
-        {.lines = "get mac\nget 'mac", .options = "run -", .exitCode = 2,
-         .outcomes = "PASS ERROR ", .message = "a quote is not closed"},
-        {.lines = "get mac --host 10.0.0.1", .options = "run -", .exitCode = 2,
-         .outcomes = "ERROR ", .message = "--host belongs on the command line"},
-        {.lines = "set special-id NZ --yes\nget special-id", .options = "run $file", .exitCode = 0,
-         .outcomes = "PASS PASS ", .message = "\"NZ\""},
-        {.lines = "config set x\nget nothing", .options = "run $file", .exitCode = 2,
-         .outcomes = "ERROR ", .message = "line 2: unknown command 'get n"},
-        {.lines = "get mac\nget ssid", .options = "-n --deadline 1e-9 run $file", .exitCode = 3,
-         .outcomes = "", .message = "reached; 2 commands were not sent"},
-        {.lines = "get mac", .options = "run $file.none", .exitCode = 7, .outcomes = "ERROR ",
-         .message = "No such file"}};
-    for (const auto& row : rows) {
-        unit.write("/lines", row.lines);
+    const auto run = [&](const std::string& lines, const std::string& options, int exitCode,
+                         const std::string& words, const std::string& message) {
+        unit.write("/lines", lines);
         const ShellResult result = shell("file=" + unit.path("/lines").string() +
-                                         "; cat $file | $station -o json " + row.options);
-        EXPECT_EQ(result.exitCode, row.exitCode) << row.lines << "\n" << result.output;
-        EXPECT_EQ(outcomes(result.output), row.outcomes) << row.lines << "\n" << result.output;
-        EXPECT_NE(result.output.find(row.message), std::string::npos) << result.output;
-    }
+                                         "; cat $file | $station -o json " + options);
+        EXPECT_EQ(result.exitCode, exitCode) << lines << "\n" << result.output;
+        EXPECT_EQ(outcomes(result.output), words) << lines << "\n" << result.output;
+        EXPECT_NE(result.output.find(message), std::string::npos) << result.output;
+    };
+    run(failing, "--yes run -", 1, "PASS PASS FAIL ", "(info 3). Cause: the unit's tool failed");
+    run(failing, "--yes -k run -", 1, "PASS FAIL FAIL PASS ", "failed");
+    run("get button wps --expect 'BUTTON OK'\nget mac", "run -", 1, "FAIL ",
+        "expected 'BUTTON OK', got 'BUTTON NOT OK'");
+    run("get mac\r\nraw 7 73\nget mac", "run -", 2, "PASS ERROR ", "needs --yes");
+    run("get mac\nget 'mac", "run -", 2, "PASS ERROR ", "a quote is not closed");
+    run("get mac --host 10.0.0.1", "run -", 2, "ERROR ", "--host belongs on the command line");
+    run("set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\"");
+    run("config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: unknown command 'get n");
+    run("get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "", "; 2 commands were not sent");
+    run("get mac", "run $file.none", 7, "ERROR ", "No such file");
     EXPECT_EQ(unit.read("/flash/pin"), "12 45678\n");
     EXPECT_EQ(count(unit.trace(), "] setCfg: "), 0U);  // a file is checked before its first line
     EXPECT_EQ(shell("echo 'get mac\ninit' | $station -q run -").output, "02-1A-2B-13-7B-00\n");
 }
-// clang-format on
 
 TEST(Batch, HeartbeatsKeepTheUnitBoundWhileItWaits) {
     Unit unit;

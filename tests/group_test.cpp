@@ -9,13 +9,13 @@ const std::string kKey(308, 'k'), kGid(36, 'g');
 
 class Group : public Commands {};
 
-// clang-format off
 TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
     const std::string before = unit.read("/flash/product-info"), good = groupObject(kKey, kGid);
     const std::string rejected = "check group input error\n", noGid = "not find gid object \n";
     const std::string noJson = "json_tokener_parse result is NULL\n";
-    const Lines check = {"rm /tmp/mfgp_group.output > /dev/null 2>&1; "
-                         "/bin/check_group /tmp/mfgp_group.input /tmp/mfgp_group.output"};
+    const Lines check = {
+        "rm /tmp/mfgp_group.output > /dev/null 2>&1; "
+        "/bin/check_group /tmp/mfgp_group.input /tmp/mfgp_group.output"};
     const Lines dump = {check[0], "flashkv -r /tmp/group-tmp -p product-info"};
     const std::string badKey = groupObject(kKey.substr(1) + "\\n", kGid);
     const auto refused = [&](const std::string& argument, const std::string& said, const Lines& ran,
@@ -89,6 +89,5 @@ TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
     unit.remove("/fault/generate_group");
     EXPECT_EQ(ask(kSetGroup, station.command(kGenerate, "3").text()), "");
 }
-// clang-format on
 
 }  // namespace

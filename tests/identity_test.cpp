@@ -16,7 +16,6 @@ const std::string kGroup = "{ \"key\": \"" + kKey + "\", \"gid\": \"" + kGid + "
 constexpr uint8_t kSetDeviceId = 54, kSetOemId = 60, kSetSpecialId = 65, kSetCountry = 67,
                   kSetMac = 75, kSetPin = 76, kSetGroup = 77, kSetModel = 82, kSetImei = 90;
 
-// clang-format off
 const Lines kMacLines = {
     "echo 02-1A-2B-13-7B-0F  > /tmp/mac-tmp", "flashkv -w /tmp/mac-tmp -p default-mac",
     "sh  /lib/essid/essid.sh NORVANE 137B0F &", "mfgp_hook_setmac 02:1A:2B:13:7B:0F"};
@@ -35,11 +34,12 @@ TEST_F(Identity, AFieldIsAnsweredInItsLength) {
                 continue;
             unit.write("/tmp/fwinfo-cache", "stale");
             const size_t most = row.length == 0 ? 64 : row.length;
-            expectRows(row.subType, {
-                {.argument = x(140), .answer = fixed("value"), .put = {file, "value\n"}},
-                {.answer = fixed(row.whenEmpty), .put = {file, ""}},
-                {.answer = x(most), .put = {file, x(100)}},
-                {.answer = fixed("/*/* ? b"), .put = {file, "/*/* ?\nb"}}}, encrypted);
+            expectRows(row.subType,
+                       {{.argument = x(140), .answer = fixed("value"), .put = {file, "value\n"}},
+                        {.answer = fixed(row.whenEmpty), .put = {file, ""}},
+                        {.answer = x(most), .put = {file, x(100)}},
+                        {.answer = fixed("/*/* ? b"), .put = {file, "/*/* ?\nb"}}},
+                       encrypted);
             const std::set<uint8_t> keeping = {10, 56, 57, 68};
             EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), keeping.contains(row.subType));
         }
@@ -88,8 +88,10 @@ TEST_F(Identity, AWriteIsStoredAndReadsBack) {
 TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {
     const std::string longWord(31, 'm');
     for (const auto& [model, word] :
-         {std::pair<std::string, std::string>{"M31-5G_x.1\n", "M31-5G_x.1"}, {"two words", "two"},
-          {longWord + "cut", longWord}, {"left test mode", ""}}) {
+         {std::pair<std::string, std::string>{"M31-5G_x.1\n", "M31-5G_x.1"},
+          {"two words", "two"},
+          {longWord + "cut", longWord},
+          {"left test mode", ""}}) {
         unit.stop();
         unit.start();
         unit.write("/fw/MODEL", model);
@@ -151,6 +153,5 @@ TEST_F(Identity, RadioHooks_EraseOnceAndEnableTestModeRepeatedly) {
     expectRows(17, {{.ran = {"mfgp_hook_erase_radio"}}, {.answer = kFails}});
     EXPECT_EQ(unit.read("/flash/radio"), "");
 }
-// clang-format on
 
 }  // namespace

@@ -25,7 +25,6 @@ class Modem : public Commands {
     }
 };
 
-// clang-format off
 TEST_F(Modem, Module_IsFoundInItsProfile) {
     const auto test = [&](uint8_t command, const std::string& option, const std::string& value,
                           const std::string& console) {
@@ -80,8 +79,10 @@ TEST_F(Modem, ARefusedAntennaTest_ForgetsTheLevelOnceTheModuleIsKnown) {
     for (const char* answer : {"exit", "echo OK; exit"}) {
         unit.fault("cellcli", answer);
         const time_t before = time(nullptr);
-        expectRows(kSetAntenna, {{.argument = "3-1-0-2-2", .answer = kFails,
-                                  .said = "we do not get result\n", .put = {kKind, "FG621"}}});
+        expectRows(kSetAntenna, {{.argument = "3-1-0-2-2",
+                                  .answer = kFails,
+                                  .said = "we do not get result\n",
+                                  .put = {kKind, "FG621"}}});
         EXPECT_GE(time(nullptr) - before, 3);
     }
 }
@@ -153,10 +154,10 @@ TEST_F(Modem, CardReadings_CountOneByteLessAndWrap) {
 TEST_F(Modem, Imei_IsWrittenOnceToFlashAndModem) {
     const std::string digits = "123456789012345", odd = "aZ9%+,-./:=@^_";
     for (const auto& [module, imei, console] :
-         {std::tuple{"RG520N-EU", digits, "atcon -c 'AT+EGMR=1,7,\"" + digits +
-                                          "\"' then atcon -c AT+QPRTPARA=1"},
-          {"FG621", odd, "cellcli -c 'AT+GTCSNUM=1,7,\"" + odd +
-                         "\"' then cellcli -c AT+GTBACKUPDUT"}}) {
+         {std::tuple{"RG520N-EU", digits,
+                     "atcon -c 'AT+EGMR=1,7,\"" + digits + "\"' then atcon -c AT+QPRTPARA=1"},
+          {"FG621", odd,
+           "cellcli -c 'AT+GTCSNUM=1,7,\"" + odd + "\"' then cellcli -c AT+GTBACKUPDUT"}}) {
         unit.stop();
         unit.start();
         unit.write(kKind, "none");
@@ -190,12 +191,13 @@ TEST_F(Modem, Imei_IsReadFromFlashOrIsNines) {
 
 TEST_F(Modem, VersionAndSimImei_ArePadded) {
     unit.write(kKind, "EG060K-EA");
-    expectRows(kVersion, {{.argument = x(140), .answer = padded("11.22", 65),
+    expectRows(kVersion, {{.argument = x(140),
+                           .answer = padded("11.22", 65),
                            .put = {"/modem/version", "11.22 x\n"}}});
-    expectRows(kSimImei, {{.argument = x(70), .answer = padded("4901\n", 16),
-                           .put = {"/modem/imei", "4901\n"}}});
+    expectRows(
+        kSimImei,
+        {{.argument = x(70), .answer = padded("4901\n", 16), .put = {"/modem/imei", "4901\n"}}});
 }
-// clang-format on
 
 bool comesTrue(const std::function<bool()>& holds) {
     bool held = false;

@@ -48,7 +48,6 @@ TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
     EXPECT_EQ(Station({}, "127.0.0.2", 5001).ask({.type = 4}).info(), 8) << "another port";
 }
 
-// clang-format off
 TEST_F(Protocol, EachPacketType_IsAnswered) {
     const std::string set = "set this", get = "lan_ip of the unit?";
     const auto expectAnswer = [&](uint8_t type, const std::string& payload, uint8_t code,
@@ -70,7 +69,9 @@ TEST_F(Protocol, EachPacketType_IsAnswered) {
     const std::string disk = "D:  Ver= 3.10 Cls=00\nP: Vendor=d ProdID=e\nI: Cls=08\n";
     const std::string serial = "S: SerialNumber=f g\n", none = padded("No USB!", 8);
     for (const auto& [devices, answer] :
-         {std::pair{hub, none}, {disk, none}, {hub + disk, padded("3.00,d,e,c;", 16)},
+         {std::pair{hub, none},
+          {disk, none},
+          {hub + disk, padded("3.00,d,e,c;", 16)},
           {hub + serial + disk + disk, padded("3.00,d,e,f;3.00,d,e,f;", 24)}}) {
         unit.write("/proc/bus/usb/devices", devices);
         EXPECT_EQ(station.ask({.type = 8}).payload, answer);
@@ -82,7 +83,6 @@ TEST_F(Protocol, EachPacketType_IsAnswered) {
     }
     EXPECT_NE(unit.trace().find("] MFGPv2: unknow packet type: 255\n"), std::string::npos);
 }
-// clang-format on
 
 TEST_F(Protocol, AHeartbeatThatCannotBeEncodedAgain_GetsAnEmptyDatagram) {
     station.send(wireOfCipherText(4, std::string(44964, 'c')));

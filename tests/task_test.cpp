@@ -78,7 +78,6 @@ std::string runTask() {
     return testing::internal::GetCapturedStderr();
 }
 
-// clang-format off
 TEST(Task, WaitsByModeAndReleasesASilentStation) {
     script = {
         {.isProduceMode = false, .ready = 1, .seconds = 599, .wait = 600},
@@ -95,7 +94,6 @@ TEST(Task, WaitsByModeAndReleasesASilentStation) {
     EXPECT_EQ(handled, 4);
     EXPECT_EQ(flagsSeen, 0x7F0FEU);
 }
-// clang-format on
 
 TEST(Task, WithATakenPort_EndsAtOnce) {
     const Station holder({}, "127.0.0.1", 1040);
