@@ -114,8 +114,7 @@ constexpr OptionRow kOptions[] = {
     {"output", 'o', kOutside, "text|json", setFormat, "json: one object a line (text)"},
     {"quiet", 'q', kOutside, "", setFlag<&Options::quiet>, "print values alone, and no warnings"},
     {"output-file", 0, kOutside, "FILE", setText<&Options::outputFile>,
-     "write the results to this file; {KEY} stands for a label, {time} for the time; -: standard "
-     "output"},
+     "write results to this file (-: standard output); {KEY}: a label, {time}: the time"},
     {"append", 0, kOutside, "", setFlag<&Options::append>,
      "add to the --output-file instead of emptying it"},
     {"station", 0, kOutside, "NAME", setText<&Options::station>,
@@ -139,7 +138,7 @@ constexpr OptionRow kOptions[] = {
     {"packet-id", 0, kOutside, "N", setNumber<&Options::packetId, 0, 0xFFFF>,
      "id of the first packet (any)"},
     {"verbose", 'v', kOutside, "", raiseVerbosity,
-     "tell what is done; twice: header fields as well; three times: plain and wire bytes as well"},
+     "show what is done; -vv: header fields too; -vvv: plain and wire bytes too"},
     {"show-secrets", 0, kOutside, "", setFlag<&Options::showSecrets>,
      "show the PIN in results and traces, and a password in a faulty recipe line"},
     {"expect", 0, kValue, "TEXT", nullptr,
