@@ -4,7 +4,7 @@
 #include <charconv>
 #include <span>
 
-#include "station/values.h"
+#include "station/result.h"
 
 namespace station {
 namespace {
@@ -47,10 +47,7 @@ constexpr AntennaForm kAntennaForms[] = {
 };
 
 std::string namesOf(const AntennaForm& form) {
-    std::string names;
-    for (const char* field : form.fields)
-        names += std::string(" ") + field + '=';
-    return std::string(form.module) + " takes" + names;
+    return std::string(form.module) + " takes " + joined(antennaNames({form.module}));
 }
 
 // Stores one NAME=VALUE at its place in *values. A dash separates the fields on the wire, so no
