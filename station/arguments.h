@@ -1,5 +1,5 @@
-// The arguments of commands: the forms that the rows of the command table name, and the builders of
-// the payloads that are more than the arguments' text.
+// The arguments of commands: the forms that the rows of the command table name, and builders for
+// the payloads that are not simply the text of the arguments.
 #pragma once
 
 #include <string>
@@ -9,33 +9,35 @@
 
 namespace station {
 
-// Checks an argument by its form in the row, such as "PIN" or "wifi|reset|wps". Gives a number its
-// decimal form, and one of several words its spelling in the row. Returns what is wrong, or an
-// empty text. An unknown form allows any text.
+// Checks an argument by its form in the row, such as "PIN" or "wifi|reset|wps". Rewrites a number
+// in decimal, and one of several words in the row's spelling. An unknown form allows any text.
+// Returns an error message, or an empty text.
 std::string checkArgument(const std::string& form, std::string* argument);
 
-// Returns the words that an argument of this form can be. Empty if it can be others.
+// Returns the words that an argument of this form can be, or nothing if the form allows other
+// words.
 Words choicesOf(const std::string& form);
 
 // Returns the words that can follow these arguments of an antenna test: modules, or fields.
 Words antennaNames(const Words& before);
 
-// Builders: each builds the payload from all arguments. Returns an error message, or an empty text.
+// Builders. Each builds the payload from all arguments and returns an error message, or an empty
+// text.
 
-// MAC address of one station: six bytes.
+// Writes six bytes. Refuses a multicast or all-zero address.
 std::string macAddress(const Words& words, Request* request);
 
-// The text of a group object of at most 1,024 bytes.
+// Checks the JSON object of a group, of at most 1,024 bytes.
 std::string groupObject(const Words& words, Request* request);
 
-// The module and the fields of its antenna test, each once and in any order.
+// Takes the module and the fields of its antenna test, each once and in any order.
 std::string antennaFields(const Words& words, Request* request);
 
-// IMEI: 15 digits, the last of which is the check digit unless a second word is given. The unit
-// takes other texts too, but one write alone in a run of its daemon.
+// Checks that an IMEI has 15 digits, and the check digit unless a second word is given. The unit
+// accepts any text, but only once while its daemon runs.
 std::string imei(const Words& words, Request* request);
 
-// Packet type, sub-type and the bytes in hexadecimal.
+// Takes packet type, sub-type and the payload in hexadecimal.
 std::string rawPacket(const Words& words, Request* request);
 
 }  // namespace station

@@ -17,7 +17,7 @@ struct BatchRun {
     bool keepGoing;
     size_t number = 0;
     int last = kExitDone;  // code of the last command
-    Result end = {};  // code of the first command that has not passed; a signal's goes before it
+    Result end = {};       // code of the first command that did not pass, or of a signal
     Clock::time_point start = Clock::now();
 };
 
@@ -136,10 +136,10 @@ void printEnd(const BatchRun& batch, const Output& output) {
     print(record, output);
 }
 
-// Ends the batch: the steps that were not reached are skipped. Returns the exit code.
+// Ends the batch and skips the steps that were not reached. Returns the exit code.
 int finish(BatchRun* batch, std::span<const Step> left) {
     const Output& output = *batch->session->output;
-    for (const Step& step : left)  // as text, they would hide the failure before them
+    for (const Step& step : left)  // not shown as text, which would hide the failure before them
         skip(batch, step, "not reached", output.format == Format::Json);
     if (!output.quiet)
         printEnd(*batch, output);
@@ -218,7 +218,7 @@ int runBatch(const Options& options, Output* output) {
     if (name != "-")
         lines.fd = file ? fileno(file.get()) : -1;
     struct stat status = {};
-    if (lines.fd < 0 || fstat(lines.fd, &status) != 0) {  // errno: of either
+    if (lines.fd < 0 || fstat(lines.fd, &status) != 0) {  // fopen and fstat both set errno
         print(unsent(options.words, unreadable(name)), Layout::Single, output);
         return kExitLocalFault;
     }
@@ -250,7 +250,7 @@ int readSheet(const Options& options, Output* output) {
     bool goesOn = options.dryRun || beginSheet(&batch, &mode);
     for (size_t i = 0; goesOn && i < steps.size(); i++) {
         PreparedCommand& row = steps[i].prepared;
-        if (batch.last == kExitNoAnswer)  // otherwise a unit that was switched off takes a minute
+        if (batch.last == kExitNoAnswer)  // otherwise the rows of a unit that is off take a minute
             row.retry = {1, options.timeout};
         const bool isRefused = mode == Mode::Other && row.command->gate == Gate::ProduceMode;
         goesOn = isRefused

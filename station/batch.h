@@ -7,8 +7,8 @@
 
 namespace station {
 
-// The progress of a batch. Atomic: with several units, the parent process reads what a child
-// counts.
+// The counts of a batch. They are atomic because, with several units, the parent process reads the
+// counts of its children.
 struct Tally {
     std::atomic<unsigned> passed = 0;
     std::atomic<unsigned> failed = 0;
@@ -21,15 +21,15 @@ struct Tally {
 // Returns "3 passed, 1 failed, 0 errors, 2 skipped".
 std::string countsText(const Tally& tally);
 
-// Runs the lines of a file, or as they come from standard input ("-") or another stream. A file is
-// checked to its end before anything is sent. Returns the exit code.
+// Runs the lines of a file or, one by one, of standard input ("-") or another stream. Checks a file
+// completely before anything is sent. Returns the exit code.
 int runBatch(const Options& options, Output* output);
 
-// Carries out the steps in an open session, prints the records of start and end, and ends the
-// session. Returns the exit code.
+// Carries out the steps in an open session, prints the start and end records, and ends the session.
+// Returns the exit code.
 int runSteps(Session* session, std::span<const Step> steps, Tally* tally);
 
-// Reads identity and state of a unit. Returns the exit code.
+// Reads and prints the identity and state of a unit. Returns the exit code.
 int readSheet(const Options& options, Output* output);
 
 }  // namespace station

@@ -26,12 +26,12 @@ bool isDecimalNumber(const std::string& text) {
            std::count(text.begin(), text.end(), '.') <= 1;
 }
 
-// The fields of a module's antenna test in their order on the wire. Those without a name of their
-// own go into the module's AT command as they are: t0, t1, ...
+// The fields of a module's antenna test in their order on the wire. The fields t0, t1, ... have no
+// other name and go into the module's AT command unchanged.
 struct AntennaForm {
     const char* module;
     std::span<const char* const> fields;
-    const char* decimalField;  // "": all are whole numbers
+    const char* decimalField;  // may have decimals; "": all fields are whole numbers
 };
 
 constexpr const char* kEg18Fields[] = {"t0", "t1", "t2", "t3"};
@@ -50,8 +50,8 @@ std::string namesOf(const AntennaForm& form) {
     return std::string(form.module) + " takes " + joined(antennaNames({form.module}));
 }
 
-// Takes one NAME=VALUE into its place in *values. A dash parts the fields on the wire, so that no
-// value can have a sign.
+// Stores one NAME=VALUE at its place in *values. A dash separates the fields on the wire, so no
+// value can have a minus sign.
 std::string readField(const AntennaForm& form, const std::string& word, Words* values) {
     const size_t equals = word.find('=');
     const std::string name = word.substr(0, equals);
@@ -87,8 +87,7 @@ std::string namedFields(const AntennaForm& form, const Words& words, Request* re
     return "";
 }
 
-// Returns the last digit of an IMEI that begins with these 14 (the Luhn sum of all is a multiple of
-// 10).
+// Returns the check digit for the first 14 digits of an IMEI (Luhn).
 char checkDigit(const std::string& digits) {
     int sum = 0;
     for (size_t i = 0; i < 14; i++) {

@@ -1,16 +1,17 @@
-// For a bench that does not work yet: finds units, and names what is missing.
+// The commands for a bench that does not work yet: `discover` finds units, and `check` shows why a
+// unit cannot be used.
 #pragma once
 
 #include "station/session.h"
 
 namespace station {
 
-// Asks at a broadcast address, by default that of each interface, and prints who answers. Binds no
-// unit. Returns the exit code.
+// Sends a question to a broadcast address (default: that of each interface) and prints the units
+// that answer. Binds no unit. Returns the exit code.
 int discover(const Options& options, Output* output);
 
-// Checks each condition of a command to the unit in turn, and stops at the first that does not
-// hold. Binds the unit. Returns the exit code.
+// Checks one after the other what a command to the unit needs, and stops at the first fault. Binds
+// the unit. Returns the exit code.
 int check(const Options& options, Output* output);
 
 }  // namespace station

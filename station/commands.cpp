@@ -18,7 +18,7 @@ Words wordsOf(const char* name) {
     return words;
 }
 
-// Takes the last value of the option out of *named. Returns false if there is none.
+// Removes the last value of the option from *named and stores it. Returns false if there is none.
 bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::string* value) {
     return std::erase_if(*named, [&](const NamedValue& given) {
                const bool isThis = "--" + given.name == name;
@@ -184,7 +184,7 @@ std::string unknownCommand(const Words& words) {
     Words names;
     for (const Command& command : commands())
         names.emplace_back(command.name);
-    // No more words: the next may be a secret argument.
+    // Shows at most two words, because the next one can be a secret argument.
     const std::string typed = words[0] + (words.size() > 1 ? ' ' + words[1] : "");
     const std::string near = suggestion(typed, names, '`');
     return "unknown command '" + typed + "'" +

@@ -1,5 +1,5 @@
-// The commands of the protocol, one row each. Dispatch, help, list, completion, manual
-// and sheet all read the rows.
+// The commands, one row each. Dispatch, help, list, completion, manual and sheet all use these
+// rows.
 #pragma once
 
 #include <span>
@@ -19,20 +19,20 @@ using ArgumentBuilder = std::string (*)(const Words& words, Request* request);
 enum class Access : uint8_t {
     Read,   // may be sent again when the answer is lost
     Poll,   // is sent until there is an answer
-    Test,   // takes long: sent once, for the unit would run it twice
-    Write,  // is sent once: a second one could do harm, or be refused for what the first has done
-    Flash,  // the same, and changes a partition
-    Erase,  // the same, and empties a partition
+    Test,   // takes long; is sent once, because the unit would run a second one too
+    Write,  // is sent once, because a second one can do harm or be refused
+    Flash,  // like Write, and changes a partition
+    Erase,  // like Write, and empties a partition
 };
 
 enum class Gate : uint8_t {
     Open,
-    ProduceMode,  // the unit refuses outside produce mode, and in no other words than it fails
+    ProduceMode,  // the unit refuses it outside produce mode, with the same info as for a failure
 };
 
 enum class Sheet : uint8_t { No, Yes };
 
-// In a row's type: type and sub-type come from the words, and any reply is shown as it is.
+// The type of a row whose type and sub-type come from the arguments. Any reply to it is shown.
 inline constexpr uint8_t kTypeFromWords = 0;
 
 // A value that means "no reading" or "not set".
@@ -74,7 +74,7 @@ bool isNothing(const Command& command, const Value& value);
 
 inline bool isRepeatable(const Command& command) { return command.access <= Access::Poll; }
 
-// "read", "poll", ...
+// Returns "read", "poll", ...
 const char* accessName(Access access);
 
 // Returns the row of a name that is in the table.

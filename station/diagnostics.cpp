@@ -14,7 +14,7 @@ size_t progressLines = 0;
 
 void say(const std::string& text) {
     clearProgress();
-    fflush(stdout);  // what was printed before comes first where both go to one place
+    fflush(stdout);  // keeps the order if both streams go to the same terminal or file
     fprintf(stderr, "mfgp-station: %s\n", text.c_str());
 }
 

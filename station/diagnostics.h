@@ -8,8 +8,7 @@ namespace station {
 // Prints a line that begins with the program's name.
 void say(const std::string& text);
 
-// Shows the text in place of the previous progress line. Does nothing if standard error is not a
-// terminal.
+// Replaces the progress line with the text. Does nothing if standard error is not a terminal.
 void showProgress(const std::string& text);
 
 // Removes the progress line, so that a result can be printed.

@@ -26,7 +26,7 @@ const char* typeName(uint8_t type) {
     return kNames[type < std::size(kNames) ? type : 0];
 }
 
-// Returns the names of the commands with this sub-type. Several differ only in their argument.
+// Returns the names of all commands with this sub-type.
 std::string commandNames(uint8_t type, uint8_t subType) {
     std::string names;
     for (const Command& command : commands())
@@ -35,7 +35,7 @@ std::string commandNames(uint8_t type, uint8_t subType) {
     return names.empty() ? "unknown" : names;
 }
 
-// The twelve bytes that outer and inner header have in common.
+// Adds the first twelve bytes, which the outer and the inner header have in common.
 void addHeader(Record* fields, const uint8_t* header) {
     const bool isReply = mfgp_code(header) == kReplyCode;
     const uint8_t* const id = mfgp_packetId(header);
@@ -68,7 +68,7 @@ void addPayload(Record* fields, const Bytes& plain, const Reply& reply) {
 
 const char* decodeStatusText(DecodeStatus status) {
     static constexpr const char* kTexts[] = {
-        // as in DecodeStatus
+        // in the order of DecodeStatus
         "whole", "empty: the unit does not know the packet type",
         "short form: the unit does not know the version",
         "malformed: version or a length cannot be right",

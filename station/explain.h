@@ -7,8 +7,8 @@
 
 namespace station {
 
-// Returns the fields of any datagram, however broken. "reading" says whether the datagram is whole.
-// The payload is there if its digest is right.
+// Returns the fields of any datagram, even of a broken one. The field "reading" says whether the
+// datagram is complete. The payload is included if the digest is right.
 Record explainDatagram(const Bytes& datagram, const Key& key);
 
 // Returns the same fields without the payload.

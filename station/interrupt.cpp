@@ -12,14 +12,14 @@ namespace station {
 namespace {
 
 volatile sig_atomic_t noted = 0;
-// A signal between a look at it and the wait must end that wait, so it is written down here too.
+// The handler also writes to this pipe, so that a signal that arrives just before a wait ends it.
 int wakePipe[2] = {-1, -1};
 
 void note(int signal) {
     const int error = errno;
     noted = signal;
     const ssize_t written = write(wakePipe[1], "", 1);
-    (void)written;  // full: it wakes already
+    (void)written;  // a full pipe already wakes the wait
     errno = error;
 }
 

@@ -3,8 +3,8 @@
 
 namespace station {
 
-// Starts to record SIGINT, SIGTERM and SIGHUP. The second of the same signal ends the program at
-// once. A signal that was ignored stays ignored. SIGPIPE is ignored, so if the reader of the
+// Starts to record SIGINT, SIGTERM and SIGHUP. A second signal of the same number ends the program
+// at once. Signals that were ignored stay ignored. Ignores SIGPIPE, so that if the reader of the
 // results exits, the write fails and the unit is still released.
 void watchInterrupts();
 

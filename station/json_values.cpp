@@ -55,7 +55,7 @@ json_object* jsonOf(const Value& value) {
         json_object* operator()(const Flags& flags) { return objectOf(membersOf(flags)); }
         json_object* operator()(const List& list) { return arrayOf(list.items); }
         json_object* operator()(const Record& record) { return objectOf(record.members); }
-        // As the unit wrote it, because json-c would write its \u escapes as UTF-8.
+        // Printed as the unit wrote it, because json-c would change its \u escapes to UTF-8.
         json_object* operator()(const ParsedJson& json) {
             json_object* const object = json_object_new_object();
             json_object_set_serializer(object, json_object_userdata_to_json_string,

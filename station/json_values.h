@@ -10,10 +10,11 @@
 
 namespace station {
 
-// Returns the value as JSON; null if there is none. A number stays a number, a record an object.
+// Returns the value as JSON, or null if there is none. A number becomes a number, and a record an
+// object.
 json_object* jsonOf(const Value& value);
 
-// Returns a string; all but printable ASCII in it is \xNN.
+// Returns a JSON string in which every byte except printable ASCII is written as \xNN.
 json_object* jsonString(const std::string& text);
 
 // Parses a text that is strict JSON to its end. Returns null if the text is not, or if it holds a

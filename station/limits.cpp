@@ -22,7 +22,7 @@ std::string checkLimit(const NamedValue& limit) {
     return "";
 }
 
-// Each number of a list has to keep --min and --max.
+// Returns true if the value keeps the limit. In a list, every number must keep --min and --max.
 bool keeps(const NamedValue& limit, const Value& value) {
     if (limit.name == "expect")
         return textOf(value) == limit.value;

@@ -6,18 +6,19 @@
 
 namespace station {
 
-// Moves the options that judge a value out of *named: --expect, --min, --max and --match to
-// *limits, the seconds of --until and --for to *untilSeconds. Leaves those that the command cannot
-// have. Returns what is wrong with one of them, or an empty text.
+// Moves the options that judge a value out of *named: --expect, --min, --max and --match into
+// *limits, and the seconds of --until and --for into *untilSeconds. Options that the command cannot
+// have stay in *named. Returns an error message, or an empty text.
 std::string extractLimits(const Command& command, NamedValues* named, NamedValues* limits,
                           double* untilSeconds);
 
-// Reads a time of more than 0 and at most 86400 seconds. Returns what is wrong, or an empty text.
+// Reads a time of more than 0 and at most 86400 seconds. Returns an error message, or an empty
+// text.
 std::string parseSeconds(const std::string& text, double* seconds);
 
-// Turns a PASS into a FAIL if the value means nothing or does not keep a limit of the result. A
-// value that means nothing is dropped; the raw reply stays. `hides` keeps value and limit out of
-// the message.
+// Turns a PASS into a FAIL if the value means "nothing" or does not keep a limit of the result. A
+// value that means "nothing" is removed, and the raw reply stays. With `hides`, the message
+// contains neither the value nor the limit.
 void judge(const Command& command, bool hides, Result* result);
 
 }  // namespace station

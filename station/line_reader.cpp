@@ -10,7 +10,7 @@
 namespace station {
 namespace {
 
-constexpr size_t kMostLineBytes = 65536;  // no packet takes as much; a device may have no line end
+constexpr size_t kMostLineBytes = 65536;  // more than any packet needs; stops at an endless line
 
 bool isBlank(char character) { return character == ' ' || character == '\t'; }
 
@@ -25,7 +25,8 @@ bool extractLine(LineReader* reader, std::string* line) {
     return true;
 }
 
-// Appends the value of the ${NAME} at *at, and moves *at to its end. Returns false if it has none.
+// Appends the value of the ${NAME} at *at, and moves *at to its end. Returns false if the variable
+// is not defined.
 bool readVariable(const std::string& line, const NamedValues& variables, size_t* at,
                   std::string* word) {
     const size_t end = std::min(line.find('}', *at), line.size());
@@ -81,7 +82,7 @@ LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line) {
         if (length == 0 && reader->ahead.empty())
             return LineEvent::End;
         if (length == 0)
-            reader->ahead += '\n';  // the last line has no end of its own
+            reader->ahead += '\n';  // the last line has no newline
         else if (length > 0)
             reader->ahead.append(part.data(), static_cast<size_t>(length));
     }

@@ -1,4 +1,4 @@
-// Lines of a batch or of an operator, read without ever waiting longer than told.
+// Lines of a batch or of an operator, read with a timeout.
 #pragma once
 
 #include <unistd.h>
@@ -21,9 +21,9 @@ enum class LineEvent { Line, End, TimedOut, Interrupted, Fault };
 LineEvent nextLine(LineReader* reader, int milliseconds, std::string* line);
 
 // Splits a line into words at blanks. Single quotes keep every character. In double quotes and
-// outside of quotes, a backslash keeps the next character, and ${NAME} stands for the last variable
-// of that name, else for the environment's; its value is not split. A # at the start of a word
-// begins a comment. Returns an error message, or an empty text.
+// outside of quotes, a backslash keeps the next character, and ${NAME} is replaced by the last
+// variable of that name, or else by the environment variable. The value is not split. A # at the
+// start of a word begins a comment. Returns an error message, or an empty text.
 std::string splitWords(const std::string& line, const NamedValues& variables, Words* words);
 
 }  // namespace station

@@ -55,7 +55,8 @@ std::string resolve(const std::string& host, unsigned port, sockaddr_in* address
 
 std::string systemError(const std::string& what) { return what + ": " + strerror(errno); }
 
-// Several stations on one host may share the port, each connected to a unit of its own.
+// Binds the socket to the local address, port and interface. Several calls on one machine may share
+// the port, each connected to a different unit. Returns an error message, or an empty text.
 std::string bindLocal(int fd, const Options& options) {
     const int yes = 1;
     sockaddr_in local = {};
@@ -111,8 +112,8 @@ std::string lockUnit(const Options& options, Link* link) {
     return "";
 }
 
-// Throws away what was received before the request: on a fixed port that may be the late answer to
-// an earlier call, and not every answer carries a packet id to know it by.
+// Discards datagrams that were received before the request. On a fixed port they can be late
+// replies to an earlier call, and not every reply has a packet id that shows it.
 void drain(int fd) {
     constexpr int kMost = 1000;
     uint8_t byte = 0;
@@ -124,7 +125,7 @@ void drain(int fd) {
 // Sends the datagram. A pending ICMP error of an earlier datagram makes one send fail without
 // sending, so the send is repeated. Returns 0 or an errno.
 int sendDatagram(int fd, const Bytes& datagram) {
-    constexpr int kAttempts = 8;  // signals in between included
+    constexpr int kAttempts = 8;  // includes interrupted ones
     int reports = 0;
     int error = 0;
     for (int i = 0; i < kAttempts; i++) {
@@ -137,8 +138,7 @@ int sendDatagram(int fd, const Bytes& datagram) {
     return error;
 }
 
-// Receives one datagram into *datagram if there is one in time. Returns 0 or an errno: EAGAIN when
-// there is none.
+// Receives one datagram into *datagram. Returns 0, EAGAIN after the timeout, or another errno.
 int receiveDatagram(int fd, int milliseconds, Bytes* datagram) {
     const int error = waitReadable(fd, milliseconds);
     if (error != 0)
@@ -168,7 +168,7 @@ unsigned traceLevel(const Link& link, const Bytes& datagram) {
     return hides ? std::min(link.verbosity, kFieldsOnly) : link.verbosity;
 }
 
-// Takes a datagram for the answer if it is one.
+// Decodes a datagram and stores it as the answer if it is one.
 void judge(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
            const Bytes& datagram, Answer* answer) {
     answer->reply = openReply(datagram.data(), datagram.size(), link.key);
@@ -176,7 +176,8 @@ void judge(const Link& link, uint8_t type, const std::vector<uint16_t>& sentIds,
     if (fits)
         answer->status = ExchangeStatus::Answered;
     traceDatagram(traceLevel(link, datagram),
-                  fits ? "received" : "ignored what answers no request of now", datagram, link.key);
+                  fits ? "received" : "ignored, because it answers no current request", datagram,
+                  link.key);
 }
 
 void awaitReply(const Link& link, uint8_t type, double seconds,

@@ -66,7 +66,8 @@ Answer ask(Link* link, const Request& request, const RetryPolicy& retry);
 // Returns the seconds from `then` until now.
 double secondsSince(Clock::time_point then);
 
-// Returns the milliseconds until `end`, rounded up so that a wait does not spin at its end.
+// Returns the milliseconds until `end`, rounded up, so that a wait does not spin in its last
+// millisecond.
 int millisecondsUntil(Clock::time_point end);
 
 // Returns the time that many seconds from now.

@@ -13,7 +13,7 @@ Value numberOrNone(size_t number) {
     return number == 0 ? Value() : numberOrText(std::to_string(number));
 }
 
-// Returns the facts of a row that programs use. A value is absent if the row has no such fact.
+// Returns the columns of a row as JSON members, without the columns that are empty in this row.
 std::vector<Member> factsOf(const Command& command) {
     const bool isOfUnit = command.run == nullptr;
     const bool isGated = command.type != 0 && command.gate == Gate::ProduceMode;

@@ -1,4 +1,4 @@
-// The program's own tables for people, programs and the manual.
+// The tables of commands, options and exit codes, for people, programs and the manual.
 #pragma once
 
 #include <functional>
@@ -22,20 +22,20 @@ Listing listCommands();
 Listing listOptions(const std::function<bool(const OptionRow&)>& isListed);
 Listing listExits();
 
-// Returns name and arguments.
+// Returns the entry's name and arguments.
 std::string usageOf(const Entry& entry);
 
-// Returns the columns of the longest usage.
+// Returns the number of columns of the longest usage.
 int usageWidth(const Listing& listing);
 
-// Prints the entries in the output's form: text with a line for each, JSON objects with all facts,
-// one a line, or, with --quiet, the names alone.
+// Prints the entries: as text with one line each, as one JSON object each, or, with --quiet, only
+// the names.
 void print(const Listing& listing, const Output& output);
 
 // Prints the groups of commands and the options of every command.
 void printOverview(const Listing& listing, const Output& output);
 
-// Prints all that is known of one command.
+// Prints everything about one command.
 void printDetails(const Command& command, const Output& output);
 
 }  // namespace station

@@ -5,7 +5,7 @@
 namespace station {
 namespace {
 
-constexpr size_t kAccountTextLimit = 15;  // the unit cuts both texts before it derives its key
+constexpr size_t kAccountTextLimit = 15;  // the unit cuts both texts before it derives the key
 constexpr char kDefaultAccountText[] = "kiosk";
 
 std::string accountText(const std::string& text) {
@@ -17,7 +17,7 @@ uint16_t packetIdOf(const uint8_t* header) {
     return static_cast<uint16_t>(id[0] << 8 | id[1]);
 }
 
-// The first twelve bytes, which are also the whole inner header.
+// Reads the first twelve bytes. The inner header consists of the same twelve bytes.
 void fillHeader(uint8_t* header, uint8_t type, uint8_t subType, uint16_t packetId, size_t length) {
     mfgp_setVersion(header, kProtocolVersion);
     mfgp_setType(header, type);
@@ -33,8 +33,8 @@ Bytes wrapInner(const Request& request, uint16_t packetId) {
     return inner;
 }
 
-// Replaces the payload by the inner one. Returns false when there is no whole inner packet. What
-// refuses the packet before the command is looked at comes without one.
+// Replaces the payload by the inner one. Returns false when the inner packet is incomplete.
+// Refusals sent before the inner command is parsed (info 7, 8, 9) have none.
 bool unwrapInner(Reply* reply) {
     const Bytes& outer = reply->payload;
     if (outer.empty())
@@ -89,7 +89,7 @@ Bytes buildRequest(const Request& request, uint16_t packetId, const Key& key) {
     const Bytes payload = inner ? wrapInner(request, packetId) : request.payload;
     const size_t padded = (payload.size() + kCipherBlock - 1) / kCipherBlock * kCipherBlock;
 
-    Bytes packet(kHeaderSize + padded + kCipherBlock);  // the cipher wants a block to spare
+    Bytes packet(kHeaderSize + padded + kCipherBlock);  // the cipher needs a spare block
     uint8_t* const header = packet.data();
     fillHeader(header, request.type, inner ? uint8_t{0} : request.subType, packetId, padded);
     std::copy(payload.begin(), payload.end(), mfgp_payload(header));

@@ -1,4 +1,4 @@
-// Datagrams without I/O: how a request looks on the wire, and what a datagram of the unit says.
+// Builds requests and decodes replies, without I/O.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,7 @@ struct Request {
     Bytes payload;    // of an encrypted command the inner one
 };
 
-// Makes the text the request's payload.
+// Stores the text as the request's payload.
 inline void putText(const std::string& text, Request* request) {
     request->payload.assign(text.begin(), text.end());
 }
@@ -47,25 +47,25 @@ struct Reply {
     Bytes payload;  // plain, with the zero bytes that pad it; of an encrypted command the inner one
 };
 
-// The key of an account. An empty name or password stands for the unit's default.
+// Returns the key of an account. An empty name or password means the unit's default.
 Key keyOf(const std::string& user, const std::string& password);
 
-// The most payload bytes that a unit deciphers in a request of this type.
+// Returns the largest payload, in bytes, that a unit deciphers in a request of this type.
 size_t payloadLimit(uint8_t type);
 
-// The datagram of a request. The payload must be within payloadLimit.
+// Returns the datagram of a request. The payload must be within payloadLimit.
 Bytes buildRequest(const Request& request, uint16_t packetId, const Key& key);
 
-// The packet of a datagram in plain text with its digest zeroed, as both sides digest it. The
-// datagram has a whole header.
+// Returns the packet in plain text with a zeroed digest, which is the input of the digest. The
+// datagram must have a complete header.
 Bytes plainPacket(const uint8_t* datagram, size_t length, const Key& key);
 
-// Reads any datagram, however broken.
+// Decodes any datagram, even a broken one.
 Reply openReply(const uint8_t* datagram, size_t length, const Key& key);
 
-// Returns true if the reply may answer a request of this type that was sent under one of the ids.
-// An echo of the request is not an answer, except to a heartbeat, which the unit sends back as it
-// was. A datagram without an id cannot be told from an answer and counts as one.
+// Returns true if the datagram can be the reply to a request of this type with one of the ids. An
+// echo of the request is not a reply, except for a heartbeat, whose reply equals the request. A
+// datagram without an id counts as a reply, because it cannot be distinguished from one.
 bool answers(const Reply& reply, uint8_t type, const std::vector<uint16_t>& sentIds);
 
 }  // namespace station

@@ -26,7 +26,7 @@ std::string inSeconds(double seconds) {
     return text;
 }
 
-// A unit obeys this packet in silence. It answers only to refuse it.
+// Returns true for the packet that a unit obeys without a reply. It answers only to refuse it.
 bool isSilent(const Request& request) { return request.type == kTypeCancelTest; }
 
 std::string silenceHint(const Request& request) {
@@ -36,7 +36,7 @@ std::string silenceHint(const Request& request) {
                  "mfgpd is restarted";
 }
 
-// A request that went out without a reply to believe may have been obeyed.
+// Without a trustworthy reply, the unit may still have executed the request.
 std::string readBackOffer(const Command& command) {
     if (isRepeatable(command))
         return "";
@@ -96,7 +96,7 @@ Outcome refusal(const Command& command, uint8_t code) {
     return {info.exit, text};
 }
 
-// These two refuse the packet whatever its account, so they are believed without a digest.
+// These two are sent before the account matters, so they are trusted without a digest.
 bool refusesPacket(const Reply& reply) {
     return reply.info == kInfoOtherPeer || reply.info == kInfoDecodeFailed;
 }
@@ -114,8 +114,8 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
         case DecodeStatus::WrongDigest:
             if (refusesPacket(reply))
                 return refusal(command, reply.info);
-            // A request without payload is digested over its header alone. So the unit obeys it
-            // under any account, and a wrong one shows only in the payload that comes back.
+            // The digest of a request without payload does not depend on the account. The unit
+            // obeys it, and only the payload of the reply shows that the account is wrong.
             return {kExitAccount,
                     "cannot decrypt the reply: wrong user name or password for this unit "
                     "(user '" +

@@ -9,7 +9,7 @@
 
 namespace station {
 
-// Scripts on the line branch on these numbers: never renumber them.
+// Scripts depend on these numbers. Do not renumber them.
 enum ExitCode : int {
     kExitDone = 0,
     kExitFailed = 1,  // the unit failed or refused
@@ -28,10 +28,10 @@ struct ExitCodeRow {
     const char* meaning;
 };
 
-// The rows in the order of their codes.
+// Returns the rows in the order of their codes.
 std::span<const ExitCodeRow> exits();
 
-// The word of an exit code.
+// Returns the outcome word of an exit code.
 const char* outcomeWord(int code);
 
 struct Outcome {
@@ -43,7 +43,7 @@ struct Outcome {
 Outcome outcomeOf(const Command& command, const Request& request, const Answer& answer,
                   const Link& link);
 
-// The unit's mode, as far as it is known.
+// The unit's mode, if it is known.
 enum class Mode : uint8_t { Unknown, Produce, Other };
 
 // Returns the causes that a refusal with info 3 can have in this mode.

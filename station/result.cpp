@@ -71,7 +71,7 @@ void printJson(const Result& result, const Output& output) {
         fprintf(output.file, "%s\n", jsonLine(value.get()).c_str());
 }
 
-// Returns the result without what a unit has sent back of a secret.
+// Returns the result without the secret that the unit sent back.
 Result withoutSecrets(Result result) {
     if (result.raw && result.value.exists())
         result.value = {kHidden};
@@ -81,7 +81,7 @@ Result withoutSecrets(Result result) {
     return result;
 }
 
-// Puts labels and time in the places of {KEY} and {time}. Returns what is wrong, or an empty text.
+// Replaces {KEY} by the label and {time} by the time. Returns an error message, or an empty text.
 std::string fillName(const NamedValues& labels, std::string* name) {
     for (size_t at = 0; (at = name->find('{', at)) != std::string::npos;) {
         const size_t end = std::min(name->find('}', at), name->size());
@@ -94,7 +94,7 @@ std::string fillName(const NamedValues& labels, std::string* name) {
             text = label->value;
         else if (key != "time")
             return "--output-file: there is no label '" + key + "'";
-        std::replace(text.begin(), text.end(), '/', '_');  // a label stays in its folder
+        std::replace(text.begin(), text.end(), '/', '_');  // a label cannot choose another folder
         name->replace(at, end - at + 1, text);
         at += text.size();
     }

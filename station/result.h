@@ -52,16 +52,17 @@ struct Output {
     bool reachesErrors = false;  // the file and standard error are one, as on a terminal
 };
 
-// Opens the --output-file if the options name one; empties it without --append. {KEY} in the name
-// stands for a label, {time} for the time in UTC. Called late, so that a mistake in the words
-// leaves the file of earlier results alone. Returns what went wrong, or an empty text.
+// Opens the --output-file if there is one, and empties it unless --append is given. {KEY} in its
+// name is replaced by a label, and {time} by the time in UTC. Called after the command line was
+// checked, so that a mistake does not empty the file of earlier results. Returns an error message,
+// or an empty text.
 std::string openOutput(const Options& options, Output* output);
 
-// Prints the result as one JSON object or as text, at once. The message of one that has not passed
-// also goes to standard error, unless the rows of a batch are seen there already.
+// Prints the result as one JSON object or as text, and flushes the output. If the command did not
+// pass, also prints the message on standard error, unless the rows of a batch already appear there.
 void print(const Result& result, Layout layout, Output* output);
 
-// A record with the members that all records of a call have, and a way to add more.
+// A record with the members that all records of a call have. More members can be added.
 struct JsonRecord {
     JsonRecord(const char* kind, const std::string& unit, const Output& output);
     void add(const char* name, json_object* value) const {
@@ -70,7 +71,7 @@ struct JsonRecord {
     Json object{json_object_new_object()};
 };
 
-// Prints the record on one line, at once.
+// Prints the record on one line and flushes the output.
 void print(const JsonRecord& record, const Output& output);
 
 // Returns the result's outcome in one word.
@@ -82,13 +83,14 @@ std::string timeText(std::chrono::system_clock::time_point time);
 // Returns a JSON string, or null for an empty text.
 json_object* stringOrNull(const std::string& text);
 
-// Writes the buffered record, whole even where other processes write to the same output.
+// Writes the buffered record. It stays in one piece even if other processes write to the same
+// output.
 void flush(const Output& output);
 
 // Returns false when anything could not be written.
 bool isWritten(const Output& output);
 
-// Words with a blank between them.
+// Returns the words with a blank between them.
 std::string joined(const Words& words);
 
 }  // namespace station

@@ -57,8 +57,8 @@ int perform(const Options& options, Output* output) {
     return finish(result, output);
 }
 
-// Checks that the words name a command, and the arguments of the client's own. Returns what is
-// wrong, or an empty text.
+// Checks that the words name a command, and the arguments of the client's own commands. Returns an
+// error message, or an empty text.
 std::string checkCommand(const Options& options, const Command* command, const Words& rest) {
     if (options.help || options.version)
         return "";
@@ -77,7 +77,7 @@ std::string checkCommand(const Options& options, const Command* command, const W
     return wrong.empty() ? "" : std::string(command->name) + ": " + wrong;
 }
 
-// Returns true if the command prints what the program knows by itself.
+// Returns true if the command prints only tables of the program and needs no account.
 bool isOffline(const Options& options, const Command* command) {
     const auto run = command != nullptr ? command->run : nullptr;
     return options.help || options.version || run == list || run == help || run == complete;

@@ -8,7 +8,7 @@ namespace station {
 // Carries out the command line. Returns the exit code.
 int run(int argc, char** argv);
 
-// Each prints something that needs no unit, and returns the exit code.
+// Carries out a command that needs no unit. Returns the exit code.
 int list(const Options& options, Output* output);
 int decode(const Options& options, Output* output);
 int help(const Options& options, Output* output);

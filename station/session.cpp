@@ -20,7 +20,7 @@ constexpr double kPollTotalSeconds = 60;
 constexpr double kUntilPause = 0.5;  // seconds between two reads of --until
 
 RetryPolicy retryPolicyOf(const Command& command, const Options& options) {
-    constexpr double kRefusalSeconds = 0.2;  // a cancel is obeyed in silence
+    constexpr double kRefusalSeconds = 0.2;  // a cancel is answered only by a refusal
     const unsigned tries = 1 + options.retries;
     if (command.type == kTypeCancelTest)
         return {1, std::min(options.timeout, kRefusalSeconds)};
@@ -31,7 +31,7 @@ RetryPolicy retryPolicyOf(const Command& command, const Options& options) {
     }
     if (isRepeatable(command))
         return {tries, options.timeout + command.toolSeconds};
-    // In the time of all tries together: nothing can be sent again.
+    // Sent once, and waits as long as all attempts of a read together.
     return {1, options.timeout * tries + command.toolSeconds};
 }
 
@@ -67,7 +67,7 @@ void recordReply(const Command& command, const Reply& reply, Result* result) {
     if (reply.status != DecodeStatus::Whole)
         return;
     result->raw = reply.payload;
-    // Who sends a packet of his own sees what came back, whatever the unit thought of it.
+    // A raw packet shows its reply, whatever the info code.
     const bool isShown = result->outcome.code == kExitDone || command.type == kTypeFromWords;
     if (command.format != nullptr && isShown)
         result->value = command.format(reply);
@@ -91,7 +91,8 @@ bool needsProof(const Session& session, const PreparedCommand& prepared) {
            prepared.request.type != kTypeCancelTest;
 }
 
-// Names the cause of info 3, which is the same for a refusal outside produce mode and a failure.
+// Adds the cause of info 3 to the message. A unit sends info 3 both for a refusal outside produce
+// mode and for a failure.
 void nameCause(Session* session, const PreparedCommand& prepared, Result* result) {
     const bool isAsked = result->outcome.code == kExitFailed && result->info == kInfoFailed &&
                          prepared.command->gate == Gate::ProduceMode &&
@@ -112,8 +113,8 @@ void askOnce(Session* session, const PreparedCommand& prepared, Result* result) 
     judge(*prepared.command, result->isSecret && !session->options.showSecrets, result);
 }
 
-// Puts the text of a file in the place of its name, given with or without @ in front, where the
-// command takes either.
+// If the command takes @FILE, replaces the file's name, with or without @, by its text. Returns an
+// error message, or an empty text.
 std::string loadArgumentFile(const Command& command, Words* words) {
     const bool takesFile = std::string_view(command.arguments).ends_with("@FILE");
     if (!takesFile || words->size() != 1 || words->front().empty() || words->front()[0] == '{')
@@ -190,7 +191,7 @@ Mode readMode(Session* session) {
     PreparedCommand read = prepareRow(commandNamed("get product-id"), session->options);
     read.retry.tries = 1;
     const Reply reply = exchange(session, read).reply;
-    if (reply.status != DecodeStatus::Whole || !reply.hasId)  // the latter: there was no answer
+    if (reply.status != DecodeStatus::Whole || !reply.hasId)  // without an id, there was no reply
         return Mode::Unknown;
     if (reply.info == kInfoSuccess)
         return Mode::Produce;

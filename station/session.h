@@ -41,33 +41,38 @@ int openSession(Session* session);
 // Carries out the prepared command: asks the unit, or only shows the datagram.
 Result execute(Session* session, const PreparedCommand& prepared);
 
-// Reads something that the unit answers in any mode, with a payload: only a payload shows whether
-// the account is right. Returns the outcome of the read.
+// Sends a read that the unit answers in any mode with a payload. Only a reply with a payload shows
+// whether the account is right. Returns the outcome of the read.
 Outcome proveAccount(Session* session);
 
-// Asks one gated read, once, and returns the mode that its reply shows.
+// Sends one read that needs produce mode, without a retry, and returns the mode that its reply
+// shows.
 Mode readMode(Session* session);
 
 // Ends the session. With --release, releases the unit for another station. Does not wait,
 // because the unit does not answer.
 void endSession(Session* session);
 
-// Returns the result of a command that was not sent: the outcome, unless a signal came first.
+// Returns the result of a command that was not sent: the given outcome, or that of a signal if one
+// has arrived.
 Result unsent(const Words& words, const Outcome& outcome);
 
-// Reads the next line like nextLine, until the deadline, and keeps the unit bound meanwhile.
+// Reads the next line like nextLine. Waits until the deadline, and keeps the unit bound meanwhile.
 LineEvent readLine(Session* session, LineReader* reader, std::string* line);
 
-// Makes sure of what the order changes for good: reset and erasing always, in a batch flash too.
+// Returns true if the command needs a confirmation: always for an erase, and in a batch also for a
+// write to flash.
 bool needsConfirmation(const PreparedCommand& prepared, bool inBatch);
 
-// Asks the question on the terminal, by the reader of standard input. Returns why not to go on.
+// Asks the question on the terminal and reads the answer with the reader. Returns an outcome that
+// is not done if the command must not be sent.
 Outcome confirm(Session* session, LineReader* terminal, const std::string& question);
 
 // Returns the question before a command that cannot be undone.
 std::string questionOf(const Options& options, const Command& command);
 
-// Waits, and keeps the unit bound meanwhile. Returns false if a signal or the deadline came first.
+// Waits, and keeps the unit bound meanwhile. Returns false if a signal or the deadline ended the
+// wait.
 bool pause(Session* session, double seconds);
 
 }  // namespace station

@@ -15,7 +15,7 @@
 namespace station {
 namespace {
 
-// Far above any account or group object: what is longer is another file, or a device without end.
+// Larger than any account or group object. A longer file is a mistake or an endless device.
 constexpr size_t kMostFileBytes = 65536;
 
 void warn(const Options& options, const std::string& text) {
@@ -54,9 +54,9 @@ Words settingNames() {
     return names;
 }
 
-// Applies the settings for all units, and those of the section that options->host names. Its own
-// host comes in the place of the name. Collects the names of the sections. A missing file has no
-// settings. Returns what is wrong, or an empty text.
+// Applies the settings for all units, and those of the section that options->host names. The host
+// of this section replaces the name. Collects the names of the sections. A missing file has no
+// settings. Returns an error message, or an empty text.
 std::string applySettings(Options* options, Words* aliases) {
     std::string text;
     std::string wrong = readFile(settingsFile(), &text);

@@ -1,25 +1,26 @@
-// Options from elsewhere than the command line: the settings file ~/.config/mfgp-station.conf,
-// environment variables, and the account. The file has options that hold for all units, and a
-// section of options for each unit under its alias.
+// Options that do not come from the command line: the settings file ~/.config/mfgp-station.conf,
+// environment variables, and the account. The file has options for all units, and a section for
+// each alias of a unit.
 #pragma once
 
 #include "station/outcome.h"
 
 namespace station {
 
-// Reads the options: the command line's, then MFGP_HOST, then those of the settings file. A host
-// that is an alias is replaced by the host of its section. Returns what is wrong, or an empty text.
+// Reads the options of the command line, MFGP_HOST and the settings file, in this order of
+// priority. Replaces an alias by the host of its section. Returns an error message, or an empty
+// text.
 std::string readOptions(int argc, char** argv, Options* options);
 
 // Returns the aliases of the settings file.
 Words hostAliases();
 
-// Fills in the account: what no option gives comes from the account file if one is named, else from
-// MFGP_USER and MFGP_PASSWORD. Asks for a missing password of a user on the terminal if there is
-// one. Warns of a password that others can read. Returns what is wrong with the file.
+// Completes the account. Without an option, user name and password come from the account file, or
+// else from MFGP_USER and MFGP_PASSWORD. If there is a user name but no password, asks on the
+// terminal. Warns if other users can read the password. Returns an error if the file is wrong.
 Outcome loadAccount(Options* options);
 
-// Reads a file's text of at most 65,536 bytes. Returns what is wrong, or an empty text.
+// Reads a text file of at most 65,536 bytes. Returns an error message, or an empty text.
 std::string readFile(const std::string& name, std::string* text);
 
 }  // namespace station

@@ -10,7 +10,7 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 
-// Returns -1 if the character is not a hexadecimal digit.
+// Returns the value of a hexadecimal digit, or -1.
 int hexValue(char digit) {
     if (digit >= '0' && digit <= '9')
         return digit - '0';
@@ -21,8 +21,7 @@ int hexValue(char digit) {
     return -1;
 }
 
-// Returns how many characters are to be inserted, deleted or replaced to turn one text into the
-// other.
+// Returns the number of characters to insert, delete or replace to turn one text into the other.
 size_t editDistance(const std::string& from, const std::string& into) {
     std::vector<size_t> row(into.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});

@@ -28,7 +28,7 @@ Words split(const std::string& text, char separator) {
     return parts;
 }
 
-// A text field of the configuration record.
+// Reads a text field of the configuration record.
 struct Field {
     const char* name;
     size_t offset;
@@ -57,7 +57,7 @@ std::string flagsText(const Flags& flags) {
     return text;
 }
 
-// Returns a line for each member; the members of a record inside have its name in front.
+// Returns a line for each member. The members of an inner record have its name as a prefix.
 std::string linesOf(const Record& record, const std::string& prefix) {
     std::string lines;
     for (const Member& member : record.members) {
@@ -90,11 +90,11 @@ Value decodeEnableFlags(const Reply& reply) { return {Flags{reply.payload[0]}}; 
 
 Value decodeFanSpeeds(const Reply& reply) {
     Bytes bytes = reply.payload;
-    std::erase(bytes, '\n');  // a fan service may end each speed with one
+    std::erase(bytes, '\n');  // a fan service may add one after each speed
     List list = {printableText(bytes), {}};
     std::istringstream words(list.text);
     std::string word;
-    words >> word;  // how many there are
+    words >> word;  // the number of fans
     while (words >> word)
         list.items.push_back(numberOrText(word));
     list.text.insert(std::min(list.text.find(' '), list.text.size()), " fans:");

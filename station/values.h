@@ -67,7 +67,7 @@ struct Value {
     bool exists() const { return of.index() != 0; }
 };
 
-// Decodes the payload of a whole reply.
+// Decodes the payload of a complete reply.
 using ReplyFormat = Value (*)(const Reply& reply);
 
 // Decodes the text up to the first zero byte. All but printable ASCII becomes \xNN, so that a

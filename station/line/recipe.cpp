@@ -20,7 +20,7 @@ Outcome prepareSleep(const Words& words, Step* step) {
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
-// `ensure` is the write, and the read that shows its field.
+// Prepares `ensure` as a write, and as the read that shows the field.
 Outcome prepareWrite(Options* own, Step* step) {
     const bool ensures = own->words[0] == "ensure";
     if (ensures)
@@ -50,7 +50,7 @@ bool isWritten(const PreparedCommand& write, const Value& value) {
 // Reads the field, writes it only if it differs, and reads it back.
 Result ensureField(Session* session, const Step& step) {
     Result read = execute(session, session->options.dryRun ? step.prepared : *step.readBack);
-    // A field that means "nothing" was read, but does not pass.
+    // A read of a field that means "nothing" succeeded, although its outcome is FAIL.
     const bool isRead = read.outcome.code == kExitDone ||
                         (read.outcome.code == kExitFailed && read.info == kInfoSuccess);
     if (!isRead || read.word != nullptr)
@@ -77,7 +77,7 @@ void nameStep(const Step& step, Result* result) {
     result->arguments = step.prepared.arguments;
     result->row = step.prepared.command;
     if (step.readBack)
-        result->command.replace(0, 3, "ensure");  // in the place of "set"
+        result->command.replace(0, 3, "ensure");  // instead of "set"
 }
 
 Result sleepFor(Session* session, const Step& step) {

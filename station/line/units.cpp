@@ -19,17 +19,17 @@
 namespace station {
 namespace {
 
-constexpr size_t kMostRecordBytes = 1 << 20;  // a reply of 64 KiB is there twice, escaped
+constexpr size_t kMostRecordBytes = 1 << 20;  // a record contains a reply of 64 KiB twice, escaped
 
 struct Unit {
     std::string name;
-    std::string column;      // the name, as wide as the longest
+    std::string column;      // the name, padded to the longest one
     Tally* tally = nullptr;  // the child writes it
     pid_t pid = -1;          // 0: has ended
     int code = kExitLocalFault;
 };
 
-// Reads the units of a file with one in each line, or of a list with commas.
+// Reads the units from a file with one per line, or from a list with commas.
 std::string readUnits(const Options& options, std::vector<Unit>* units) {
     std::string text;
     if (!readFile(options.units, &text).empty())
@@ -51,10 +51,10 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     return names.empty() ? "no units" : wrong;
 }
 
-// Is the child: carries the steps out and ends the process. All children share the output, and each
-// writes whole records.
+// Runs in the child: carries the steps out and ends the process. All children share the output, and
+// each writes complete records.
 [[noreturn]] void beChild(const Session& parent, const Unit& unit, std::span<const Step> steps) {
-    setpgid(0, 0);  // an interrupt from the terminal reaches the parent alone, which hands it on
+    setpgid(0, 0);  // an interrupt from the terminal reaches only the parent, which passes it on
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     Options options = parent.options;
     setOption("host", unit.name, &options);
@@ -63,14 +63,14 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     setvbuf(parent.output->file, nullptr, _IOFBF, kMostRecordBytes);
     Session session = {options, parent.output};
     int code = openSession(&session);
-    parent.output->reachesErrors = true;  // the end table names the units that have not passed
+    parent.output->reachesErrors = true;  // no messages: the table at the end shows the failures
     if (code == kExitDone)
         code = runSteps(&session, steps, unit.tally);
     fflush(nullptr);
     _exit(code);
 }
 
-// Shows one line for each unit that is still running, as far as a terminal has lines.
+// Shows one line for each unit that is still running, at most 20.
 void showRunning(const std::vector<Unit>& units) {
     constexpr int kMostLines = 20;
     std::string text;
@@ -86,7 +86,7 @@ void showRunning(const std::vector<Unit>& units) {
     showProgress(text + (lines > kMostLines ? "and more units" : ""));
 }
 
-// Waits until all children have ended, and hands a signal on to them.
+// Waits until all children have ended, and passes a signal on to them.
 void awaitAll(std::vector<Unit>* units, bool showsProgress) {
     constexpr int kMilliseconds = 100;
     int handedOn = 0;
