@@ -48,14 +48,16 @@ std::string extractLimits(const Command& command, NamedValues* named, NamedValue
         const bool isUntil = command.access == Access::Read && (name == "until" || name == "for");
         const bool isLimit = command.format != nullptr && (name == "expect" || name == "min" ||
                                                            name == "max" || name == "match");
-        if (isLimit)
+        std::string fault;
+        if (isLimit) {
             limits->push_back(given);
-        if (isLimit && wrong.empty())
-            wrong = checkLimit(given);
-        if (isUntil && name == "for")
-            wrong = parseSeconds(given.value, untilSeconds);
-        else if (isUntil && *untilSeconds == 0)
+            fault = checkLimit(given);
+        } else if (isUntil && name == "for") {
+            fault = parseSeconds(given.value, untilSeconds);
+        } else if (isUntil && *untilSeconds == 0) {
             *untilSeconds = kUntilSeconds;
+        }
+        wrong = wrong.empty() ? fault : wrong;
         return isLimit || isUntil;
     });
     return wrong;

@@ -24,13 +24,8 @@ json_object* arrayOf(const Words& words) {
 }
 
 Words shownArguments(const Result& result, const Output& output) {
-    const auto table = commands();
-    const auto row = std::find_if(table.begin(), table.end(), [&result](const Command& command) {
-        return command.name == result.command;
-    });
-    const Command* const command = row != table.end() ? &*row : nullptr;
     return output.options->showSecrets ? result.arguments
-                                       : withoutSecrets(command, result.arguments);
+                                       : withoutSecrets(result.row, result.arguments);
 }
 
 json_object* objectOf(const NamedValues& limits) {
@@ -92,6 +87,7 @@ std::string fillName(const NamedValues& labels, std::string* name) {
         const size_t end = std::min(name->find('}', at), name->size());
         const std::string key = name->substr(at + 1, end - at - 1);
         std::string text = timeText(std::chrono::system_clock::now());
+        std::erase(text, ':');  // some file systems do not allow it
         const auto label = std::find_if(labels.rbegin(), labels.rend(),
                                         [&key](const auto& given) { return given.name == key; });
         if (label != labels.rend())

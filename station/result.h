@@ -31,6 +31,7 @@ struct Result {
     std::optional<uint16_t> packetId;  // of the last packet sent
     int line = 0;                      // of the recipe, 0 outside of one
     bool isSecret = false;             // value, raw reply and limits are shown with --show-secrets
+    const Command* row = nullptr;      // the command's, for its secret arguments
 };
 
 enum class Layout : uint8_t {

@@ -39,6 +39,7 @@ Result resultOf(const PreparedCommand& prepared, const std::string& unit) {
     Result result;
     result.command = prepared.command->name;
     result.arguments = prepared.arguments;
+    result.row = prepared.command;
     result.unit = unit;
     result.measure = prepared.command->unit;
     result.limits = prepared.limits;
@@ -237,10 +238,10 @@ void endSession(Session* session) {
 
 Result unsent(const Words& words, const Outcome& outcome) {
     Result result;
-    const Command* const command = findCommand(words, &result.arguments);
-    if (command == nullptr && !words.empty())
+    result.row = findCommand(words, &result.arguments);
+    if (result.row == nullptr && !words.empty())
         result.arguments.assign(words.begin() + 1, words.end());
-    result.command = command != nullptr ? command->name : words.empty() ? "" : words[0];
+    result.command = result.row != nullptr ? result.row->name : words.empty() ? "" : words[0];
     result.outcome = interruptSignal() != 0 ? interrupted("") : outcome;
     return result;
 }

@@ -75,6 +75,7 @@ void nameStep(const Step& step, Result* result) {
         return;
     result->command = step.prepared.command->name;
     result->arguments = step.prepared.arguments;
+    result->row = step.prepared.command;
     if (step.readBack)
         result->command.replace(0, 3, "ensure");  // in the place of "set"
 }
