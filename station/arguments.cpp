@@ -87,7 +87,7 @@ Words choicesOf(const std::string& form) {
         for (const Region& row : kRegions)
             if (row.letters != nullptr)
                 choices.emplace_back(row.letters);
-    const std::regex word("[a-z0-9][a-z0-9-]*");  // capitals stand for any text
+    const std::regex word("[a-z0-9][a-z0-9-]*");  // capitals: any text
     if (form.find('|') != std::string::npos)
         choices.assign(std::sregex_token_iterator(form.begin(), form.end(), word), {});
     return choices;

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <span>
 
-#include "station/values.h"
+#include "station/result.h"
 
 namespace station {
 namespace {
@@ -47,10 +47,7 @@ constexpr AntennaForm kAntennaForms[] = {
 };
 
 std::string namesOf(const AntennaForm& form) {
-    std::string names;
-    for (const char* field : form.fields)
-        names += std::string(" ") + field + '=';
-    return std::string(form.module) + " takes" + names;
+    return std::string(form.module) + " takes " + joined(antennaNames({form.module}));
 }
 
 // Takes one NAME=VALUE into its place in *values. A dash parts the fields on the wire, so that no

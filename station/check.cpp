@@ -86,7 +86,8 @@ int askWho(const Link& link, const std::vector<sockaddr_in>& where, bool isOne, 
             if (sendto(link.fd, &kOtherVersion, 1, 0, reinterpret_cast<const sockaddr*>(&address),
                        sizeof address) < 0)
                 error = errno;
-        const int received = collect(link, secondsFromNow(kAskSeconds), isOne, units);
+        // After a second question, a late answer would be taken for one to the next command.
+        const int received = collect(link, secondsFromNow(kAskSeconds), isOne && i == 0, units);
         error = received != 0 ? received : error;
     }
     return error;

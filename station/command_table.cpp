@@ -8,12 +8,7 @@
 namespace station {
 namespace {
 
-constexpr Access kRead = Access::Read;
-constexpr Access kPoll = Access::Poll;
-constexpr Access kTest = Access::Test;
-constexpr Access kWrite = Access::Write;
-constexpr Access kFlash = Access::Flash;
-constexpr Access kErase = Access::Erase;
+using enum Access;
 constexpr Gate kOpen = Gate::Open;
 constexpr Gate kGated = Gate::ProduceMode;
 
@@ -53,7 +48,7 @@ constexpr Row row(uint8_t type, uint8_t subType, Access access, Gate gate, const
 }
 
 constexpr Row own(const char* name, int (*run)(const Options&, Output*), const char* help) {
-    Row made = {{name, kTypeFromWords, 0, kRead, kOpen, help}};
+    Row made = {{name, kTypeFromWords, 0, Read, kOpen, help}};
     made.run = run;
     return made;
 }
@@ -61,86 +56,86 @@ constexpr Row own(const char* name, int (*run)(const Options&, Output*), const c
 constexpr Command kCommands[] = {
     // type          sub  access  gate    name                          help, then the optional columns
     // identity
-    row(kTypeSpecial,     55, kRead,  kOpen,  "get mac",                    "MAC address").gives(decodeText, 17).nothingAt(kEmpty).onSheet().begins("identity"),
-    row(kTypeSpecial,     75, kFlash, kGated, "set mac",                    "write the MAC address, name the default Wi-Fi network after it").takes("MAC", "02-1A-2B-13-7B-00").builtBy(macAddress).onlyOnce().shownBy("get mac"),
-    row(kTypeSpecial,     53, kRead,  kOpen,  "get device-id",              "device ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     54, kFlash, kGated, "set device-id",              "write the device ID; like every identity write, once per run of the daemon").takes("TEXT", "80061A2B137B00C4").onlyOnce().shownBy("get device-id"),
-    row(kTypeEncrypted,   72, kRead,  kOpen,  "get model-name",             "model name").gives(decodeText).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     82, kFlash, kOpen,  "set model-name",             "write the model name").takes("TEXT", "M31-5G").onlyOnce().shownBy("get model-name"),
-    row(kTypeSpecial,     70, kRead,  kOpen,  "get hardware-version",       "hardware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     58, kRead,  kGated, "get hardware-description",   "model and hardware version").gives(decodeText, 128).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     71, kRead,  kOpen,  "get firmware-version",       "firmware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     57, kRead,  kGated, "get hardware-id",            "hardware ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     56, kRead,  kGated, "get firmware-id",            "firmware ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     10, kRead,  kGated, "get product-id",             "product ID").gives(decodeText, 16).nothingAt(kNoProduct).onSheet(),
-    row(kTypeSpecial,     59, kRead,  kGated, "get oem-id",                 "OEM ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     60, kFlash, kGated, "set oem-id",                 "write the OEM ID").takes("TEXT", "OEM-7").onlyOnce().shownBy("get oem-id"),
-    row(kTypeSpecial,     64, kRead,  kOpen,  "get special-id",             "region that the special ID stands for").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     65, kFlash, kGated, "set special-id",             "write the special ID of a region (US, EU, ...)").takes("REGION", "EU").onlyOnce().shownBy("get special-id"),
-    row(kTypeSpecial,     66, kRead,  kOpen,  "get country",                "country code").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,     67, kFlash, kGated, "set country",                "write the country code").takes("TEXT", "DE").onlyOnce().shownBy("get country"),
-    row(kTypeSpecial,     76, kFlash, kOpen,  "set pin",                    "write the PIN").takes("PIN", "12345678").onlyOnce().hidden(),
-    row(kTypeSpecial,     78, kRead,  kGated, "get group",                  "group data, as set group takes it").gives(decodeJson).onSheet(),
-    row(kTypeSpecial,     77, kFlash, kGated, "set group",                  "write the group data: gid, key and pack").takes("JSON|@FILE", "@group.json").builtBy(groupObject).onlyOnce().shownBy("get group"),
-    row(kTypeSpecial,     79, kWrite, kGated, "generate group",             "let the unit make fresh group data for a number of units; nothing is stored").takes("COUNT", "3").gives(decodeJson),
+    row(kTypeSpecial,     55, Read,   kOpen,  "get mac",                    "MAC address").gives(decodeText, 17).nothingAt(kEmpty).onSheet().begins("identity"),
+    row(kTypeSpecial,     75, Flash,  kGated, "set mac",                    "write the MAC address, name the default Wi-Fi network after it").takes("MAC", "02-1A-2B-13-7B-00").builtBy(macAddress).onlyOnce().shownBy("get mac"),
+    row(kTypeSpecial,     53, Read,   kOpen,  "get device-id",              "device ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     54, Flash,  kGated, "set device-id",              "write the device ID; like every identity write, once per run of the daemon").takes("TEXT", "80061A2B137B00C4").onlyOnce().shownBy("get device-id"),
+    row(kTypeEncrypted,   72, Read,   kOpen,  "get model-name",             "model name").gives(decodeText).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     82, Flash,  kOpen,  "set model-name",             "write the model name").takes("TEXT", "M31-5G").onlyOnce().shownBy("get model-name"),
+    row(kTypeSpecial,     70, Read,   kOpen,  "get hardware-version",       "hardware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     58, Read,   kGated, "get hardware-description",   "model and hardware version").gives(decodeText, 128).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     71, Read,   kOpen,  "get firmware-version",       "firmware version").gives(decodeText).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     57, Read,   kGated, "get hardware-id",            "hardware ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     56, Read,   kGated, "get firmware-id",            "firmware ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     10, Read,   kGated, "get product-id",             "product ID").gives(decodeText, 16).nothingAt(kNoProduct).onSheet(),
+    row(kTypeSpecial,     59, Read,   kGated, "get oem-id",                 "OEM ID").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     60, Flash,  kGated, "set oem-id",                 "write the OEM ID").takes("TEXT", "OEM-7").onlyOnce().shownBy("get oem-id"),
+    row(kTypeSpecial,     64, Read,   kOpen,  "get special-id",             "region that the special ID stands for").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     65, Flash,  kGated, "set special-id",             "write the special ID of a region (US, EU, ...)").takes("REGION", "EU").onlyOnce().shownBy("get special-id"),
+    row(kTypeSpecial,     66, Read,   kOpen,  "get country",                "country code").gives(decodeText, 64).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,     67, Flash,  kGated, "set country",                "write the country code").takes("TEXT", "DE").onlyOnce().shownBy("get country"),
+    row(kTypeSpecial,     76, Flash,  kOpen,  "set pin",                    "write the PIN").takes("PIN", "12345678").onlyOnce().hidden(),
+    row(kTypeSpecial,     78, Read,   kGated, "get group",                  "group data, as set group takes it").gives(decodeJson).onSheet(),
+    row(kTypeSpecial,     77, Flash,  kGated, "set group",                  "write the group data: gid, key and pack").takes("JSON|@FILE", "@group.json").builtBy(groupObject).onlyOnce().shownBy("get group"),
+    row(kTypeSpecial,     79, Write,  kGated, "generate group",             "let the unit make fresh group data for a number of units; nothing is stored").takes("COUNT", "3").gives(decodeJson),
 
     // cellular
-    row(kTypeSpecial,     91, kRead,  kOpen,  "get imei",                   "IMEI").gives(decodeText, 15).nothingAt(kNoImei).onSheet().slow(kConsoleSeconds).begins("cellular"),
-    row(kTypeSpecial,     90, kFlash, kOpen,  "set imei",                   "write the IMEI, 15 digits, to flash and modem, once per run of the daemon").takes("IMEI [--any-check-digit]", "490154203237518").builtBy(imei).onlyOnce().shownBy("get imei").slow(kConsoleSeconds),
-    row(kTypeSpecial,    110, kRead,  kOpen,  "get sim-imei",               "IMEI that the modem has").gives(decodeLine, 16).nothingAt(kEmpty).onSheet().slow(kConsoleSeconds),
-    row(kTypeSpecial,    116, kRead,  kOpen,  "get modem-version",          "software version of the modem").gives(decodeText, 65).nothingAt(kEmpty).onSheet().slow(kConsoleSeconds),
-    row(kTypeSpecial,    106, kRead,  kOpen,  "get card-state",             "SIM card state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,    107, kRead,  kOpen,  "get card-connection",        "cellular connection state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,    108, kRead,  kOpen,  "get card-signal",            "cellular signal level").gives(decodeNumber).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,    109, kRead,  kOpen,  "get card-registration",      "cellular registration state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
-    row(kTypeSpecial,    115, kRead,  kOpen,  "get ftm",                    "the modem's factory test mode").gives(decodeNumber, 8).nothingAt(kEmpty).slow(kConsoleSeconds),
-    row(kTypeSpecial,    114, kWrite, kOpen,  "set ftm",                    "put the modem into its factory test mode (1) or back").takes("VALUE", "1").shownBy("get ftm").slow(kConsoleSeconds),
-    row(kTypeSpecial,    112, kTest,  kOpen,  "antenna-test",               "measure on one antenna path; with MODULE alone it lists the names").takes("MODULE NAME=VALUE...", "FG621 t0=1 t1=2 separator=0 technology=1 read_level=1").builtBy(antennaFields).shownBy("get antenna-level").slow(2 * kConsoleSeconds),
-    row(kTypeSpecial,    113, kRead,  kOpen,  "get antenna-level",          "level of the last antenna test").gives(decodeNumber, 8).nothingAt(kNoLevel).in("dBm"),
-    row(kTypeSpecial,     94, kWrite, kOpen,  "set external-antenna",       "switch the external antenna (one letter or digit)").takes("CHARACTER", "1").slow(kConsoleSeconds),
-    row(kTypeSpecial,     92, kWrite, kOpen,  "qlog start",                 "start the modem's logger"),
-    row(kTypeSpecial,     93, kWrite, kOpen,  "qlog stop",                  "stop the modem's logger"),
+    row(kTypeSpecial,     91, Read,   kOpen,  "get imei",                   "IMEI").gives(decodeText, 15).nothingAt(kNoImei).onSheet().slow(kConsoleSeconds).begins("cellular"),
+    row(kTypeSpecial,     90, Flash,  kOpen,  "set imei",                   "write the IMEI, 15 digits, to flash and modem, once per run of the daemon").takes("IMEI [--any-check-digit]", "490154203237518").builtBy(imei).onlyOnce().shownBy("get imei").slow(kConsoleSeconds),
+    row(kTypeSpecial,    110, Read,   kOpen,  "get sim-imei",               "IMEI that the modem has").gives(decodeLine, 16).nothingAt(kEmpty).onSheet().slow(kConsoleSeconds),
+    row(kTypeSpecial,    116, Read,   kOpen,  "get modem-version",          "software version of the modem").gives(decodeText, 65).nothingAt(kEmpty).onSheet().slow(kConsoleSeconds),
+    row(kTypeSpecial,    106, Read,   kOpen,  "get card-state",             "SIM card state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,    107, Read,   kOpen,  "get card-connection",        "cellular connection state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,    108, Read,   kOpen,  "get card-signal",            "cellular signal level").gives(decodeNumber).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,    109, Read,   kOpen,  "get card-registration",      "cellular registration state").gives(decodeLine).nothingAt(kEmpty).onSheet(),
+    row(kTypeSpecial,    115, Read,   kOpen,  "get ftm",                    "the modem's factory test mode").gives(decodeNumber, 8).nothingAt(kEmpty).slow(kConsoleSeconds),
+    row(kTypeSpecial,    114, Write,  kOpen,  "set ftm",                    "put the modem into its factory test mode (1) or back").takes("VALUE", "1").shownBy("get ftm").slow(kConsoleSeconds),
+    row(kTypeSpecial,    112, Test,   kOpen,  "antenna-test",               "measure on one antenna path; with MODULE alone it lists the names").takes("MODULE NAME=VALUE...", "FG621 t0=1 t1=2 separator=0 technology=1 read_level=1").builtBy(antennaFields).shownBy("get antenna-level").slow(2 * kConsoleSeconds),
+    row(kTypeSpecial,    113, Read,   kOpen,  "get antenna-level",          "level of the last antenna test").gives(decodeNumber, 8).nothingAt(kNoLevel).in("dBm"),
+    row(kTypeSpecial,     94, Write,  kOpen,  "set external-antenna",       "switch the external antenna (one letter or digit)").takes("CHARACTER", "1").slow(kConsoleSeconds),
+    row(kTypeSpecial,     92, Write,  kOpen,  "qlog start",                 "start the modem's logger"),
+    row(kTypeSpecial,     93, Write,  kOpen,  "qlog stop",                  "stop the modem's logger"),
 
     // tests
-    row(kTypeSpecial,     18, kTest,  kGated, "calibrate wifi",             "take Wi-Fi down and start its calibration tool").sends("wifi").shownBy("get calibration").slow(kServiceSeconds).begins("tests"),
-    row(kTypeSpecial,     18, kTest,  kGated, "calibrate bluetooth",        "restart Bluetooth in its radio test mode").sends("Btdiag").shownBy("get bluetooth").slow(kServiceSeconds),
-    row(kTypeSpecial,     18, kTest,  kGated, "calibrate zigbee",           "restart the Zigbee test tool").sends("zigbeeMfg").slow(kServiceSeconds),
-    row(kTypeSpecial,     18, kTest,  kGated, "calibrate zigbee-host",      "restart the Zigbee host").sends("zigbeeHost"),
-    row(kTypeSpecial,     18, kTest,  kGated, "calibrate coexistence",      "start the coexistence test, which goes on by itself").sends("coext").shownBy("coexistence finished"),
-    row(kTypeSpecial,     18, kRead,  kGated, "coexistence finished",       "whether the coexistence test has ended (exit code 0)").sends("coextFinished").refusesAs("the coexistence test has not ended"),
-    row(kTypeSpecial,     18, kRead,  kGated, "coexistence result",         "whether the coexistence test has passed (exit code 0)").sends("coextResult").refusesAs("the coexistence test has not passed"),
-    row(kTypeSpecial,     86, kRead,  kGated, "get calibration",            "whether the unit is in calibration mode (exit code 0)").gives(decodeYes, 8).refusesAs("the unit is not in calibration mode"),
-    row(kTypeSpecial,     87, kRead,  kGated, "get bluetooth",              "whether Bluetooth is on (exit code 0)").gives(decodeYes, 13).refusesAs("Bluetooth is off"),
-    row(kTypeSpecial,     50, kRead,  kGated, "get button",                 "whether a button was pressed").takes("wifi|reset|wps", "wps").gives(decodeText, 10).nothingAt(kEmpty).refusesAs("the unit is not in calibration mode"),
-    row(kTypeSpecial,     88, kRead,  kGated, "fan status",                 "verdict of the fan test, one character").gives(decodeText).nothingAt(kEmpty),
-    row(kTypeSpecial,     89, kTest,  kGated, "fan recheck",                "measure all fans at all gears again").sends(R"({"gear":255})").shownBy("fan status").slow(kServiceSeconds),
-    row(kTypeSpecial,    104, kWrite, kGated, "fan set",                    "run the fans at a gear for a time").takes("--gear N --time SECONDS", "--gear 2 --time 30", R"({"gear":"%","time":%})"),
-    row(kTypeSpecial,    105, kRead,  kGated, "fan speeds",                 "measured speed of each fan at a gear").takes("GEAR", "3").gives(decodeFanSpeeds).nothingAt(kNoSpeeds),
-    row(kTypeSpecial,    128, kWrite, kGated, "smart-antenna",              "switch the antenna chains of band 0 or 1").takes("--band 0|1 --mode MODE", "--band 1 --mode 2", R"({"band":"%","antmode":%})"),
-    row(kTypeSpecial,    131, kTest,  kOpen,  "rssi-spread",                "difference between the strongest and the weakest signal of a radio").takes("--band 0|1|4|6 --nss N", "--band 6 --nss 20", R"({"band":%,"nss":%})").gives(decodeNumber).nothingAt(kNoSpread).in("dB").slow(kServiceSeconds),
+    row(kTypeSpecial,     18, Test,   kGated, "calibrate wifi",             "take Wi-Fi down and start its calibration tool").sends("wifi").shownBy("get calibration").slow(kServiceSeconds).begins("tests"),
+    row(kTypeSpecial,     18, Test,   kGated, "calibrate bluetooth",        "restart Bluetooth in its radio test mode").sends("Btdiag").shownBy("get bluetooth").slow(kServiceSeconds),
+    row(kTypeSpecial,     18, Test,   kGated, "calibrate zigbee",           "restart the Zigbee test tool").sends("zigbeeMfg").slow(kServiceSeconds),
+    row(kTypeSpecial,     18, Test,   kGated, "calibrate zigbee-host",      "restart the Zigbee host").sends("zigbeeHost"),
+    row(kTypeSpecial,     18, Test,   kGated, "calibrate coexistence",      "start the coexistence test, which goes on by itself").sends("coext").shownBy("coexistence finished"),
+    row(kTypeSpecial,     18, Read,   kGated, "coexistence finished",       "whether the coexistence test has ended (exit code 0)").sends("coextFinished").refusesAs("the coexistence test has not ended"),
+    row(kTypeSpecial,     18, Read,   kGated, "coexistence result",         "whether the coexistence test has passed (exit code 0)").sends("coextResult").refusesAs("the coexistence test has not passed"),
+    row(kTypeSpecial,     86, Read,   kGated, "get calibration",            "whether the unit is in calibration mode (exit code 0)").gives(decodeYes, 8).refusesAs("the unit is not in calibration mode"),
+    row(kTypeSpecial,     87, Read,   kGated, "get bluetooth",              "whether Bluetooth is on (exit code 0)").gives(decodeYes, 13).refusesAs("Bluetooth is off"),
+    row(kTypeSpecial,     50, Read,   kGated, "get button",                 "whether a button was pressed").takes("wifi|reset|wps", "wps").gives(decodeText, 10).nothingAt(kEmpty).refusesAs("the unit is not in calibration mode"),
+    row(kTypeSpecial,     88, Read,   kGated, "fan status",                 "verdict of the fan test, one character").gives(decodeText).nothingAt(kEmpty),
+    row(kTypeSpecial,     89, Test,   kGated, "fan recheck",                "measure all fans at all gears again").sends(R"({"gear":255})").shownBy("fan status").slow(kServiceSeconds),
+    row(kTypeSpecial,    104, Write,  kGated, "fan set",                    "run the fans at a gear for a time").takes("--gear N --time SECONDS", "--gear 2 --time 30", R"({"gear":"%","time":%})"),
+    row(kTypeSpecial,    105, Read,   kGated, "fan speeds",                 "measured speed of each fan at a gear").takes("GEAR", "3").gives(decodeFanSpeeds).nothingAt(kNoSpeeds),
+    row(kTypeSpecial,    128, Write,  kGated, "smart-antenna",              "switch the antenna chains of band 0 or 1").takes("--band 0|1 --mode MODE", "--band 1 --mode 2", R"({"band":"%","antmode":%})"),
+    row(kTypeSpecial,    131, Test,   kOpen,  "rssi-spread",                "difference between the strongest and the weakest signal of a radio").takes("--band 0|1|4|6 --nss N", "--band 6 --nss 20", R"({"band":%,"nss":%})").gives(decodeNumber).nothingAt(kNoSpread).in("dB").slow(kServiceSeconds),
 
     // status
-    row(kTypeSpecial,     68, kRead,  kOpen,  "get ssid",                   "name of the Wi-Fi network").gives(decodeText).nothingAt(kEmpty).onSheet().begins("status"),
-    row(kTypeSpecial,     69, kRead,  kOpen,  "get enable-flags",           "which of Wi-Fi, guest Wi-Fi, IPv6 and Bluetooth are on").gives(decodeEnableFlags, 4).onSheet(),
-    row(kTypeSpecial,    135, kRead,  kGated, "config-check",               "the unit's configuration, field by field").gives(decodeConfigCheck, 244),
-    row(kTypeUsbTest,      0, kRead,  kOpen,  "usb",                        "USB mass-storage devices").gives(decodeDevices).onSheet(),
+    row(kTypeSpecial,     68, Read,   kOpen,  "get ssid",                   "name of the Wi-Fi network").gives(decodeText).nothingAt(kEmpty).onSheet().begins("status"),
+    row(kTypeSpecial,     69, Read,   kOpen,  "get enable-flags",           "which of Wi-Fi, guest Wi-Fi, IPv6 and Bluetooth are on").gives(decodeEnableFlags, 4).onSheet(),
+    row(kTypeSpecial,    135, Read,   kGated, "config-check",               "the unit's configuration, field by field").gives(decodeConfigCheck, 244),
+    row(kTypeUsbTest,      0, Read,   kOpen,  "usb",                        "USB mass-storage devices").gives(decodeDevices).onSheet(),
 
     // unit
-    row(kTypeSpecial,     80, kWrite, kGated, "enable test-mode",           "switch the unit into test mode").begins("unit"),
-    row(kTypeSpecial,     17, kErase, kGated, "erase radio",                "erase the radio calibration data, once per run of the daemon; asks first, or use --yes").onlyOnce(),
-    row(kTypeEncrypted,   73, kErase, kGated, "reset",                      "erase the partitions user-config, device-config and group-info and verify that they read back empty; asks first, or use --yes").slow(kServiceSeconds),
+    row(kTypeSpecial,     80, Write,  kGated, "enable test-mode",           "switch the unit into test mode").begins("unit"),
+    row(kTypeSpecial,     17, Erase,  kGated, "erase radio",                "erase the radio calibration data, once per run of the daemon; asks first, or use --yes").onlyOnce(),
+    row(kTypeEncrypted,   73, Erase,  kGated, "reset",                      "erase the partitions user-config, device-config and group-info and verify that they read back empty; asks first, or use --yes").slow(kServiceSeconds),
 
     // protocol
-    row(kTypeHeartbeat,    0, kPoll,  kOpen,  "wait",                       "wait until the unit answers, for at most --deadline (60 s), and bind it").begins("protocol"),
-    row(kTypeSystemInit,   0, kRead,  kOpen,  "init",                       "ask whether the unit is ready for a test (a unit that is not ready stays silent)"),
-    row(kTypeHeartbeat,    0, kRead,  kOpen,  "heartbeat",                  "keep the unit bound to this station"),
-    row(kTypeCancelTest,   0, kWrite, kOpen,  "release",                    "end the test, so that another station can use the unit; no answer comes"),
-    row(kTypeCancelTest,   0, kWrite, kOpen,  "cancel",                     "the same as release"),
-    row(kTypeGetConfig,    0, kRead,  kOpen,  "config get",                 "the unit's basic configuration, the same text on every unit").gives(decodeText),
-    row(kTypeSetConfig,    0, kWrite, kOpen,  "config set",                 "send a text to the unit's log; nothing is stored").takes("LINE", "'a text'"),
-    row(kTypeEncrypted,   70, kRead,  kOpen,  "encrypted hardware-version", "hardware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
-    row(kTypeEncrypted,   71, kRead,  kOpen,  "encrypted firmware-version", "firmware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
-    row(kTypeFromWords,    0, kWrite, kGated, "raw",                        "send any packet; of type 7 the inner one").takes("TYPE SUBTYPE [HEX]", "3 55").builtBy(rawPacket).gives(decodeRaw),
+    row(kTypeHeartbeat,    0, Poll,   kOpen,  "wait",                       "wait until the unit answers, for at most --deadline (60 s), and bind it").begins("protocol"),
+    row(kTypeSystemInit,   0, Read,   kOpen,  "init",                       "ask whether the unit is ready for a test (a unit that is not ready stays silent)"),
+    row(kTypeHeartbeat,    0, Read,   kOpen,  "heartbeat",                  "keep the unit bound to this station"),
+    row(kTypeCancelTest,   0, Write,  kOpen,  "release",                    "end the test, so that another station can use the unit; no answer comes"),
+    row(kTypeCancelTest,   0, Write,  kOpen,  "cancel",                     "the same as release"),
+    row(kTypeGetConfig,    0, Read,   kOpen,  "config get",                 "the unit's basic configuration, the same text on every unit").gives(decodeText),
+    row(kTypeSetConfig,    0, Write,  kOpen,  "config set",                 "send a text to the unit's log; nothing is stored").takes("LINE", "'a text'"),
+    row(kTypeEncrypted,   70, Read,   kOpen,  "encrypted hardware-version", "hardware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
+    row(kTypeEncrypted,   71, Read,   kOpen,  "encrypted firmware-version", "firmware version, by an encrypted command").gives(decodeText).nothingAt(kEmpty),
+    row(kTypeFromWords,    0, Write,  kGated, "raw",                        "send any packet; of type 7 the inner one").takes("TYPE SUBTYPE [HEX]", "3 55").builtBy(rawPacket).gives(decodeRaw),
 
     // client
     own("discover", discover, "find units on the interfaces of this machine, or at a broadcast address; binds none").takes("[ADDRESS]", "192.168.1.255").begins("client"),

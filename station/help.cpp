@@ -18,10 +18,10 @@ constexpr const char* kMore =
     "\n`help get mac` explains one command, `help get` and `help cellular` a group of commands,\n"
     "`help options` the options, `help exit-codes` the exit codes.\n";
 
-// Prints names in lines of at most 80 columns, the first of which begins with the title.
+// Prints names in lines of at most 96 columns, the first of which begins with the title.
 void printNames(std::string title, const Words& names, const Output& output) {
     constexpr size_t kTitleWidth = 10;
-    constexpr size_t kLineWidth = 80;
+    constexpr size_t kLineWidth = 96;
     title.resize(kTitleWidth, ' ');
     std::string line = title;
     for (size_t i = 0; i < names.size(); i++) {

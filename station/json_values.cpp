@@ -10,6 +10,15 @@
 namespace station {
 namespace {
 
+// Returns a name as the key of a member: "guest Wi-Fi" as guest_wifi.
+std::string jsonKey(const std::string& name) {
+    std::string key;
+    for (const char character : name)
+        if (character != '-')
+            key += character == ' ' ? '_' : static_cast<char>(tolower(character));
+    return key;
+}
+
 json_object* objectOf(const std::vector<Member>& members) {
     json_object* const object = json_object_new_object();
     for (const Member& member : members)
@@ -56,14 +65,6 @@ json_object* jsonOf(const Value& value) {
         json_object* operator()(const RawReply& raw) { return jsonString(dottedText(raw.payload)); }
     };
     return std::visit(Visitor{}, value.of);
-}
-
-std::string jsonKey(const std::string& name) {
-    std::string key;
-    for (const char character : name)
-        if (character != '-')
-            key += character == ' ' ? '_' : static_cast<char>(tolower(character));
-    return key;
 }
 
 json_object* jsonString(const std::string& text) {

@@ -13,9 +13,6 @@ namespace station {
 // Returns the value as JSON; null if there is none. A number stays a number, a record an object.
 json_object* jsonOf(const Value& value);
 
-// Returns a name as the key of a member: "guest Wi-Fi" as guest_wifi.
-std::string jsonKey(const std::string& name);
-
 // Returns a string; all but printable ASCII in it is \xNN.
 json_object* jsonString(const std::string& text);
 

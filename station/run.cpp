@@ -39,12 +39,6 @@ int finish(const Result& result, Output* output) {
     return result.outcome.code;
 }
 
-int codeOf(DecodeStatus status) {
-    if (status == DecodeStatus::WrongDigest)
-        return kExitAccount;
-    return status == DecodeStatus::Malformed ? kExitNotUnderstood : kExitDone;
-}
-
 int perform(const Options& options, Output* output) {
     Session session = {options, output};
     PreparedCommand prepared = {};
@@ -169,8 +163,9 @@ int decode(const Options& options, Output* output) {
     Result result = unsent(options.words, {kExitDone, ""});
     result.value = {explainDatagram(datagram, key)};
     const DecodeStatus status = openReply(datagram.data(), datagram.size(), key).status;
-    const int code = codeOf(status);
-    result.outcome = {code, code == kExitDone ? "" : decodeStatusText(status)};
+    if (status == DecodeStatus::WrongDigest || status == DecodeStatus::Malformed)
+        result.outcome = {status == DecodeStatus::Malformed ? kExitNotUnderstood : kExitAccount,
+                          decodeStatusText(status)};
     return finish(result, output);
 }
 

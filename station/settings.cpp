@@ -1,14 +1,12 @@
 #include "station/settings.h"
 
 #include <sys/stat.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <sstream>
 
 #include "core/file.h"
@@ -119,20 +117,6 @@ Outcome readAccountFile(const Options& options, std::string* user, std::string* 
     return {kExitDone, ""};
 }
 
-// Reads a line from the terminal without showing it, if there is a terminal.
-void askPassword(const std::string& user, std::string* password) {
-    termios shown = {};
-    if (isatty(STDERR_FILENO) == 0 || tcgetattr(STDIN_FILENO, &shown) != 0)
-        return;
-    termios hidden = shown;
-    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    fprintf(stderr, "password of %s: ", user.c_str());
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-    std::getline(std::cin, *password);
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
-    fputc('\n', stderr);
-}
-
 }  // namespace
 
 std::string readOptions(int argc, char** argv, Options* options) {
@@ -170,8 +154,11 @@ Outcome loadAccount(Options* options) {
             return read;
     }
     options->user = options->user.value_or(user);
-    if (!options->password && password.empty() && !options->user->empty())
-        askPassword(*options->user, &password);
+    const bool isMissing = !options->password && password.empty() && !options->user->empty();
+    if (isMissing && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {
+        const char* const typed = getpass(("password of " + *options->user + ": ").c_str());
+        password = typed != nullptr ? typed : "";
+    }
     options->password = options->password.value_or(password);
     return {kExitDone, ""};
 }
