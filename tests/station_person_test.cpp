@@ -1,4 +1,4 @@
-// What a person at the bench meets first: help, wrong names, settings, check, discover, completion.
+// Features for a person at the bench: help, wrong names, settings, check, discover, completion.
 #include <gtest/gtest.h>
 
 #include "tests/support/client.h"

@@ -69,8 +69,8 @@ class Unit {
 // Replaces the source lines of trace lines: "[mfgp_cmd_getMAC():%] ...".
 std::string withoutLines(std::string trace);
 
-// The lines of the command runner in a trace.
+// Returns the lines of the command runner in a trace.
 std::vector<std::string> shellLines(const std::string& trace);
 
-// The error line of a code and message as the daemon reports it, up to the errno.
+// Returns the error line of a code and message as the daemon reports it, up to the errno.
 std::string errorLine(int code, const std::string& message);

@@ -46,7 +46,7 @@ Answer openAnswer(const std::string& wire, const Account& account = {});
 
 inline std::string x(size_t count) { return std::string(count, 'x'); }
 
-// The argument of "set group".
+// Returns the argument of "set group".
 inline std::string groupObject(const std::string& key, const std::string& gid,
                                const std::string& pack = "3") {
     return R"({"gid":")" + gid + R"(","pack":)" + pack + R"(,"key":")" + key + R"("})";
