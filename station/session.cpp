@@ -172,7 +172,9 @@ int openSession(Session* session) {
     watchInterrupts();
     if (wrong.empty())
         return kExitDone;
-    print(unsent(options.words, {kExitLocalFault, wrong}), Layout::Single, session->output);
+    Result result = unsent(options.words, {kExitLocalFault, wrong});
+    result.unit = session->link.unit;
+    print(result, Layout::Single, session->output);
     return kExitLocalFault;
 }
 

@@ -82,6 +82,7 @@ void nameStep(const Step& step, Result* result) {
 
 Result sleepFor(Session* session, const Step& step) {
     Result result = unsentStep(step, {kExitDone, ""});
+    result.unit = session->link.unit;
     if (session->options.dryRun)
         result.word = "DRYRUN";
     else if (!pause(session, step.prepared.untilSeconds))
