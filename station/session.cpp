@@ -244,9 +244,10 @@ void endSession(Session* session) {
 Result unsent(const Words& words, const Outcome& outcome) {
     Result result;
     result.row = findCommand(words, &result.arguments);
-    if (result.row == nullptr && !words.empty())
-        result.arguments.assign(words.begin() + 1, words.end());
-    result.command = result.row != nullptr ? result.row->name : words.empty() ? "" : words[0];
+    const bool isNamed = !words.empty() && !words[0].starts_with('-');  // by its first word
+    if (result.row == nullptr)
+        result.arguments.assign(words.begin() + (isNamed ? 1 : 0), words.end());
+    result.command = result.row != nullptr ? result.row->name : isNamed ? words[0] : "";
     result.outcome = interruptSignal() != 0 ? interrupted("") : outcome;
     return result;
 }
