@@ -66,8 +66,7 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     parent.output->reachesErrors = true;  // no messages: the table at the end shows the failures
     if (code == kExitDone)
         code = runSteps(&session, steps, unit.tally);
-    fflush(nullptr);
-    _exit(code);
+    _exit(isWritten(*session.output) ? code : kExitLocalFault);
 }
 
 // Shows one line for each unit that is still running, at most 20.
@@ -129,14 +128,15 @@ int runUnits(Session* session, LineReader* lines) {
     std::vector<Unit> units;
     std::vector<Step> steps;
     std::string wrong = readUnits(session->options, &units);
+    const int fault = wrong.empty() ? kExitLocalFault : kExitUsage;
     if (wrong.empty())
         wrong = openOutput(session->options, session->output);
     void* const shared = mmap(nullptr, (units.size() + 1) * sizeof(Tally), PROT_READ | PROT_WRITE,
                               MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (!wrong.empty() || shared == MAP_FAILED) {
-        print(unsent(session->options.words, {kExitLocalFault, "--units: " + wrong}),
-              Layout::Single, session->output);
-        return kExitLocalFault;
+        print(unsent(session->options.words, {fault, "--units: " + wrong}), Layout::Single,
+              session->output);
+        return fault;
     }
     const int code = readRecipe(session, lines, &steps);
     if (code != kExitDone)
