@@ -106,6 +106,9 @@ void askOnce(Session* session, const PreparedCommand& prepared, Result* result) 
     const Answer answer = exchange(session, prepared);
     result->outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link);
     result->tries += answer.tries;
+    result->info.reset();  // an earlier attempt of --until may have had a reply
+    result->raw.reset();
+    result->value = {};
     if (answer.tries > 0)
         result->packetId = static_cast<uint16_t>(session->link.nextId - 1);
     if (answer.status == ExchangeStatus::Answered)
