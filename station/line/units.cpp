@@ -35,6 +35,7 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     if (!readFile(options.units, &text).empty())
         text = options.units;
     std::ranges::replace(text, ',', '\n');
+    std::erase(text, '\r');
     std::istringstream lines(text);
     std::string wrong;
     Words names;
@@ -111,11 +112,14 @@ void awaitAll(std::vector<Unit>* units, bool showsProgress) {
 
 // Prints the table of all units. Returns the exit code of the call.
 int summarize(const std::vector<Unit>& units, const Output& output) {
+    const bool isDry = output.options->dryRun;
     int code = kExitDone;
     for (const Unit& unit : units) {
         if (!output.quiet)
             fprintf(output.format == Format::Text ? output.file : stderr, "%s%-8s %s\n",
-                    unit.column.c_str(), outcomeWord(unit.code), countsText(*unit.tally).c_str());
+                    unit.column.c_str(),
+                    isDry && unit.code == kExitDone ? "DRYRUN" : outcomeWord(unit.code),
+                    countsText(*unit.tally).c_str());
         if (code == kExitDone || (unit.code > kExitInterrupted && code < kExitInterrupted))
             code = unit.code;
     }
