@@ -182,13 +182,16 @@ bool beginSheet(BatchRun* batch, Mode* mode) {
     row.command = "produce mode";
     row.unit = session->link.unit;
     row.outcome = proveAccount(session);
-    if (row.outcome.code == kExitDone)
+    const bool goesOn = row.outcome.code == kExitDone;
+    for (unsigned i = 0; goesOn && *mode == Mode::Unknown && i <= session->options.retries; i++)
         *mode = readMode(session);
     if (*mode != Mode::Unknown)
         row.value = {*mode == Mode::Produce};
+    else if (goesOn)
+        row.outcome = {kExitNoAnswer, "no reply shows the mode"};
     row.seconds = secondsSince(batch->start);
     recordResult(batch, row);
-    return row.outcome.code == kExitDone;
+    return goesOn;
 }
 
 }  // namespace

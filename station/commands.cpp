@@ -85,6 +85,12 @@ std::string arrange(const Command& command, const Words& words, std::vector<Name
     return wrong.append(", but got '").append(*word).append("' (quotes keep a text together)");
 }
 
+// Returns true for `--password` and its short forms.
+bool isPassword(const std::string& option) {
+    constexpr std::string_view kOption = "--password";
+    return option.size() > 2 && kOption.starts_with(option);
+}
+
 // Returns the text with each % replaced by the next value.
 std::string filled(std::string text, const Words& values) {
     size_t at = 0;
@@ -120,13 +126,17 @@ Words withoutSecrets(const Command* command, Words arguments) {
                        arguments.size() > 2 && parseNumber(arguments[0], UINT8_MAX, &type) &&
                        parseNumber(arguments[1], UINT8_MAX, &subType) &&
                        isSecret(static_cast<uint8_t>(type), static_cast<uint8_t>(subType));
-    const size_t shown = isRaw ? 2 : command != nullptr && command->isSecret ? 0 : arguments.size();
+    // The command is also unknown in a faulty line, and the second word is the rest of its name.
+    const size_t shown = command == nullptr  ? 1
+                         : isRaw             ? 2
+                         : command->isSecret ? 0
+                                             : arguments.size();
     for (size_t i = 0; i < arguments.size(); i++) {
-        const bool isPassword = arguments[i].starts_with("--password=");
-        if (i >= shown || (i > 0 && arguments[i - 1] == "--password"))
+        const size_t equals = arguments[i].find('=');
+        if (i >= shown || (i > 0 && isPassword(arguments[i - 1])))
             arguments[i] = kHidden;
-        else if (isPassword)
-            arguments[i] = "--password=" + kHidden;
+        else if (equals != std::string::npos && isPassword(arguments[i].substr(0, equals)))
+            arguments[i] = arguments[i].substr(0, equals + 1) + kHidden;
     }
     return arguments;
 }

@@ -66,6 +66,8 @@ std::string checkCommand(const Options& options, const Command* command, const W
         return "no command";
     if (command == nullptr)
         return unknownCommand(options.words);
+    if (!options.units.empty() && command->run != runBatch)  // the command would go to --host
+        return "--units belongs to `run`";
     if (command->run == nullptr)
         return "";
     Request none = {};

@@ -106,6 +106,9 @@ void askOnce(Session* session, const PreparedCommand& prepared, Result* result) 
     const Answer answer = exchange(session, prepared);
     result->outcome = outcomeOf(*prepared.command, prepared.request, answer, session->link);
     result->tries += answer.tries;
+    result->info.reset();  // an earlier attempt of --until may have had a reply
+    result->raw.reset();
+    result->value = {};
     if (answer.tries > 0)
         result->packetId = static_cast<uint16_t>(session->link.nextId - 1);
     if (answer.status == ExchangeStatus::Answered)
@@ -172,7 +175,9 @@ int openSession(Session* session) {
     watchInterrupts();
     if (wrong.empty())
         return kExitDone;
-    print(unsent(options.words, {kExitLocalFault, wrong}), Layout::Single, session->output);
+    Result result = unsent(options.words, {kExitLocalFault, wrong});
+    result.unit = session->link.unit;
+    print(result, Layout::Single, session->output);
     return kExitLocalFault;
 }
 
@@ -242,9 +247,10 @@ void endSession(Session* session) {
 Result unsent(const Words& words, const Outcome& outcome) {
     Result result;
     result.row = findCommand(words, &result.arguments);
-    if (result.row == nullptr && !words.empty())
-        result.arguments.assign(words.begin() + 1, words.end());
-    result.command = result.row != nullptr ? result.row->name : words.empty() ? "" : words[0];
+    const bool isNamed = !words.empty() && !words[0].starts_with('-');  // by its first word
+    if (result.row == nullptr)
+        result.arguments.assign(words.begin() + (isNamed ? 1 : 0), words.end());
+    result.command = result.row != nullptr ? result.row->name : isNamed ? words[0] : "";
     result.outcome = interruptSignal() != 0 ? interrupted("") : outcome;
     return result;
 }

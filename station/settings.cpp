@@ -128,6 +128,8 @@ std::string readOptions(int argc, char** argv, Options* options) {
     if (wrong.empty())
         wrong = applySettings(options, &aliases);
     const std::string host = options->host;
+    if (!typed.accountFile.empty())  // has priority over an account of the settings
+        options->user = options->password = std::nullopt;
     if (wrong.empty())
         wrong = readTyped(argc, argv, options);
     options->host = host;

@@ -95,7 +95,10 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
     EXPECT_EQ(unit.read("/errors").rfind("mfgp-station: line 2: qlog stop: refused", 0), 0U);
     const std::string both = shell("$station run " + folder + "lines").output;
     EXPECT_EQ(both.find("refused"), both.rfind("refused")) << both;  // not twice
-    expectRows({{"--output-file x{no} get mac", 7, "there is no label 'no'"}});
+    expectRows({{"--output-file x{no} get mac", 7, "there is no label 'no'"},
+                {"--units 127.0.0.1 get mac", 2, "--units belongs to `run`"},
+                {"-o json --output-file /dev/full --units 127.0.0.1 run " + folder + "lines", 7,
+                 "ERROR"}});
 }
 
 TEST(Line, ManyUnits_AnswerForThemselves) {

@@ -69,6 +69,9 @@ TEST(StationPerson, Settings_HoldForTheirUnit) {
         {"sed -i '/bad/,$d' " + unit.path("/mfgp-station.conf").string() + "; " + bad + station +
              "--host bench1 get mac",
          "mfgp-station.conf' (chmod 600 keeps it private)\n02-1A"},
+        {"printf 'y\\nz\\n' >" + unit.path("/y").string() + "; " + bad + station +
+             "--account-file " + unit.path("/y").string() + " --host bench1 get mac",
+         "(user 'y' was used)"},
         {"{ sleep 1; echo 'a b#c'; } | script -qec \"" + station +
              "--host 127.0.0.1 --user x get mac\" /dev/null",
          "02-1A"},

@@ -59,6 +59,8 @@ TEST(StationVerdict, Secrets_AreHidden) {
     for (const std::string command : {"$station -o json -vvv set pin 12345678",
                                       "echo 'set pin 12345678' | $station -y -vvv run -",
                                       "echo 'get mac --password 12345678' | $station run -",
+                                      "echo '--passw=12345678 get mac' | $station -o json run -",
+                                      "echo 'set pn 12345678' | $station -o json run -",
                                       "$station -o json -vvv -y raw 3 76 3132333435363738"}) {
         const ShellResult result = shell(command);
         EXPECT_NE(result.output.find("********"), std::string::npos) << result.output;

@@ -39,6 +39,8 @@ class Station:
     def ask(self, *words):
         """Carries a command out and returns its record, whatever the outcome. A word may contain
         blanks: ask("set", "oem-id", "two words")."""
+        if not words or any("\n" in str(word) for word in words):
+            raise ValueError("a command is one line")  # or each later record would be the wrong one
         self._process.stdin.write(" ".join(_quoted(str(word)) for word in words) + "\n")
         self._process.stdin.flush()
         record = self._read("result")

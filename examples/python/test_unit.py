@@ -31,6 +31,11 @@ def test_a_slow_fan_is_found(unit, station):
     assert end["labels"] == {"line": "7"}
 
 
+def test_a_word_with_a_newline_is_refused(station):
+    with pytest.raises(ValueError):
+        station.ask("get", "mac\n")
+
+
 def test_a_text_with_quotes_and_blanks_arrives_whole(station):
     station.value("set oem-id", 'it\'s "one" word')
     assert station.value("get oem-id") == 'it\'s "one" word'

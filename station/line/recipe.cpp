@@ -22,7 +22,7 @@ Outcome prepareSleep(const Words& words, Step* step) {
 
 // Prepares `ensure` as a write, and as the read that shows the field.
 Outcome prepareWrite(Options* own, Step* step) {
-    const bool ensures = own->words[0] == "ensure";
+    const bool ensures = plainName(own->words[0]) == "ensure";
     if (ensures)
         own->words[0] = "set";
     Outcome outcome = prepareCommand(*own, &step->prepared);
@@ -82,6 +82,7 @@ void nameStep(const Step& step, Result* result) {
 
 Result sleepFor(Session* session, const Step& step) {
     Result result = unsentStep(step, {kExitDone, ""});
+    result.unit = session->link.unit;
     if (session->options.dryRun)
         result.word = "DRYRUN";
     else if (!pause(session, step.prepared.untilSeconds))
@@ -119,7 +120,10 @@ Outcome prepareStep(const Options& options, std::string line, int number, Step* 
         wrong = "no command";
     if (!wrong.empty())
         return {kExitUsage, wrong};
-    return own.words[0] == "sleep" ? prepareSleep(own.words, step) : prepareWrite(&own, step);
+    const bool isSleep = plainName(own.words[0]) == "sleep";
+    if (isSleep && !own.named.empty())
+        return {kExitUsage, "does not take --" + own.named[0].name};
+    return isSleep ? prepareSleep(own.words, step) : prepareWrite(&own, step);
 }
 
 int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {

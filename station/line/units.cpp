@@ -35,6 +35,7 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     if (!readFile(options.units, &text).empty())
         text = options.units;
     std::ranges::replace(text, ',', '\n');
+    std::erase(text, '\r');
     std::istringstream lines(text);
     std::string wrong;
     Words names;
@@ -66,8 +67,7 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     parent.output->reachesErrors = true;  // no messages: the table at the end shows the failures
     if (code == kExitDone)
         code = runSteps(&session, steps, unit.tally);
-    fflush(nullptr);
-    _exit(code);
+    _exit(isWritten(*session.output) ? code : kExitLocalFault);
 }
 
 // Shows one line for each unit that is still running, at most 20.
@@ -112,11 +112,14 @@ void awaitAll(std::vector<Unit>* units, bool showsProgress) {
 
 // Prints the table of all units. Returns the exit code of the call.
 int summarize(const std::vector<Unit>& units, const Output& output) {
+    const bool isDry = output.options->dryRun;
     int code = kExitDone;
     for (const Unit& unit : units) {
         if (!output.quiet)
             fprintf(output.format == Format::Text ? output.file : stderr, "%s%-8s %s\n",
-                    unit.column.c_str(), outcomeWord(unit.code), countsText(*unit.tally).c_str());
+                    unit.column.c_str(),
+                    isDry && unit.code == kExitDone ? "DRYRUN" : outcomeWord(unit.code),
+                    countsText(*unit.tally).c_str());
         if (code == kExitDone || (unit.code > kExitInterrupted && code < kExitInterrupted))
             code = unit.code;
     }
@@ -129,14 +132,15 @@ int runUnits(Session* session, LineReader* lines) {
     std::vector<Unit> units;
     std::vector<Step> steps;
     std::string wrong = readUnits(session->options, &units);
+    const int fault = wrong.empty() ? kExitLocalFault : kExitUsage;
     if (wrong.empty())
         wrong = openOutput(session->options, session->output);
     void* const shared = mmap(nullptr, (units.size() + 1) * sizeof(Tally), PROT_READ | PROT_WRITE,
                               MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (!wrong.empty() || shared == MAP_FAILED) {
-        print(unsent(session->options.words, {kExitLocalFault, "--units: " + wrong}),
-              Layout::Single, session->output);
-        return kExitLocalFault;
+        print(unsent(session->options.words, {fault, "--units: " + wrong}), Layout::Single,
+              session->output);
+        return fault;
     }
     const int code = readRecipe(session, lines, &steps);
     if (code != kExitDone)
