@@ -46,7 +46,8 @@ TEST(Batch, Lines_RunOneAtATime) {
     run("get mac\nget 'mac", "run -", 2, "PASS ERROR ", "a quote is not closed");
     run("get mac --host 10.0.0.1", "run -", 2, "ERROR ", "--host belongs on the command line");
     run("set special-id NZ --yes\nget special-id", "run $file", 0, "PASS PASS ", "\"NZ\"");
-    run("config set x\nget nothing", "run $file", 2, "ERROR ", "line 2: get: unknown command 'get n");
+    run("config set x\nget nothing", "run $file", 2, "ERROR ",
+        "line 2: get: unknown command 'get n");
     run("get mac\nget ssid", "-n --deadline 1e-9 run $file", 3, "SKIPPED SKIPPED ",
         "; 2 commands were not sent");
     run("get mac", "run $file.none", 7, "ERROR ", "No such file");
