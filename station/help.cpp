@@ -10,9 +10,9 @@ constexpr const char* kUsage = "usage: mfgp-station [options] ";
 constexpr const char* kExamples =
     "COMMAND [ARGUMENTS]\n\n"
     "  mfgp-station discover                find the units of this network\n"
-    "  mfgp-station --user admin check      see whether this unit can be used, and what is "
+    "  mfgp-station --user admin check      check whether the unit can be used, and what is "
     "missing\n"
-    "  mfgp-station --user admin get mac    read one value; `sheet` reads them all\n\n";
+    "  mfgp-station --user admin get mac    read one value; `sheet` reads all\n\n";
 
 constexpr const char* kMore =
     "\n`help get mac` explains one command, `help get` and `help cellular` a group of commands,\n"

@@ -10,13 +10,14 @@ namespace {
 
 constexpr ExitCodeRow kExits[] = {
     {kExitDone, "PASS", "done"},
-    {kExitFailed, "FAIL", "the unit failed or refused, or its value is not the one of --expect"},
-    {kExitUsage, "ERROR", "usage: the command line or a line of a batch is wrong, it was not sent"},
-    {kExitNoAnswer, "TIMEOUT", "no answer in time"},
+    {kExitFailed, "FAIL", "the unit failed or refused, or its value does not keep a limit"},
+    {kExitUsage, "ERROR", "usage: the command line or a recipe line is wrong, and was not sent"},
+    {kExitNoAnswer, "TIMEOUT", "no reply in time"},
     {kExitOtherStation, "ERROR", "the unit is bound to another station"},
     {kExitAccount, "ERROR", "wrong account or digest"},
-    {kExitNotUnderstood, "ERROR", "not understood, by the unit or in its reply"},
-    {kExitLocalFault, "ERROR", "a fault of this machine: network or file"},
+    {kExitNotUnderstood, "ERROR",
+     "the unit did not understand the request, or its reply is not understood"},
+    {kExitLocalFault, "ERROR", "a fault of this machine (network or file)"},
     {kExitInterrupted, "ABORTED", "interrupted by signal N"},
 };
 
