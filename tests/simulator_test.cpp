@@ -26,8 +26,7 @@ TEST(Simulator, TheState_IsKeptUntilItIsReset) {
     unit.write("/fw/FW_ID", "edited");
     const auto expect = [&unit](const std::string& command, const std::string& rest, int exitCode,
                                 const std::string& output) {
-        const std::string state = " --state " + unit.path("/").string() + " ";
-        const ShellResult result = shell(MFGP_SIM " " + command + state + rest);
+        const ShellResult result = shell(MFGP_SIM " " + command + " --state $unit " + rest);
         EXPECT_EQ(result.exitCode, exitCode) << result.output;
         EXPECT_EQ(result.output.find(output), 0U) << result.output;
     };

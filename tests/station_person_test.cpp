@@ -1,4 +1,5 @@
-// Features for a person at the bench: help, wrong names, settings, check, discover, completion.
+// Features for a person at the bench: help, wrong names, settings, check, discover, confirmation,
+// examples, completion.
 #include <gtest/gtest.h>
 
 #include "tests/support/client.h"
@@ -54,30 +55,23 @@ TEST(StationPerson, Settings_HoldForTheirUnit) {
          StateFile{"/good/mfgp-station.conf",
                    "retries=0\r\ntimeout=0.3\n[bench1]\r\nhost=127.0.0.1\r\nport=1040\r\n"},
          StateFile{"/account/username", "x"}, StateFile{"/account/password", "a b#c"}});
-    const std::string good = "XDG_CONFIG_HOME=" + unit.path("/good").string() + ' ';
-    const std::string bad = "XDG_CONFIG_HOME=" + unit.path("/").string() + ' ';
+    const std::string good = "XDG_CONFIG_HOME=$unit/good ", bad = "XDG_CONFIG_HOME=$unit ";
     const std::string station = "${station%% --host*} ";
-    const struct {
-        std::string line;
-        std::string output;
-    } rows[] = {
+    const std::pair<std::string, const char*> rows[] = {
         {bad + station + "--host bench1 get mac", "line 8: 'hots' is not a setting; did you mean"},
         {good + station + "--host bench1 --user x --password 'a b#c' get mac", "02-1A"},
         {good + "MFGP_HOST=bench1 " + station + "--port 9 get mac", "(1 attempt): Connection"},
         {good + station + "--host 127.0.0.1:9 get mac", "(1 attempt): Connection"},
         {good + station + "--host 127.0.0.1:x get mac", "--host: 'x' is not a number from 1 to"},
-        {"sed -i '/bad/,$d' " + unit.path("/mfgp-station.conf").string() + "; " + bad + station +
-             "--host bench1 get mac",
+        {"sed -i '/bad/,$d' $unit/mfgp-station.conf; " + bad + station + "--host bench1 get mac",
          "mfgp-station.conf' (chmod 600 keeps it private)\n02-1A"},
         {"{ sleep 1; echo 'a b#c'; } | script -qec \"" + station +
              "--host 127.0.0.1 --user x get mac\" /dev/null",
          "02-1A"},
         {good + station + "completions -- --host ''", "bench1\n"},
     };
-    for (const auto& row : rows) {
-        const ShellResult result = shell(row.line);
-        EXPECT_NE(result.output.find(row.output), std::string::npos) << row.line << result.output;
-    }
+    for (const auto& [line, output] : rows)
+        EXPECT_NE(shell(line).output.find(output), std::string::npos) << line << shell(line).output;
 }
 
 TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
@@ -95,6 +89,58 @@ TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
     });
     unit.setMode("normal");
     expectRows({{"-o json check | jq -r .value", 0, "\nno. The unit refuses factory commands"}});
+}
+
+TEST(StationPerson, OnATerminal_AnEraseIsConfirmed) {
+    Unit unit;
+    const std::string erase = " | script -qec \"$station erase radio\" /dev/null";
+    expectShell("echo n" + erase, 2, "not confirmed");
+    expectShell("echo y" + erase, 0, "OK");
+    EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
+}
+
+TEST(StationPerson, ASecondCallFromOnePort_WaitsOrFails) {
+    Unit unit;
+    const std::string busy = "sleep 1 | $station -q run - & sleep 0.3; ";
+    expectShell(busy + "$station --timeout 5 get mac", 0, "02-1A-2B-13-7B-00\n");
+    expectShell(busy + "$station --timeout 0.1 get mac", 7,
+                "another mfgp-station talks to 127.0.0.1:1040 from port 1041");
+}
+
+// Writes a script that runs the station.
+void layProgram(const Unit& unit) {
+    unit.write("/station", "#!/bin/sh\nexec " MFGP_STATION " \"$@\"\n");
+    shell("chmod 755 $unit/station");
+}
+
+TEST(StationPerson, Examples_Run) {
+    Unit unit;
+    const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
+    const std::string check = "MFGP_STATION=$unit/station ./check-limits --host 127.0.0.1";
+    layProgram(unit);
+    const std::string set = "$station -y --set MAC=02-1A-2B-13-7B-0F --set PIN=12345678 ";
+    expectShell(examples + set + "run production-line.txt", 0, " -61 dBm\n");
+    expectShell(examples + check, 0, "");
+    unit.write("/fans/speeds", "3 3600 900\n");
+    expectShell(examples + check, 1, "FAIL  all fans between");
+    expectShell(examples + check + " --user wrong", 5, "");
+    expectShell(examples + check + " --port 9 --timeout 0.1 --retries 0", 3,
+                "no verdict: get mac: no reply");
+    expectShell(examples + "MFGP_STATION=/no/such/program ./check-limits", 127, "");
+}
+
+TEST(StationPerson, Completion_OffersCommandsAndOptions) {
+    const Unit unit;
+    layProgram(unit);
+    for (const auto& [words, completed] : {std::pair{"--host get get ma", "mac\n"},
+                                           {"-o json calibrate zig", "zigbee zigbee-host\n"},
+                                           {"get mac --ti", "--time --timeout\n"}})
+        EXPECT_EQ(shell("bash -c '. " MFGP_SOURCE_DIR "/completions/mfgp.bash; "
+                        "COMP_WORDS=($unit/station " +
+                        std::string(words) + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); " +
+                        "_mfgp; echo \"${COMPREPLY[@]}\"'")
+                      .output,
+                  completed);
 }
 
 }  // namespace
