@@ -12,7 +12,6 @@
 namespace {
 
 using std::string;
-using Lines = std::vector<string>;
 
 // Short enough for every field.
 const char* const kTexts[] = {"`>/c`$(>/c);>/c", "|>/c&>/c&", "\n>/c\n", "';>/c;'",

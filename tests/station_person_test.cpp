@@ -1,9 +1,15 @@
-// Features for a person at the bench: help, wrong names, settings, check, discover, confirmation,
-// examples, completion.
+// Features for a person at the bench, and verdicts: values that fail, datagrams that are not
+// replies, and secrets.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
+#include "commands/json_handle.h"
+#include "station/json_values.h"
 #include "tests/support/client.h"
 #include "tests/support/unit.h"
+#include "tests/support/wire.h"
 
 namespace {
 
@@ -17,23 +23,6 @@ TEST(StationPerson, Help_ExplainsATopic) {
         {"help rssi-spread", 0, "The value is in dB."},
         {"help fan", 0, "fan speeds GEAR"},
         {"-o json help unit | jq -r .name | tail -n 1", 0, "reset\n"},
-    });
-}
-
-TEST(StationPerson, AMistypedName_GetsTheNearestOnes) {
-    expectRows({
-        {"get cuntry", 2, "unknown command 'get cuntry'; did you mean `get country`?\n"},
-        {"set pni 12345678", 2, "unknown command 'set pni'; did you mean `set pin`?\n"},
-        {"country", 2, "did you mean `get country`, `set country`?\n"},
-        {"--hots x get mac", 2, "unknown option '--hots'; did you mean '--host'?\n"},
-        {"--re get mac", 2, "did you mean '--retries', '--release'?\n"},
-        {"-n calibrate zigbee host", 0, "0203"},
-        {"-n Get-MAC", 0, "0203"},
-        {"run", 2, "run: expected one recipe file, or '-' for standard input.\n"},
-        {"antenna-test FG621 t0=1 foo", 2, "'foo' is not a field"},
-        {"-n set imei 490154203237519", 2, "check digit: the last digit would be 8; --any"},
-        {"-n set imei 490154203237519 --any-check-digit", 0, "0203"},
-        {"run - <<E\nsheet\nE", 2, "`sheet` is not allowed in a recipe"},
     });
 }
 
@@ -141,6 +130,72 @@ TEST(StationPerson, Completion_OffersCommandsAndOptions) {
                         "_mfgp; echo \"${COMPREPLY[@]}\"'")
                       .output,
                   completed);
+}
+
+TEST(StationVerdict, AValueThatMeansNothing_Fails) {
+    Unit unit({StateFile{"/fw/OEM_ID", ""}, StateFile{"/fans/speeds", "2\n"},
+               StateFile{"/modem/imei", "123456789012345"}});
+    shell("$station fan recheck");
+    for (const auto& [words, message] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"get oem-id", "' (the unit has no value for it"},
+             {"get antenna-level", "999' (no level was measured)"},
+             {"get imei", "999999999999999' (flash and modem differ"},
+             {"fan speeds 2", "0 fans:' (no speed is known"},
+             {"rssi-spread --band 1 --nss 1", "-52' (fewer than two readings"}})
+        expectRows(
+            {{"-o json " + words + " | jq -c '[.outcome, .value, (.raw | length > 0), .message]'",
+              0, R"(["FAIL",null,true,"no value: the unit returned ')" + message}});
+}
+
+TEST(StationVerdict, AnEchoOfTheRequest_IsNotAReply) {
+    const Station unit({}, "127.0.0.1", 5000);
+    std::atomic<bool> isOver = false;
+    std::thread echo([&] {
+        while (!isOver)
+            if (const auto datagram = unit.receive(50))
+                unit.send(*datagram);
+    });
+    const std::string to = "--timeout 0.1 --local-port 1040 --port 5000 ";
+    expectRows({{to + "get calibration", 3, "no reply"},
+                {to + "get mac", 3, "no reply"},
+                {to + "set pin 12345678", 3, "no reply"},
+                {to + "reset --yes", 3, "no reply"},
+                {to + "raw 4 0", 6, "an echo of the request, not a reply"},
+                {to + "heartbeat", 0, "OK"}});  // a unit sends it back in the same way
+    isOver = true;
+    echo.join();
+}
+
+TEST(StationVerdict, Secrets_AreHidden) {
+    Unit unit;
+    for (const std::string command : {"$station -o json -vvv set pin 12345678",
+                                      "echo 'set pin 12345678' | $station -y -vvv run -",
+                                      "echo 'get mac --password 12345678' | $station run -",
+                                      "$station -o json -vvv -y raw 3 76 3132333435363738"}) {
+        const ShellResult result = shell(command);
+        EXPECT_NE(result.output.find("********"), std::string::npos) << result.output;
+        for (const char* secret : {"12345678", "3132333435363738"})
+            EXPECT_EQ(result.output.find(secret), std::string::npos) << result.output;
+    }
+    expectRows({{"-o json --show-secrets set pin 12345678", 1, R"(["12345678"])"}});
+}
+
+TEST(StationVerdict, JsonOfAUnit_IsParsedWholeOrNotAtAll) {
+    using station::decodeJson, station::jsonLine, station::jsonOf;
+    for (const auto& [sent, line] : std::initializer_list<std::pair<std::string_view, const char*>>{
+             {R"({"pack":3})", R"({"pack":3})"},
+             {R"({"pack":3} x)", R"("{\"pack\":3} x")"},
+             {"[NaN]", R"("[NaN]")"},
+             {"[Infinity]", R"("[Infinity]")"},
+             {"[1e999]", R"("[1e999]")"},
+             {R"(["\u001b[2J\u007f\u00e9\ud83d\ude00"])",
+              R"(["\u001b[2J\u007f\u00e9\ud83d\ude00"])"},
+             {"\x1b[2J", R"("\\x1b[2J")"}}) {
+        station::Reply reply = {};
+        reply.payload.assign(sent.begin(), sent.end());
+        const Json json(jsonOf(decodeJson(reply)));
+        EXPECT_EQ(jsonLine(json.get()), line);
+    }
 }
 
 }  // namespace

@@ -74,6 +74,17 @@ TEST(StationClient, WritesAndTestsAUnit) {
 TEST(StationClient, WrongWords_AreNamed) {
     expectRows({
         {"", 2, "no command"},
+        {"get cuntry", 2, "unknown command 'get cuntry'; did you mean `get country`?\n"},
+        {"set pni 12345678", 2, "unknown command 'set pni'; did you mean `set pin`?\n"},
+        {"country", 2, "did you mean `get country`, `set country`?\n"},
+        {"--hots x get mac", 2, "unknown option '--hots'; did you mean '--host'?\n"},
+        {"--re get mac", 2, "did you mean '--retries', '--release'?\n"},
+        {"-n calibrate zigbee host", 0, "0203"},
+        {"-n Get-MAC", 0, "0203"},
+        {"run", 2, "run: expected one recipe file, or '-' for standard input.\n"},
+        {"antenna-test FG621 t0=1 foo", 2, "'foo' is not a field"},
+        {"-n set imei 490154203237519", 2, "check digit: the last digit would be 8; --any"},
+        {"-n set imei 490154203237519 --any-check-digit", 0, "0203"},
         {"config", 2, "'config'; did you mean `config-check`, `config get`, `config set`?\n"},
         {"fan speeds", 2, "takes GEAR"},
         {"fan set --gear 2", 2, "needs --time"},
