@@ -97,10 +97,12 @@ class HostileNetwork {
     uint16_t heartbeats_ = 0;
 };
 
-// Returns the number of descriptors and of resident pages.
+// Waits until the daemon is back in select(). Returns the number of descriptors and of resident
+// pages.
 std::pair<long, long> stateOf(const Unit& unit) {
-    unit.awaitRest();
     const fs::path process = "/proc/" + std::to_string(unit.daemon());
+    while (unit.running() && readFile(process / "stat").find(") S ") == std::string::npos)
+        usleep(1000);
     long pages = 0;
     std::ifstream(process / "statm") >> pages >> pages;  // after the total
     return {std::distance(fs::directory_iterator(process / "fd"), {}), pages};

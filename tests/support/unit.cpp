@@ -81,12 +81,6 @@ void Unit::fault(const std::string& tool, const std::string& snippet) const {
     write("/fault/" + tool, snippet + "\n");
 }
 
-void Unit::awaitRest() const {
-    const std::string status = "/proc/" + std::to_string(daemon_) + "/stat";
-    while (running() && readFile(status).find(") S ") == std::string::npos)
-        usleep(1000);
-}
-
 void Unit::setMode(const std::string& mode) const {
     write("/etc/config/wanDetect", "config settings 'settings'\n\toption mode '" + mode + "'\n");
 }
