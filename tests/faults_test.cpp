@@ -1,4 +1,6 @@
 // The answer of each command, and what it changes, when a tool or the system fails.
+#include <signal.h>
+
 #include <algorithm>
 #include <functional>
 #include <map>
@@ -7,7 +9,6 @@
 #include <set>
 
 #include "tests/support/command_rows.h"
-#include "tests/support/kernel.h"
 #include "tests/support/unit.h"
 #include "tests/support/wire.h"
 
@@ -17,6 +18,36 @@ using std::string;
 namespace fs = std::filesystem;
 
 const string kFailed = "(failed)";  // info 3, no payload, the command's error line
+
+// While it exists, strace answers system calls of the unit's unchanged daemon.
+class Injection {
+  public:
+    // `calls` and `answer` are in strace's words: "wait4", "error=EINTR:when=1". The calls that
+    // were answered are in the unit's /strace. Throws UnitImpossible if tracing is not permitted.
+    Injection(const Unit& unit, const string& calls, const string& answer) {
+        output_ = popen(("echo $$; exec strace -p " + std::to_string(unit.daemon()) + " -o " +
+                         unit.path("/strace").string() + " -e trace=" + calls +
+                         " -e inject=" + calls + ":" + answer + " 2>&1")
+                            .c_str(),
+                        "re");
+        char line[512] = {};
+        if (fscanf(output_, "%d ", &tracer_) == 1 && fgets(line, sizeof line, output_) != nullptr &&
+            string(line).ends_with(" attached\n"))
+            return;
+        pclose(output_);
+        throw UnitImpossible("no process may trace another here, or strace is missing");
+    }
+    ~Injection() {
+        kill(tracer_, SIGTERM);
+        pclose(output_);
+    }
+    Injection(const Injection&) = delete;
+    Injection& operator=(const Injection&) = delete;
+
+  private:
+    FILE* output_;
+    pid_t tracer_ = -1;
+};
 
 enum class Outcome { Fails, Answers, AnswersAsBefore, FailsOrAnswers };
 
@@ -149,7 +180,8 @@ TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
          {[&] { injection.emplace(*unit, "?pipe,pipe2", "error=EMFILE"); },
           [&] { injection.reset(); }}},
         {kNoFork,
-         {[&] { injection.emplace(*unit, kForks, "error=EAGAIN"); }, [&] { injection.reset(); }}},
+         {[&] { injection.emplace(*unit, "clone,?clone3,?fork,?vfork", "error=EAGAIN"); },
+          [&] { injection.reset(); }}},
         {kFullTmp,
          {[&] { inUnit("yes | head -c 1048576 >/tmp/filler"); },
           [&] { inUnit("rm /tmp/filler"); }}},

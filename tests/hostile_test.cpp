@@ -62,10 +62,14 @@ class HostileNetwork {
     }
     // Random bytes, a valid argument, text that makes a file if a shell runs it, or both.
     std::string argument() {
-        // clang-format off
-        static const std::string kGroup = R"({"pack":3,"gid":")" + std::string(36, 'g') + R"(","key":")" + std::string(304, 'k') + "\"}";
-        static const std::string kTexts[] = {"US", "5", R"({"gear":255})", R"({"band":0,"nss":2})", "1-3-0-60-1-19850", "123456789012345", kGroup};
-        // clang-format on
+        static const std::string kGroup = groupObject(std::string(304, 'k'), std::string(36, 'g'));
+        static const std::string kTexts[] = {"US",
+                                             "5",
+                                             R"({"gear":255})",
+                                             R"({"band":0,"nss":2})",
+                                             "1-3-0-60-1-19850",
+                                             "123456789012345",
+                                             kGroup};
         static const std::string kCanaries[] = {"$(>/c)", "`>/c`", "';>/c;'", "|>/c&", "\n>/c"};
         const size_t kind = below(4);
         if (kind == 0)
@@ -93,10 +97,12 @@ class HostileNetwork {
     uint16_t heartbeats_ = 0;
 };
 
-// Returns the number of descriptors and of resident pages.
+// Waits until the daemon is back in select(). Returns the number of descriptors and of resident
+// pages.
 std::pair<long, long> stateOf(const Unit& unit) {
-    unit.awaitRest();
     const fs::path process = "/proc/" + std::to_string(unit.daemon());
+    while (unit.running() && readFile(process / "stat").find(") S ") == std::string::npos)
+        usleep(1000);
     long pages = 0;
     std::ifstream(process / "statm") >> pages >> pages;  // after the total
     return {std::distance(fs::directory_iterator(process / "fd"), {}), pages};

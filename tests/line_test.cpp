@@ -1,5 +1,6 @@
-// Recipes, their records, and many units at a time.
+// Recipes, their records, many commands on one socket, and many units at a time.
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include "tests/support/client.h"
 #include "tests/support/unit.h"
@@ -8,126 +9,158 @@ namespace {
 
 // Turns JSON records into outcome words, messages and the counts of the end record.
 constexpr char kShort[] =
-    R"j( | jq -r 'if .record == "end" then "\(.passed)/\(.failed)/\(.errors)/\(.skipped)" else
+    R"j(jq -r 'if .record == "end" then "\(.passed)/\(.failed)/\(.errors)/\(.skipped)" else
         select(.record == "result") | .outcome + " " + (.message // "") end' | sed 's/ $//')j";
 
 TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
     Unit unit;
-    const struct {
-        std::string lines;
-        std::string options;
-        const char* output;
-    } rows[] = {
-        {.lines = "get card-signal --min 4 --max 4.5\nget mac --match '^02.*0$'",
-         .options = "",
-         .output = "PASS\nPASS\n2/0/0/0\n"},
-        {.lines = "get card-signal --min 5\nget card-signal --max 3\nget mac --max 9",
-         .options = "-k",
-         .output = "FAIL '4' does not keep --min 5\nFAIL '4' does not keep --max 3\n"
-                   "FAIL '02-1A-2B-13-7B-00' does not keep --max 9\n0/3/0/0\n"},
-        {.lines = "fan recheck\nfan speeds 3 --min 3550\nget mac\nget ssid",
-         .options = "",
-         .output = "PASS\nFAIL '2 fans: 3600 3540' does not keep --min 3550\n"
-                   "SKIPPED not reached\nSKIPPED not reached\n1/1/0/2\n"},
-        {.lines = "\xEF\xBB\xBF"
-                  "ensure oem-id ${ID}\nensure oem-id 'a b'\nensure mac 02:1a:2b:13:7b:00",
-         .options = "-y --set 'ID=a b'",
-         .output = "PASS written\nPASS already set\nPASS already set\n3/0/0/0\n"},
-        {.lines = "ensure group '{\"gid\":\"\",\"key\":\"\",\"pack\":0}'",
-         .options = "-y",
-         .output = "PASS already set\n1/0/0/0\n"},
-        {.lines = "get button wps --expect 'BUTTON OK' --until --for 0.9",
-         .options = "",
-         .output = "FAIL expected 'BUTTON OK', got 'BUTTON NOT OK'\n0/1/0/0\n"},
-        {.lines = "sleep 9", .options = "--deadline 0.2", .output = "TIMEOUT deadline of 0.2 s"},
+    // Pipes the lines to the station and checks the outcomes.
+    const auto judge = [&](const std::string& lines, const std::string& words, int exitCode,
+                           const std::string& output) {
+        SCOPED_TRACE(lines);
+        unit.write("/lines", lines);
+        expectShell("cat $unit/lines | $station -o json " + words +
+                        " >$unit/out 2>&-; code=$?; <$unit/out " + kShort + "; exit $code",
+                    exitCode, output);
     };
-    for (const auto& row : rows) {
-        unit.write("/lines", row.lines);
-        const ShellResult result = shell("$station -o json " + row.options + " run " +
-                                         unit.path("/lines").string() + " 2>&-" + kShort);
-        EXPECT_EQ(result.output.rfind(row.output, 0), 0U) << row.lines << "\n" << result.output;
-    }
-    const std::string calls = unit.read("/calls.log");
-    EXPECT_EQ(calls.find("flashkv -w"), calls.rfind("flashkv -w")) << calls;  // one write in all
-    shell("(sleep 0.7; touch " + unit.path("/tmp/button_wps_check").string() + ") &");
+    const std::string file = "run $unit/lines";
+    judge("get card-signal --min 4 --max 4.5\nget mac --match '^02.*0$'", file, 0,
+          "PASS\nPASS\n2/0/0/0\n");
+    judge("get card-signal --min 5\nget card-signal --max 3\nget mac --max 9", "-k " + file, 1,
+          "FAIL '4' does not keep --min 5\nFAIL '4' does not keep --max 3\n"
+          "FAIL '02-1A-2B-13-7B-00' does not keep --max 9\n0/3/0/0\n");
+    judge("fan recheck\nfan speeds 3 --min 3550\nget mac\nget ssid", file, 1,
+          "PASS\nFAIL '2 fans: 3600 3540' does not keep --min 3550\n"
+          "SKIPPED not reached\nSKIPPED not reached\n1/1/0/2\n");
+    judge(
+        "\xEF\xBB\xBF"
+        "ensure oem-id ${ID}\nensure oem-id 'a b'\nensure mac 02:1a:2b:13:7b:00",
+        "-y --set 'ID=a b' " + file, 0,
+        "PASS written\nPASS already set\nPASS already set\n3/0/0/0\n");
+    judge(R"(ensure group '{"gid":"","key":"","pack":0}')", "-y " + file, 0,
+          "PASS already set\n1/0/0/0\n");
+    judge("get button wps --expect 'BUTTON OK' --until --for 0.9", file, 1,
+          "FAIL expected 'BUTTON OK', got 'BUTTON NOT OK'\n0/1/0/0\n");
+    judge("sleep 9", "--deadline 0.2 " + file, 3, "TIMEOUT deadline of 0.2 s");
+    const std::string failing =
+        "get mac\n# a comment\n\nset pin \"12 4567\\8\"\nqlog stop\nget mac";
+    judge(failing, "--yes run -", 1, "PASS\nPASS\nFAIL refused or failed (info 3). Cause: the");
+    judge(failing, "-y -k run -", 1, "PASS\n2/2/0/0\n");
+    judge("get mac\r\nset oem-id x\nget mac", "run -", 2, "PASS\nERROR needs --yes");
+    judge("get mac\nget 'mac", "run -", 2, "PASS\nERROR a quote is not closed");
+    judge("get mac --host 10.0.0.1", "run -", 2, "ERROR --host belongs on the command line");
+    judge("set special-id NZ --yes\nget special-id", file, 0, "PASS\nPASS\n2/0/0/0");
+    EXPECT_EQ(unit.read("/flash/pin"), "12 45678\n");
+    // `ensure` has written once.
+    expectShell("grep -c 'flashkv -w /tmp/oemid' $unit/calls.log", 0, "1\n");
+    EXPECT_EQ(shell("echo 'get mac\ninit' | $station -q run -").output, "02-1A-2B-13-7B-00\n");
+    shell("(sleep 0.7; touch $unit/tmp/button_wps_check) &");
     expectRows({{"get button wps --expect 'BUTTON OK' --until --for 9", 0, "BUTTON OK"},
+                {"run $unit/none", 7, "No such file"},
+                {"-n --deadline 1e-9 -y run $unit/lines", 3, "; 2 commands were not sent"},
                 {"get mac --for x", 2, "'x' is not a time"},
                 {"set country DE --until", 2, "does not take --until"}});
 }
 
-TEST(Line, EveryFaultOfARecipe_IsListed) {
+TEST(Line, EveryFaultOfARecipe_IsListedBeforeAnythingIsSent) {
     Unit unit;
-    unit.write("/lines",
-               "get nothing\nget mac --match [\nsheet\nsleep 0\nensure pin 12345678\nget ${NO}");
-    const ShellResult result = shell("$station run " + unit.path("/lines").string());
-    EXPECT_EQ(result.exitCode, 2);
+    unit.write(
+        "/lines",
+        "get mac\nget nothing\nget mac --match [\nsheet\nsleep 0\nensure pin 12345678\nget ${NO}");
     for (const char* fault :
-         {"line 1: get: unknown command", "line 2: get mac: --match '['",
-          "line 3: sheet: `sheet` is not allow", "line 4: sleep: '0' is not a time",
-          "line 5: set pin: no command reads", "line 6: get: ${NO} is not defined"})
-        EXPECT_NE(result.output.find(fault), std::string::npos) << fault << "\n" << result.output;
+         {"line 2: get: unknown command", "line 3: get mac: --match '['",
+          "line 4: sheet: `sheet` is not allow", "line 5: sleep: '0' is not a time",
+          "line 6: set pin: no command reads", "line 7: get: ${NO} is not defined"})
+        expectRows({{"run $unit/lines", 2, fault}});
     EXPECT_EQ(unit.read("/calls.log"), "");
 }
 
 TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
     Unit unit;
-    const std::string folder = unit.path("/").string();
     unit.write("/lines", "raw 3 76 3132333435363738 --expect 87654321\nget antenna-level --max 9");
     const std::string run =
         "$station -o json -k -y --station B2 --label unit=a/b --append "
-        "--output-file '" +
-        folder + "r-{unit}.json' run " + folder + "lines; ";
-    const ShellResult errors = shell(run + run);
-    const std::string all = unit.read("/r-a_b.json");
+        "--output-file \"$unit/r-{unit}.json\" run $unit/lines; ";
+    const std::string all = shell(run + run).output + unit.read("/r-a_b.json");
     for (const char* secret : {"12345678", "3132333435363738", "87654321"})
-        EXPECT_EQ((all + errors.output).find(secret), std::string::npos) << all << errors.output;
-    EXPECT_EQ(shell("jq -c '[.record, .station, .labels.unit, .line, .limits, .measure, .exit]' " +
-                    folder + "r-a_b.json | head -n 4")
-                  .output,
-              "[\"start\",\"B2\",\"a/b\",null,null,null,null]\n"
-              "[\"result\",\"B2\",\"a/b\",1,{\"expect\":\"********\"},null,1]\n"
-              "[\"result\",\"B2\",\"a/b\",2,{\"max\":9},\"dBm\",1]\n"
-              "[\"end\",\"B2\",\"a/b\",null,null,null,1]\n");
-    EXPECT_EQ(shell("wc -l <" + folder + "r-a_b.json").output, "8\n");
+        EXPECT_EQ(all.find(secret), std::string::npos) << all;
+    expectShell(
+        "jq -c '[.record, .station, .labels.unit, .line, .limits, .measure, .exit]' "
+        "$unit/r-a_b.json",
+        0,
+        "[\"start\",\"B2\",\"a/b\",null,null,null,null]\n"
+        "[\"result\",\"B2\",\"a/b\",1,{\"expect\":\"********\"},null,1]\n"
+        "[\"result\",\"B2\",\"a/b\",2,{\"max\":9},\"dBm\",1]\n"
+        "[\"end\",\"B2\",\"a/b\",null,null,null,1]\n[\"start\"");  // appended
     unit.write("/lines", "get mac\nqlog stop");
-    const ShellResult text = shell("$station run " + folder + "lines 2>" + folder + "errors");
-    EXPECT_NE(text.output.find("1 passed, 1 failed, 0 errors, 0 skipped in "), std::string::npos);
+    expectRows(
+        {{"run $unit/lines 2>$unit/errors", 1, "1 passed, 1 failed, 0 errors, 0 skipped in "},
+         {"run $unit/lines | grep -c refused", 0, "1\n"},
+         {"--output-file x{no} get mac", 7, "there is no label 'no'"}});
     EXPECT_EQ(unit.read("/errors").rfind("mfgp-station: line 2: qlog stop: refused", 0), 0U);
-    const std::string both = shell("$station run " + folder + "lines").output;
-    EXPECT_EQ(both.find("refused"), both.rfind("refused")) << both;  // not twice
-    expectRows({{"--output-file x{no} get mac", 7, "there is no label 'no'"},
-                {"--units 127.0.0.1 get mac", 2, "--units belongs to `run`"},
-                {"-o json --output-file /dev/full --units 127.0.0.1 run " + folder + "lines", 7,
-                 "ERROR"}});
 }
 
 TEST(Line, ManyUnits_AnswerForThemselves) {
     const Unit unit;  // for a folder
     unit.write("/lines", "get mac\nget device-id\nget button wps --expect 'BUTTON OK' --until\n");
-    const std::string folder = unit.path("/").string();
-    const std::string line = MFGP_SIM " line 3 --state " + folder +
-                             "line --daemon " MFGPD " -- sh -c '" MFGP_STATION
-                             " --release -o json --units ";
-    const ShellResult result =
-        shell(line + "$MFGP_UNITS run " + folder + "lines >" + folder +
-              "r & await() { until grep -q $1 " + folder +
-              "r; do sleep 0.1; done; }; await 0003; for i in 1 2; do touch " + folder +
-              "line/$i/tmp/button_wps_check; done; until [ $(grep -c end " + folder +
-              "r) = 2 ]; do sleep 0.1; done; kill $!; wait $!; echo code $?'");
+    const ShellResult result = shell(
+        MFGP_SIM " line 3 --state $unit/line --daemon " MFGPD " -- sh -c '" MFGP_STATION
+                 " --release -o json --units $MFGP_UNITS run $unit/lines >$unit/r & "
+                 "await() { until grep -q $1 $unit/r; do sleep 0.1; done; }; await 0003; "
+                 "for i in 1 2; do touch $unit/line/$i/tmp/button_wps_check; done; "
+                 "until [ $(grep -c end $unit/r) = 2 ]; do sleep 0.1; done; kill $!; wait $!; "
+                 "echo code $?'");
     if (result.exitCode == 77)
         GTEST_SKIP() << result.output;
-    EXPECT_NE(result.output.find("10.77.1.1  PASS     3 passed, 0 failed"), std::string::npos);
-    EXPECT_NE(result.output.find("10.77.1.3  ABORTED  2 passed, 0 failed, 1 errors"),
-              std::string::npos);
-    EXPECT_NE(result.output.find("code 143\n"), std::string::npos) << result.output;
-    EXPECT_EQ(shell("jq -r 'select(.value != null and .line < 3) | .unit + .value' " + folder +
-                    "r | sort")
-                  .output,
-              "10.77.1.1:104002-1A-2B-20-00-01\n10.77.1.1:104080061A2B20000001\n"
-              "10.77.1.2:104002-1A-2B-20-00-02\n10.77.1.2:104080061A2B20000002\n"
-              "10.77.1.3:104002-1A-2B-20-00-03\n10.77.1.3:104080061A2B20000003\n");
-    EXPECT_NE(readFile(folder + "line/3/log/stdout").find("receive CANCEL TEST"),
-              std::string::npos);
+    for (const char* part : {"10.77.1.1  PASS     3 passed, 0 failed", "code 143\n",
+                             "10.77.1.3  ABORTED  2 passed, 0 failed, 1 errors"})
+        EXPECT_NE(result.output.find(part), std::string::npos) << result.output;
+    expectShell("jq -r 'select(.value != null and .line < 3) | .unit + .value' $unit/r | sort", 0,
+                "10.77.1.1:104002-1A-2B-20-00-01\n10.77.1.1:104080061A2B20000001\n"
+                "10.77.1.2:104002-1A-2B-20-00-02\n10.77.1.2:104080061A2B20000002\n"
+                "10.77.1.3:104002-1A-2B-20-00-03\n10.77.1.3:104080061A2B20000003\n");
+    expectShell("cat $unit/line/3/log/stdout", 0, "receive CANCEL TEST");
+}
+
+TEST(Line, Heartbeats_KeepTheUnitBoundWhileItWaits) {
+    const Unit unit;
+    expectShell(
+        "{ echo get mac; await heartbeat $unit/log/stdout 2; echo release; "
+        "await CANCEL $unit/log/stdout; sleep 0.5; } | $station --heartbeat 0.1 run -",
+        0, "");
+    expectShell("sed '/CANCEL TEST/q' $unit/log/stdout | grep -c heartbeat | grep -v '^[01]$'", 0,
+                "");
+    expectShell("sed '1,/CANCEL TEST/d' $unit/log/stdout | grep -c heartbeat", 1, "0\n");
+    // A pipe that never ends.
+    expectShell("mkfifo $unit/pipe; { echo init >&0; $station --deadline 0.4 run -; } <>$unit/pipe",
+                3, "");
+}
+
+TEST(Line, ASignal_EndsTheRunWithTheOutcomeOfTheCommand) {
+    Unit unit;
+    shell("mkfifo $unit/pipe");
+    // Sends the signal when so many lines of the output contain the word.
+    const auto interrupt = [&](const std::string& word, const std::string& times,
+                               const std::string& commands, const std::string& options) {
+        unit.remove("/seen");
+        expectShell("{ { " + commands + "; } >$unit/pipe & { await '" + word + "' $unit/seen " +
+                        times + "; kill -INT $$; } & exec $station -v -o json " + options +
+                        " run - >$unit/seen 2>&1; } <>$unit/pipe",
+                    128 + SIGINT, "");
+    };
+    const std::string outcomes = "grep -o 'outcome\":\"[A-Z]*' $unit/seen";
+    interrupt("PASS", "1", "echo get mac", "");
+    EXPECT_EQ(shell(outcomes).output, "outcome\":\"PASS\n");
+    // The daemon is stopped after the reply that proves the account.
+    interrupt("sent to", "2",
+              "echo get mac; await PASS $unit/seen; kill -STOP $daemon; "
+              "echo set oem-id x --yes",
+              "--release");
+    expectShell(outcomes, 0, "outcome\":\"PASS\noutcome\":\"ABORTED\n");
+    EXPECT_NE(unit.read("/seen").find("`get oem-id` shows it"), std::string::npos);
+    kill(unit.daemon(), SIGCONT);
+    expectRows(
+        {{"--local-port 1042 get oem-id", 0, "x\n"}});  // the unit was written, then released
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 // Text that would run more than the command it is part of, wherever a text from the wire, from a
 // factory field or from the configuration comes near a shell line. If it runs, it makes the file
 // /c.
-#include <unistd.h>
-
 #include <algorithm>
+#include <regex>
 
 #include "tests/support/command_rows.h"
 #include "tests/support/unit.h"
@@ -12,16 +11,13 @@
 namespace {
 
 using std::string;
-using Lines = std::vector<string>;
 
 // Short enough for every field.
 const char* const kTexts[] = {"`>/c`$(>/c);>/c", "|>/c&>/c&", "\n>/c\n", "';>/c;'",
                               "\";>/c;\"",       "a b>/c",    "%s%n"};
 
-string replaced(string text, const string& from, const string& to) {
-    for (size_t at = 0; (at = text.find(from, at)) != string::npos; at += to.size())
-        text.replace(at, from.size(), to);
-    return text;
+string replaced(const string& text, const char* from, const char* to) {
+    return std::regex_replace(text, std::regex(from), to);
 }
 
 class ShellLine : public testing::TestWithParam<const char*> {

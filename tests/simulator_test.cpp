@@ -24,12 +24,9 @@ TEST(Simulator, EachProfile_Serves) {
 TEST(Simulator, TheState_IsKeptUntilItIsReset) {
     Unit unit({StateFile{"/mine", "kept"}}, "--profile FG621");
     unit.write("/fw/FW_ID", "edited");
-    const auto expect = [&unit](const std::string& command, const std::string& rest, int exitCode,
-                                const std::string& output) {
-        const std::string state = " --state " + unit.path("/").string() + " ";
-        const ShellResult result = shell(MFGP_SIM " " + command + state + rest);
-        EXPECT_EQ(result.exitCode, exitCode) << result.output;
-        EXPECT_EQ(result.output.find(output), 0U) << result.output;
+    const auto expect = [](const std::string& command, const std::string& rest, int exitCode,
+                           const std::string& output) {
+        expectShell(MFGP_SIM " " + command + " --state $unit " + rest, exitCode, output);
     };
     expect("reset", "", 1, "mfgp-sim: a unit is running on /tmp/");
     expect("exec", "-- echo inside", 0, "inside\n");

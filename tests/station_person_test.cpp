@@ -1,8 +1,15 @@
-// Features for a person at the bench: help, wrong names, settings, check, discover, completion.
+// Features for a person at the bench, and verdicts: values that fail, datagrams that are not
+// replies, and secrets.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
+#include "commands/json_handle.h"
+#include "station/json_values.h"
 #include "tests/support/client.h"
 #include "tests/support/unit.h"
+#include "tests/support/wire.h"
 
 namespace {
 
@@ -16,23 +23,6 @@ TEST(StationPerson, Help_ExplainsATopic) {
         {"help rssi-spread", 0, "The value is in dB."},
         {"help fan", 0, "fan speeds GEAR"},
         {"-o json help unit | jq -r .name | tail -n 1", 0, "reset\n"},
-    });
-}
-
-TEST(StationPerson, AMistypedName_GetsTheNearestOnes) {
-    expectRows({
-        {"get cuntry", 2, "unknown command 'get cuntry'; did you mean `get country`?\n"},
-        {"set pni 12345678", 2, "unknown command 'set pni'; did you mean `set pin`?\n"},
-        {"country", 2, "did you mean `get country`, `set country`?\n"},
-        {"--hots x get mac", 2, "unknown option '--hots'; did you mean '--host'?\n"},
-        {"--re get mac", 2, "did you mean '--retries', '--release'?\n"},
-        {"-n calibrate zigbee host", 0, "0203"},
-        {"-n Get-MAC", 0, "0203"},
-        {"run", 2, "run: expected one recipe file, or '-' for standard input.\n"},
-        {"antenna-test FG621 t0=1 foo", 2, "'foo' is not a field"},
-        {"-n set imei 490154203237519", 2, "check digit: the last digit would be 8; --any"},
-        {"-n set imei 490154203237519 --any-check-digit", 0, "0203"},
-        {"run - <<E\nsheet\nE", 2, "`sheet` is not allowed in a recipe"},
     });
 }
 
@@ -54,20 +44,15 @@ TEST(StationPerson, Settings_HoldForTheirUnit) {
          StateFile{"/good/mfgp-station.conf",
                    "retries=0\r\ntimeout=0.3\n[bench1]\r\nhost=127.0.0.1\r\nport=1040\r\n"},
          StateFile{"/account/username", "x"}, StateFile{"/account/password", "a b#c"}});
-    const std::string good = "XDG_CONFIG_HOME=" + unit.path("/good").string() + ' ';
-    const std::string bad = "XDG_CONFIG_HOME=" + unit.path("/").string() + ' ';
+    const std::string good = "XDG_CONFIG_HOME=$unit/good ", bad = "XDG_CONFIG_HOME=$unit ";
     const std::string station = "${station%% --host*} ";
-    const struct {
-        std::string line;
-        std::string output;
-    } rows[] = {
+    const std::pair<std::string, const char*> rows[] = {
         {bad + station + "--host bench1 get mac", "line 8: 'hots' is not a setting; did you mean"},
         {good + station + "--host bench1 --user x --password 'a b#c' get mac", "02-1A"},
         {good + "MFGP_HOST=bench1 " + station + "--port 9 get mac", "(1 attempt): Connection"},
         {good + station + "--host 127.0.0.1:9 get mac", "(1 attempt): Connection"},
         {good + station + "--host 127.0.0.1:x get mac", "--host: 'x' is not a number from 1 to"},
-        {"sed -i '/bad/,$d' " + unit.path("/mfgp-station.conf").string() + "; " + bad + station +
-             "--host bench1 get mac",
+        {"sed -i '/bad/,$d' $unit/mfgp-station.conf; " + bad + station + "--host bench1 get mac",
          "mfgp-station.conf' (chmod 600 keeps it private)\n02-1A"},
         {"printf 'y\\nz\\n' >" + unit.path("/y").string() + "; " + bad + station +
              "--account-file " + unit.path("/y").string() + " --host bench1 get mac",
@@ -77,10 +62,8 @@ TEST(StationPerson, Settings_HoldForTheirUnit) {
          "02-1A"},
         {good + station + "completions -- --host ''", "bench1\n"},
     };
-    for (const auto& row : rows) {
-        const ShellResult result = shell(row.line);
-        EXPECT_NE(result.output.find(row.output), std::string::npos) << row.line << result.output;
-    }
+    for (const auto& [line, output] : rows)
+        EXPECT_NE(shell(line).output.find(output), std::string::npos) << line << shell(line).output;
 }
 
 TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
@@ -98,6 +81,126 @@ TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
     });
     unit.setMode("normal");
     expectRows({{"-o json check | jq -r .value", 0, "\nno. The unit refuses factory commands"}});
+}
+
+TEST(StationPerson, OnATerminal_AnEraseIsConfirmed) {
+    Unit unit;
+    const std::string erase = " | script -qec \"$station erase radio\" /dev/null";
+    expectShell("echo n" + erase, 2, "not confirmed");
+    expectShell("echo y" + erase, 0, "OK");
+    EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
+}
+
+TEST(StationPerson, ASecondCallFromOnePort_WaitsOrFails) {
+    Unit unit;
+    const std::string busy = "sleep 1 | $station -q run - & sleep 0.3; ";
+    expectShell(busy + "$station --timeout 5 get mac", 0, "02-1A-2B-13-7B-00\n");
+    expectShell(busy + "$station --timeout 0.1 get mac", 7,
+                "another mfgp-station talks to 127.0.0.1:1040 from port 1041");
+}
+
+// Writes a script that runs the station.
+void layProgram(const Unit& unit) {
+    unit.write("/station", "#!/bin/sh\nexec " MFGP_STATION " \"$@\"\n");
+    shell("chmod 755 $unit/station");
+}
+
+TEST(StationPerson, Examples_Run) {
+    Unit unit;
+    const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
+    const std::string check = "MFGP_STATION=$unit/station ./check-limits --host 127.0.0.1";
+    layProgram(unit);
+    const std::string set = "$station -y --set MAC=02-1A-2B-13-7B-0F --set PIN=12345678 ";
+    expectShell(examples + set + "run production-line.txt", 0, " -61 dBm\n");
+    expectShell(examples + check, 0, "");
+    unit.write("/fans/speeds", "3 3600 900\n");
+    expectShell(examples + check, 1, "FAIL  all fans between");
+    expectShell(examples + check + " --user wrong", 5, "");
+    expectShell(examples + check + " --port 9 --timeout 0.1 --retries 0", 3,
+                "no verdict: get mac: no reply");
+    expectShell(examples + "MFGP_STATION=/no/such/program ./check-limits", 127, "");
+}
+
+TEST(StationPerson, Completion_OffersCommandsAndOptions) {
+    const Unit unit;
+    layProgram(unit);
+    for (const auto& [words, completed] : {std::pair{"--host get get ma", "mac\n"},
+                                           {"-o json calibrate zig", "zigbee zigbee-host\n"},
+                                           {"get mac --ti", "--time --timeout\n"}})
+        EXPECT_EQ(shell("bash -c '. " MFGP_SOURCE_DIR "/completions/mfgp.bash; "
+                        "COMP_WORDS=($unit/station " +
+                        std::string(words) + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); " +
+                        "_mfgp; echo \"${COMPREPLY[@]}\"'")
+                      .output,
+                  completed);
+}
+
+TEST(StationVerdict, AValueThatMeansNothing_Fails) {
+    Unit unit({StateFile{"/fw/OEM_ID", ""}, StateFile{"/fans/speeds", "2\n"},
+               StateFile{"/modem/imei", "123456789012345"}});
+    shell("$station fan recheck");
+    for (const auto& [words, message] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"get oem-id", "' (the unit has no value for it"},
+             {"get antenna-level", "999' (no level was measured)"},
+             {"get imei", "999999999999999' (flash and modem differ"},
+             {"fan speeds 2", "0 fans:' (no speed is known"},
+             {"rssi-spread --band 1 --nss 1", "-52' (fewer than two readings"}})
+        expectRows(
+            {{"-o json " + words + " | jq -c '[.outcome, .value, (.raw | length > 0), .message]'",
+              0, R"(["FAIL",null,true,"no value: the unit returned ')" + message}});
+}
+
+TEST(StationVerdict, AnEchoOfTheRequest_IsNotAReply) {
+    const Station unit({}, "127.0.0.1", 5000);
+    std::atomic<bool> isOver = false;
+    std::thread echo([&] {
+        while (!isOver)
+            if (const auto datagram = unit.receive(50))
+                unit.send(*datagram);
+    });
+    const std::string to = "--timeout 0.1 --local-port 1040 --port 5000 ";
+    expectRows({{to + "get calibration", 3, "no reply"},
+                {to + "get mac", 3, "no reply"},
+                {to + "set pin 12345678", 3, "no reply"},
+                {to + "reset --yes", 3, "no reply"},
+                {to + "raw 4 0", 6, "an echo of the request, not a reply"},
+                {to + "heartbeat", 0, "OK"}});  // a unit sends it back in the same way
+    isOver = true;
+    echo.join();
+}
+
+TEST(StationVerdict, Secrets_AreHidden) {
+    Unit unit;
+    for (const std::string command : {"$station -o json -vvv set pin 12345678",
+                                      "echo 'set pin 12345678' | $station -y -vvv run -",
+                                      "echo 'get mac --password 12345678' | $station run -",
+                                      "echo '--passw=12345678 get mac' | $station -o json run -",
+                                      "echo 'set pn 12345678' | $station -o json run -",
+                                      "$station -o json -vvv -y raw 3 76 3132333435363738"}) {
+        const ShellResult result = shell(command);
+        EXPECT_NE(result.output.find("********"), std::string::npos) << result.output;
+        for (const char* secret : {"12345678", "3132333435363738"})
+            EXPECT_EQ(result.output.find(secret), std::string::npos) << result.output;
+    }
+    expectRows({{"-o json --show-secrets set pin 12345678", 1, R"(["12345678"])"}});
+}
+
+TEST(StationVerdict, JsonOfAUnit_IsParsedWholeOrNotAtAll) {
+    using station::decodeJson, station::jsonLine, station::jsonOf;
+    for (const auto& [sent, line] : std::initializer_list<std::pair<std::string_view, const char*>>{
+             {R"({"pack":3})", R"({"pack":3})"},
+             {R"({"pack":3} x)", R"("{\"pack\":3} x")"},
+             {"[NaN]", R"("[NaN]")"},
+             {"[Infinity]", R"("[Infinity]")"},
+             {"[1e999]", R"("[1e999]")"},
+             {R"(["\u001b[2J\u007f\u00e9\ud83d\ude00"])",
+              R"(["\u001b[2J\u007f\u00e9\ud83d\ude00"])"},
+             {"\x1b[2J", R"("\\x1b[2J")"}}) {
+        station::Reply reply = {};
+        reply.payload.assign(sent.begin(), sent.end());
+        const Json json(jsonOf(decodeJson(reply)));
+        EXPECT_EQ(jsonLine(json.get()), line);
+    }
 }
 
 }  // namespace

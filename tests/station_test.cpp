@@ -11,15 +11,14 @@ namespace {
 
 TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
     Unit unit({StateFile{"/fw/OEM_ID", "tab\there"}, StateFile{"/old", "old"}});
-    const std::string old = unit.path("/old").string();
     expectRows({
         {"get oem-id", 0, "tab here\n"},
         {"config set 'a text'", 0, "OK\n"},
         {"raw 3 55", 0, "text: 02-1A-2B-13-7B-00"},
         {"raw 7 9 00ff", 6, "the unit does not know the sub-type (info 5)"},
         {"sheet", 0, "02-1A-2B-13-7B-00\n"},
-        {"--output-file " + old + " set mac zz; cat " + old, 0, "021A2B137B00\nold"},
-        {"--output-file " + old + " get mac; cat " + old, 0, "02-1A-2B-13-7B-00\n"},
+        {"--output-file $unit/old set mac zz; cat $unit/old", 0, "021A2B137B00\nold"},
+        {"--output-file $unit/old get mac; cat $unit/old", 0, "02-1A-2B-13-7B-00\n"},
         {"get mac >&-", 7, "cannot write the results"},
         {"run - <&-", 7, "Bad file descriptor"},
     });
@@ -53,7 +52,7 @@ TEST(StationClient, WritesAndTestsAUnit) {
         {"set mac 021A2B137B00", 1, "Possible causes: this field was already written since mfgpd"},
         {"set model-name M60", 0, "OK\n"},
         {"get hardware-description", 0, "M60 V1.0\n"},
-        {"set group @" + unit.path("/group.json").string(), 0, "OK\n"},
+        {"set group @$unit/group.json", 0, "OK\n"},
         {"get group", 0, group},
         {"generate group 12", 0, "\"pack\": 12}\n"},
         {"erase radio", 2, "needs --yes"},
@@ -75,6 +74,17 @@ TEST(StationClient, WritesAndTestsAUnit) {
 TEST(StationClient, WrongWords_AreNamed) {
     expectRows({
         {"", 2, "no command"},
+        {"get cuntry", 2, "unknown command 'get cuntry'; did you mean `get country`?\n"},
+        {"set pni 12345678", 2, "unknown command 'set pni'; did you mean `set pin`?\n"},
+        {"country", 2, "did you mean `get country`, `set country`?\n"},
+        {"--hots x get mac", 2, "unknown option '--hots'; did you mean '--host'?\n"},
+        {"--re get mac", 2, "did you mean '--retries', '--release'?\n"},
+        {"-n calibrate zigbee host", 0, "0203"},
+        {"-n Get-MAC", 0, "0203"},
+        {"run", 2, "run: expected one recipe file, or '-' for standard input.\n"},
+        {"antenna-test FG621 t0=1 foo", 2, "'foo' is not a field"},
+        {"-n set imei 490154203237519", 2, "check digit: the last digit would be 8; --any"},
+        {"-n set imei 490154203237519 --any-check-digit", 0, "0203"},
         {"config", 2, "'config'; did you mean `config-check`, `config get`, `config set`?\n"},
         {"fan speeds", 2, "takes GEAR"},
         {"fan set --gear 2", 2, "needs --time"},
@@ -104,11 +114,10 @@ TEST(StationClient, WrongWords_AreNamed) {
 TEST(StationClient, OnlyReads_AreRepeated) {
     Unit unit;
     // While the daemon is stopped, requests wait in its socket.
-    const std::string stop = "kill -STOP " + std::to_string(unit.daemon()) + "; ";
-    const std::string sent = unit.path("/sent").string();
-    const std::string late = stop + ": >" + sent + "; { await 'sent to' " + sent +
-                             " 3; kill -CONT " + std::to_string(unit.daemon()) + "; } & 2>" + sent +
-                             " $station -v --timeout 1 ";
+    const std::string stop = "kill -STOP $daemon; ";
+    const std::string late = stop +
+                             ": >$unit/sent; { await 'sent to' $unit/sent 3; "
+                             "kill -CONT $daemon; } & 2>$unit/sent $station -v --timeout 1 ";
     EXPECT_NE(shell(late + "-o json get mac").output.find("\"tries\":3}"), std::string::npos);
     EXPECT_EQ(shell(late + "--deadline 30 wait").output, "OK\n");
     shell(stop);
@@ -121,12 +130,11 @@ TEST(StationClient, OnlyReads_AreRepeated) {
                 {"--timeout 0.1 sheet 2>&- | wc -l", 0, "2\n"}});
     kill(unit.daemon(), SIGCONT);
     // The daemon is stopped after the first reply, which proves the account.
-    const std::string once = ": >" + sent + "; { echo get mac; await 02-1A " + sent + "; " + stop +
+    const std::string once = ": >$unit/sent; { echo get mac; await 02-1A $unit/sent; " + stop +
                              "echo set oem-id x --yes --timeout 0.1 --retries 2; } | "
-                             "$station run - >" +
-                             sent + "; cat " + sent;
+                             "$station run - >$unit/sent; cat $unit/sent";
     expectShell(once, 0, "in 0.3 s (1 attempt). The command was sent once, and the unit may");
-    EXPECT_TRUE(readFile(sent).find("`get oem-id` shows it") != std::string::npos);
+    EXPECT_NE(unit.read("/sent").find("`get oem-id` shows it"), std::string::npos);
     kill(unit.daemon(), SIGCONT);
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
@@ -135,8 +143,8 @@ TEST(StationClient, ShowsWhatIsSentAndReceived) {
     Unit unit({StateFile{"/account/username", "admin"}, StateFile{"/account/password", "secret"},
                StateFile{"/private", "admin\nsecret\n"}, StateFile{"/public", "admin\nsecret"},
                StateFile{"/long", "admin\nsecret\nmore"}});
-    const std::string account = "--account-file " + unit.path("/").string();
-    shell("chmod 600 " + unit.path("/private").string());
+    const std::string account = "--account-file $unit/";
+    shell("chmod 600 $unit/private");
     const std::string request = "020300000000000001023700ffdb440863683849f4287601b004120e",
                       reply =
                           "0203020000000018010237000add92e5c51a860c1c80b57f84102fc9"
@@ -209,13 +217,10 @@ TEST(StationClient, Json_HasOneShape) {
                   "[" + row.result + "]\n")
             << row.words;
     EXPECT_EQ(shell("$station -q -o json get enable-flags").output, flags + "\n");
-    const std::string sheet = unit.path("/sheet").string();
-    EXPECT_EQ(shell("$station -o json --output-file " + sheet +
-                    " sheet; jq -cs 'map(select(.record == \"result\")) | [length > 20, "
-                    "(map(keys_unsorted) | unique | length), .[1].command]' " +
-                    sheet)
-                  .output,
-              "[true,1,\"get mac\"]\n");
+    expectRows(
+        {{"-o json --output-file $unit/sheet sheet; jq -cs 'map(select(.record == \"result\"))"
+          " | [length > 20, (map(keys_unsorted) | unique | length), .[1].command]' $unit/sheet",
+          0, "[true,1,\"get mac\"]\n"}});
 }
 
 }  // namespace

@@ -45,8 +45,6 @@ class Unit {
 
     // Makes a tool run a shell snippet first ("exit 1").
     void fault(const std::string& tool, const std::string& snippet) const;
-    // After a reply, waits until the daemon is back in select().
-    void awaitRest() const;
     // Sets wanDetect.settings.mode.
     void setMode(const std::string& mode) const;
 
