@@ -11,6 +11,7 @@ import html
 import io
 import json
 import statistics
+import sys
 import textwrap
 
 import jinja2
@@ -80,8 +81,12 @@ def read_runs(names):
     for name in names:
         current = {}
         with open(name, encoding="ascii") as file:
-            for line in file:
-                record = json.loads(line)
+            for number, line in enumerate(file, 1):
+                try:
+                    record = json.loads(line)
+                except ValueError:  # the station lost power while it wrote
+                    print(f"{name}: line {number} is not a record, left out", file=sys.stderr)
+                    continue
                 key = record["station"], record["unit"]
                 if record["record"] == "start":
                     current[key] = Run(record)
