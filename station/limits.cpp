@@ -60,8 +60,11 @@ std::string extractLimits(const Command& command, NamedValues* named, NamedValue
         const bool isUntil = command.access == Access::Read && (name == "until" || name == "for");
         const bool isLimit = command.format != nullptr && (name == "expect" || name == "min" ||
                                                            name == "max" || name == "match");
+        const bool isNumeric = command.format == decodeNumber || command.format == decodeFanSpeeds;
         std::string fault;
-        if (isLimit) {
+        if (isLimit && !isNumeric && (name == "min" || name == "max")) {
+            fault = "--" + name + ": the command does not return a number";
+        } else if (isLimit) {
             limits->push_back(given);
             fault = checkLimit(given);
         } else if (isUntil && name == "for") {

@@ -56,6 +56,7 @@ struct Options {
     bool version = false;
     NamedValues named;
     Words words;
+    std::span<char*> commandLine;  // is read again for each of --units
 };
 
 // Reads the command line into *options, which holds the defaults before. Returns what is wrong, or

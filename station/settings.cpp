@@ -93,11 +93,33 @@ std::string applySettings(Options* options, Words* aliases) {
     return wrong;
 }
 
-// Reads MFGP_HOST and the command line.
-std::string readTyped(int argc, char** argv, Options* options) {
+// Reads MFGP_HOST and the command line. The unit comes in the place of their host unless it is "".
+std::string readTyped(const std::string& unit, Options* options) {
     const std::string host = environmentText("MFGP_HOST");
-    const std::string wrong = host.empty() ? "" : setOption("host", host, options);
-    return wrong.empty() ? parseOptions(argc, argv, options) : "MFGP_HOST: " + wrong;
+    std::string wrong = host.empty() ? "" : setOption("host", host, options);
+    if (!wrong.empty())
+        return "MFGP_HOST: " + wrong;
+    wrong = parseOptions(static_cast<int>(options->commandLine.size()), options->commandLine.data(),
+                         options);
+    return wrong.empty() && !unit.empty() ? setOption("host", unit, options) : wrong;
+}
+
+// Reads all options: for the unit, or for the host of the command line if the unit is "".
+std::string readFor(const std::string& unit, Options* options) {
+    Options typed = *options;
+    Words aliases;
+    std::string wrong = readTyped(unit, &typed);
+    options->host = typed.host;
+    options->quiet = typed.quiet;
+    if (wrong.empty())
+        wrong = applySettings(options, &aliases);
+    const std::string host = options->host;
+    if (!typed.accountFile.empty())  // has priority over an account of the settings
+        options->user = options->password = std::nullopt;
+    if (wrong.empty())
+        wrong = readTyped(unit, options);
+    options->host = host;
+    return wrong;
 }
 
 // Reads the user name and the password from two lines.
@@ -120,19 +142,20 @@ Outcome readAccountFile(const Options& options, std::string* user, std::string* 
 }  // namespace
 
 std::string readOptions(int argc, char** argv, Options* options) {
-    Options typed = *options;
-    Words aliases;
-    std::string wrong = readTyped(argc, argv, &typed);
-    options->host = typed.host;
-    options->quiet = typed.quiet;
-    if (wrong.empty())
-        wrong = applySettings(options, &aliases);
-    const std::string host = options->host;
-    if (!typed.accountFile.empty())  // has priority over an account of the settings
-        options->user = options->password = std::nullopt;
-    if (wrong.empty())
-        wrong = readTyped(argc, argv, options);
-    options->host = host;
+    options->commandLine = {argv, static_cast<size_t>(argc)};
+    return readFor("", options);
+}
+
+std::string readOptionsOf(const std::string& unit, const Options& call, Options* options) {
+    options->commandLine = call.commandLine;
+    std::string wrong = readFor(unit, options);
+    const bool hasOwn = options->accountFile != call.accountFile ||
+                        options->password.value_or(*call.password) != call.password ||
+                        options->user.value_or(*call.user) != call.user;
+    if (wrong.empty() && hasOwn)
+        return loadAccount(options).message;
+    options->user = call.user;
+    options->password = call.password;
     return wrong;
 }
 

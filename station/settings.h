@@ -12,6 +12,11 @@ namespace station {
 // text.
 std::string readOptions(int argc, char** argv, Options* options);
 
+// Reads the same for one unit of --units, with the settings of its section if its name is an alias.
+// Takes the account of the call unless the section has one. Returns an error message, or an empty
+// text.
+std::string readOptionsOf(const std::string& unit, const Options& call, Options* options);
+
 // Returns the aliases of the settings file.
 Words hostAliases();
 

@@ -26,9 +26,10 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
     const std::string file = "run $unit/lines";
     judge("get card-signal --min 4 --max 4.5\nget mac --match '^02.*0$'", file, 0,
           "PASS\nPASS\n2/0/0/0\n");
-    judge("get card-signal --min 5\nget card-signal --max 3\nget mac --max 9", "-k " + file, 1,
-          "FAIL '4' does not keep --min 5\nFAIL '4' does not keep --max 3\n"
-          "FAIL '02-1A-2B-13-7B-00' does not keep --max 9\n0/3/0/0\n");
+    judge("get card-signal --min 5\nget card-signal --max 3", "-k " + file, 1,
+          "FAIL '4' does not keep --min 5\nFAIL '4' does not keep --max 3\n0/2/0/0\n");
+    judge("get mac --max 9", file, 2, "ERROR --max: the command does not return a number\n");
+    judge("# nothing", file, 2, "ERROR no commands in the recipe\n");
     judge("fan recheck\nfan speeds 3 --min 3550\nget mac\nget ssid", file, 1,
           "PASS\nFAIL '2 fans: 3600 3540' does not keep --min 3550\n"
           "SKIPPED not reached\nSKIPPED not reached\n1/1/0/2\n");
@@ -96,7 +97,9 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
     expectRows(
         {{"run $unit/lines 2>$unit/errors", 1, "1 passed, 1 failed, 0 errors, 0 skipped in "},
          {"run $unit/lines | grep -c refused", 0, "1\n"},
-         {"--output-file x{no} get mac", 7, "there is no label 'no'"}});
+         {"--output-file x{no} get mac", 7, "there is no label 'no'"},
+         {"--units 127.0.0.1 get mac", 2, "--units belongs to `run`"},
+         {"-o json --output-file /dev/full --units 127.0.0.1 run $unit/lines", 7, "ERROR"}});
     EXPECT_EQ(unit.read("/errors").rfind("mfgp-station: line 2: qlog stop: refused", 0), 0U);
 }
 
@@ -104,7 +107,8 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
     const Unit unit;  // for a folder
     unit.write("/lines", "get mac\nget device-id\nget button wps --expect 'BUTTON OK' --until\n");
     const ShellResult result = shell(
-        MFGP_SIM " line 3 --state $unit/line --daemon " MFGPD " -- sh -c '" MFGP_STATION
+        MFGP_SIM " line 3 --state $unit/line --daemon " MFGPD " --runner '" MFGP_RUNNER
+                 "' -- sh -c '" MFGP_STATION
                  " --release -o json --units $MFGP_UNITS run $unit/lines >$unit/r & "
                  "await() { until grep -q $1 $unit/r; do sleep 0.1; done; }; await 0003; "
                  "for i in 1 2; do touch $unit/line/$i/tmp/button_wps_check; done; "

@@ -145,6 +145,8 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
     }
     if (event != LineEvent::End)
         return refuse(*session, unsent(options.words, unreadable(options.words[1])));
+    if (steps->empty())  // otherwise a recipe that was saved without its lines passes every unit
+        return refuse(*session, unsent(options.words, {kExitUsage, "no commands in the recipe"}));
     if (code != kExitDone || risky.empty())
         return code;
     LineReader terminal;

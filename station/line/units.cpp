@@ -27,6 +27,7 @@ struct Unit {
     Tally* tally = nullptr;  // the child writes it
     pid_t pid = -1;          // 0: has ended
     int code = kExitLocalFault;
+    Options options = {};
 };
 
 // Reads the units from a file with one per line, or from a list with commas.
@@ -44,11 +45,10 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     size_t width = 0;
     for (const std::string& name : names)
         width = std::max(width, name.size() + 2);
-    Options own = options;
-    for (size_t i = 0; i < names.size() && wrong.empty(); i++)
-        wrong = setOption("host", names[i], &own);
-    for (const std::string& name : names)
-        units->push_back({name, name + std::string(width - name.size(), ' ')});
+    for (size_t i = 0; i < names.size() && wrong.empty(); i++) {
+        units->push_back({names[i], names[i] + std::string(width - names[i].size(), ' ')});
+        wrong = readOptionsOf(names[i], options, &units->back().options);
+    }
     return names.empty() ? "no units" : wrong;
 }
 
@@ -57,8 +57,7 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
 [[noreturn]] void beChild(const Session& parent, const Unit& unit, std::span<const Step> steps) {
     setpgid(0, 0);  // an interrupt from the terminal reaches only the parent, which passes it on
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    Options options = parent.options;
-    setOption("host", unit.name, &options);
+    Options options = unit.options;
     options.outputFile = "-";
     parent.output->prefix = unit.column;
     setvbuf(parent.output->file, nullptr, _IOFBF, kMostRecordBytes);
