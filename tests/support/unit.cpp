@@ -58,7 +58,7 @@ void Unit::start() {
     }
     daemon_ = std::stoi(strstr(ready, "pid ") + 4);
     callsSeen_ = traceSeen_ = errorsSeen_ = 0;
-    setenv("unit", root_.c_str(), 1);
+    setenv("unit", root_.c_str(), 1);  // for shell()
     setenv("daemon", std::to_string(daemon_).c_str(), 1);
 }
 
