@@ -95,7 +95,8 @@ void printDetails(const Command& command, const Output& output) {
         listOptions([&command](const OptionRow& row) { return belongsTo(row, command); });
     fputs(own.empty() ? "" : "\noptions:\n", output.file);
     print(own, output);
-    fprintf(output.file, "\nexample: mfgp-station %s %s\n", command.name, command.example);
+    fprintf(output.file, "\nexample: mfgp-station %s%s%s\n", command.name,
+            command.example[0] != '\0' ? " " : "", command.example);
 }
 
 }  // namespace station

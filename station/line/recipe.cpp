@@ -95,8 +95,9 @@ Result sleepFor(Session* session, const Step& step) {
 // Returns line, command and arguments, without secrets.
 std::string textOf(const Step& step, const std::string& before) {
     const PreparedCommand& prepared = step.prepared;
-    return before + std::to_string(step.line) + " " + prepared.command->name + " " +
-           joined(withoutSecrets(prepared.command, prepared.arguments));
+    Words words = withoutSecrets(prepared.command, prepared.arguments);
+    words.insert(words.begin(), prepared.command->name);
+    return before + std::to_string(step.line) + " " + joined(words);
 }
 
 int refuse(const Session& session, const Result& result) {
