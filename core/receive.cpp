@@ -25,8 +25,8 @@ int checkPeer(ServiceContext* ctx, const sockaddr_in& sender) {
     return 1;
 }
 
-// Answers to strangers are left out when many already wait, so that forged datagrams never delay
-// the bound station.
+// Drops the reply when many replies already wait to be sent, so that forged datagrams never delay
+// the bound station. Is called only for other versions and other senders.
 void limitAnswers(ServiceContext* ctx) {
     if (mfgp_udpIsCongested(ctx))
         ctx->flags &= ~kFlagSendReply;

@@ -1,8 +1,8 @@
 // Error reports on standard error and trace lines on standard output.
 #pragma once
 
-// Writes "[Error][errCode: CODE][errMsg: MESSAGE]|[errno: HEX]" to standard error, with the errno
-// of the moment of the call. If message is null, the errMsg field is left out. Returns `code`, so
+// Writes "[Error][errCode: CODE][errMsg: MESSAGE]|[errno: HEX]" to standard error, with the value
+// of errno at the call. If message is null, the errMsg field is left out. Returns `code`, so
 // that a caller reports and returns in one statement.
 int report(int code, const char* message);
 

@@ -19,9 +19,8 @@ int mfgp_cmd_setCfg(ServiceContext* ctx) {
     return 0;
 }
 
-// Answers the fixed LAN address. Returns 0.
+// Replies with a fixed LAN address, whatever the unit's real address is. Returns 0.
 int mfgp_cmd_getCfg(ServiceContext* ctx) {
-    // Fixed, whatever the real LAN address is.
     static constexpr char kAnswer[] = "lan_ip 192.168.1.123";
     constexpr size_t kLength = sizeof kAnswer - 1;
     MFGP_TRACE("getCfg: %s\n", requestText(ctx));

@@ -27,7 +27,7 @@ TEST_F(Protocol, AnotherVersion_GetsTheShortReplyAndDoesNotBind) {
 }
 
 TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
-    // A damaged request is refused, but binds.
+    // A damaged request is refused, but binds the daemon to its sender.
     station.send(wireOf({.subType = 55, .payload = "12345678", .spoilDigest = true}));
     const Answer damaged = openAnswer(station.receive().value_or(""));
     EXPECT_EQ(damaged.header.substr(0, 4), header(3, 2, 9));
