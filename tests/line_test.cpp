@@ -42,7 +42,8 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
           "PASS already set\n1/0/0/0\n");
     judge("get button wps --expect 'BUTTON OK' --until --for 0.9", file, 1,
           "FAIL expected 'BUTTON OK', got 'BUTTON NOT OK'\n0/1/0/0\n");
-    judge("sleep 9", "--deadline 0.2 " + file, 3, "TIMEOUT deadline of 0.2 s");
+    judge("sleep 9\nget mac", "--deadline 0.2 " + file, 3,
+          "TIMEOUT deadline of 0.2 s reached; 1 command was not sent\nSKIPPED");
     const std::string failing =
         "get mac\n# a comment\n\nset pin \"12 4567\\8\"\nqlog stop\nget mac";
     judge(failing, "--yes run -", 1, "PASS\nPASS\nFAIL refused or failed (info 3). Cause: the");

@@ -141,7 +141,7 @@ TEST(StationClient, OnlyReads_AreRepeated) {
 
 TEST(StationClient, ShowsWhatIsSentAndReceived) {
     Unit unit({StateFile{"/account/username", "admin"}, StateFile{"/account/password", "secret"},
-               StateFile{"/private", "admin\nsecret\n"}, StateFile{"/public", "admin\nsecret"},
+               StateFile{"/private", "admin\r\nsecret\r\n"}, StateFile{"/public", "admin\nsecret"},
                StateFile{"/long", "admin\nsecret\nmore"}});
     const std::string account = "--account-file $unit/";
     shell("chmod 600 $unit/private");
