@@ -18,7 +18,7 @@ struct Step {
 Outcome prepareStep(const Options& options, std::string line, int number, Step* step);
 
 // Reads all lines, prints every fault, and asks for confirmation where it is needed. Returns the
-// exit code of the first fault.
+// highest exit code of the faults.
 int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps);
 
 // Returns the outcome of a file that cannot be read, by errno.
