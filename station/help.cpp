@@ -39,13 +39,13 @@ void printNames(std::string title, const Words& names, const Output& output) {
 bool belongsTo(const OptionRow& option, const Command& command) {
     if (option.place == Place::Run)
         return command.run == runBatch;
-    if (option.place == Place::Value)
+    if (option.place == Place::ValueCommands)
         return command.format != nullptr;
-    return option.place == Place::Command &&
+    return option.place == Place::NamingCommands &&
            std::string(command.arguments).find(optionName(option)) != std::string::npos;
 }
 
-std::string factsOf(const Command& command) {
+std::string effectOf(const Command& command) {
     static constexpr const char* kEffects[] = {
         "It changes nothing. If no reply comes, it is sent again.",
         "It changes nothing. It is sent until a reply comes.",
@@ -90,7 +90,7 @@ void printDetails(const Command& command, const Output& output) {
     const std::string usage = usageOf({command.name, command.arguments, ""});
     fprintf(output.file, "%s%s\n\n%s\n", kUsage, usage.c_str(), command.help);
     if (command.run == nullptr)
-        fputs(factsOf(command).c_str(), output.file);
+        fputs(effectOf(command).c_str(), output.file);
     const Listing own =
         listOptions([&command](const OptionRow& row) { return belongsTo(row, command); });
     fputs(own.empty() ? "" : "\noptions:\n", output.file);

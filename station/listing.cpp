@@ -14,7 +14,7 @@ Value numberOrNone(size_t number) {
 }
 
 // Returns the columns of a row as JSON members, without the columns that are empty in this row.
-std::vector<Member> factsOf(const Command& command) {
+std::vector<Member> columnsOf(const Command& command) {
     const bool isOfUnit = command.run == nullptr;
     const bool isGated = command.type != 0 && command.gate == Gate::ProduceMode;
     const char* const nothing = command.nothing.text;
@@ -49,7 +49,8 @@ Listing listCommands() {
     std::string group;
     for (const Command& command : commands()) {
         group = command.group[0] != '\0' ? command.group : group;
-        listing.push_back({command.name, command.arguments, command.help, factsOf(command), group});
+        listing.push_back(
+            {command.name, command.arguments, command.help, columnsOf(command), group});
     }
     return listing;
 }

@@ -74,10 +74,10 @@ std::string setOption(const std::string& name, const std::string& argument, Opti
 // Where an option is allowed, and which commands it belongs to.
 enum class Place : uint8_t {
     CommandLine,
-    Run,          // the command line of `run` only
-    AlsoInBatch,  // the command line, and each line of a recipe
-    Value,        // commands that return a value, here and below also in a recipe
-    Command,      // commands whose arguments name it
+    Run,             // the command line of `run` only
+    AlsoInBatch,     // the command line, and each line of a recipe
+    ValueCommands,   // commands that return a value, here and below also in a recipe
+    NamingCommands,  // commands whose arguments name it
 };
 
 struct OptionRow {
