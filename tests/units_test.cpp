@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Report, PrintsOneLineWithTheErrnoOfTheMoment) {
+TEST(Report, ALine_HasTheErrnoFromBeforeTheCall) {
     testing::internal::CaptureStderr();
     errno = EADDRINUSE;
     EXPECT_EQ(report(-1, nullptr) + report(-2, "text"), -3);
@@ -53,7 +53,7 @@ TEST(Shell, AWriteRunsWithoutAnEnvironment_AReadWithIt) {
     EXPECT_EQ(mfgp_execCmd("echo %s", x(1019).c_str()), -1);
 }
 
-TEST(Shell, PlainText_IsTheNamedAlphabet) {
+TEST(Shell, PlainText_AllowsLettersDigitsAndElevenMarks) {
     const std::string marks = "%+,-./:=@^_";
     for (int byte = 1; byte < 256; byte++) {
         const std::string text(1, static_cast<char>(byte));
