@@ -10,17 +10,6 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 
-// Returns the value of a hexadecimal digit, or -1.
-int hexValue(char digit) {
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    if (digit >= 'a' && digit <= 'f')
-        return digit - 'a' + 10;
-    if (digit >= 'A' && digit <= 'F')
-        return digit - 'A' + 10;
-    return -1;
-}
-
 // Returns the number of characters to insert, delete or replace to turn one text into the other.
 size_t editDistance(const std::string& from, const std::string& into) {
     std::vector<size_t> row(into.size() + 1);
@@ -57,14 +46,14 @@ std::string hexOf(std::span<const uint8_t> bytes) {
 }
 
 std::string parseHex(const std::string& digits, Bytes* bytes) {
-    for (const char digit : digits)
-        if (hexValue(digit) < 0)
-            return std::string("'") + digit + "' is not a hexadecimal digit";
+    const size_t wrong = digits.find_first_not_of("0123456789abcdefABCDEF");
+    if (wrong != std::string::npos)
+        return std::string("'") + digits[wrong] + "' is not a hexadecimal digit";
     if (digits.size() % 2 != 0)
         return "an odd number of hexadecimal digits";
     bytes->clear();
     for (size_t i = 0; i < digits.size(); i += 2)
-        bytes->push_back(static_cast<uint8_t>(hexValue(digits[i]) << 4 | hexValue(digits[i + 1])));
+        bytes->push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
     return "";
 }
 
