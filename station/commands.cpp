@@ -2,21 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <sstream>
 #include <utility>
 
 #include "station/arguments.h"
 
 namespace station {
 namespace {
-
-Words wordsOf(const char* name) {
-    std::istringstream stream(name);
-    Words words;
-    for (std::string word; stream >> word;)
-        words.push_back(word);
-    return words;
-}
 
 // Removes the last value of the option from *named and stores it. Returns false if there is none.
 bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::string* value) {
@@ -51,7 +42,7 @@ std::string checkValue(const Command& command, std::string name, const std::stri
 // an empty text.
 std::string arrange(const Command& command, const Words& words, std::vector<NamedValue> named,
                     Words* values) {
-    const Words forms = wordsOf(command.arguments);
+    const Words forms = splitAtBlanks(command.arguments);
     std::string wrong =
         "takes " + (forms.empty() ? std::string("no arguments") : command.arguments);
     auto word = words.begin();

@@ -92,11 +92,9 @@ Value decodeFanSpeeds(const Reply& reply) {
     Bytes bytes = reply.payload;
     std::erase(bytes, '\n');  // a fan service may add one after each speed
     List list = {printableText(bytes), {}};
-    std::istringstream words(list.text);
-    std::string word;
-    words >> word;  // the number of fans
-    while (words >> word)
-        list.items.push_back(numberOrText(word));
+    const Words words = splitAtBlanks(list.text);
+    for (size_t i = 1; i < words.size(); i++)  // the first one is the number of fans
+        list.items.push_back(numberOrText(words[i]));
     list.text.insert(std::min(list.text.find(' '), list.text.size()), " fans:");
     return {list};
 }

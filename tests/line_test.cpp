@@ -35,8 +35,8 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
           "SKIPPED not reached\nSKIPPED not reached\n1/1/0/2\n");
     judge(
         "\xEF\xBB\xBF"
-        "ensure oem-id ${ID}\nensure oem-id 'a b'\nensure mac 02:1a:2b:13:7b:00",
-        "-y --set 'ID=a b' " + file, 0,
+        "ensure oem-id ${ID}\nensure oem-id 'é b'\nensure mac 02:1a:2b:13:7b:00",
+        "-y --set 'ID=é b' " + file, 0,
         "PASS written\nPASS already set\nPASS already set\n3/0/0/0\n");
     judge(R"(ensure group '{"gid":"","key":"","pack":0}')", "-y " + file, 0,
           "PASS already set\n1/0/0/0\n");
@@ -66,13 +66,14 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
 
 TEST(Line, EveryFaultOfARecipe_IsListedBeforeAnythingIsSent) {
     Unit unit;
-    unit.write(
-        "/lines",
-        "get mac\nget nothing\nget mac --match [\nsheet\nsleep 0\nensure pin 12345678\nget ${NO}");
+    unit.write("/lines",
+               "get mac\nget nothing\nget mac --match [\nsheet\nsleep 0\nensure pin 12345678\n"
+               "ensure oem-id ' a'\nget ${NO}");
     for (const char* fault :
          {"line 2: get: unknown command", "line 3: get mac: --match '['",
           "line 4: sheet: `sheet` is not allow", "line 5: sleep: '0' is not a time",
-          "line 6: set pin: no command reads", "line 7: get: ${NO} is not defined"})
+          "line 6: set pin: no command reads", "line 7: ensure oem-id: ' a' cannot be read back",
+          "line 8: get: ${NO} is not defined"})
         expectRows({{"run $unit/lines", 2, fault}});
     EXPECT_EQ(unit.read("/calls.log"), "");
 }

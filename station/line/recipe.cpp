@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "station/interrupt.h"
-#include "station/limits.h"
 
 namespace station {
 namespace {
@@ -15,8 +14,9 @@ constexpr Command kSleep = {"sleep", kTypeFromWords, 0, Access::Read, Gate::Open
 Outcome prepareSleep(const Words& words, Step* step) {
     step->prepared.command = &kSleep;
     step->prepared.arguments = {words.begin() + 1, words.end()};
-    const std::string wrong =
-        words.size() == 2 ? parseSeconds(words[1], &step->prepared.untilSeconds) : "takes SECONDS";
+    const std::string wrong = words.size() == 2
+                                  ? parseSeconds(words[1], 1, &step->prepared.untilSeconds)
+                                  : "takes SECONDS";
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
@@ -31,6 +31,11 @@ Outcome prepareWrite(Options* own, Step* step) {
     if (step->prepared.command->readBack == nullptr)
         return {kExitUsage, "no command reads '" + own->words[1] + "' back"};
     step->readBack = prepareRow(commandNamed(step->prepared.command->readBack), *own);
+    const std::string& text = step->prepared.arguments[0];
+    if (step->prepared.command->build == nullptr && joined(splitAtBlanks(text)) != text)
+        return {kExitUsage, "'" + text +
+                                "' cannot be read back: a unit returns no blanks at the ends, and "
+                                "one blank for several. Write a text without them, or use `set`"};
     return outcome;
 }
 
@@ -43,7 +48,7 @@ bool isWritten(const PreparedCommand& write, const Value& value) {
     }
     const std::string text = textOf(value);
     Request same = {};
-    return text == write.arguments[0] ||
+    return text == printable(write.arguments[0]) ||
            (buildCommand(*write.command, {text}, {}, &same).empty() && same.payload == payload);
 }
 
