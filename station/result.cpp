@@ -81,26 +81,6 @@ Result withoutSecrets(Result result) {
     return result;
 }
 
-// Replaces {KEY} by the label and {time} by the time. Returns an error message, or an empty text.
-std::string fillName(const NamedValues& labels, std::string* name) {
-    for (size_t at = 0; (at = name->find('{', at)) != std::string::npos;) {
-        const size_t end = std::min(name->find('}', at), name->size());
-        const std::string key = name->substr(at + 1, end - at - 1);
-        std::string text = timeText(std::chrono::system_clock::now());
-        std::erase(text, ':');  // some file systems do not allow it
-        const auto label = std::find_if(labels.rbegin(), labels.rend(),
-                                        [&key](const auto& given) { return given.name == key; });
-        if (label != labels.rend())
-            text = label->value;
-        else if (key != "time")
-            return "--output-file: there is no label '" + key + "'";
-        std::replace(text.begin(), text.end(), '/', '_');  // a label cannot choose another folder
-        name->replace(at, end - at + 1, text);
-        at += text.size();
-    }
-    return "";
-}
-
 void printText(const Result& result, Layout layout, const Output& output) {
     const bool done = result.outcome.code == kExitDone;
     if (output.quiet || layout == Layout::Single) {
@@ -126,12 +106,30 @@ void printText(const Result& result, Layout layout, const Output& output) {
 
 }  // namespace
 
+std::string fillOutputName(Options* options) {
+    std::string& name = options->outputFile;
+    const NamedValues& labels = options->labels;
+    for (size_t at = 0; (at = name.find('{', at)) != std::string::npos;) {
+        const size_t end = std::min(name.find('}', at), name.size());
+        const std::string key = name.substr(at + 1, end - at - 1);
+        std::string text = timeText(std::chrono::system_clock::now());
+        std::erase(text, ':');  // some file systems do not allow it
+        const auto label = std::find_if(labels.rbegin(), labels.rend(),
+                                        [&key](const auto& given) { return given.name == key; });
+        if (label != labels.rend())
+            text = label->value;
+        else if (key != "time")
+            return "--output-file: there is no label '" + key + "'";
+        std::replace(text.begin(), text.end(), '/', '_');  // a label cannot choose another folder
+        name.replace(at, end - at + 1, text);
+        at += text.size();
+    }
+    return "";
+}
+
 std::string openOutput(const Options& options, Output* output) {
-    std::string name = options.outputFile;
+    const std::string& name = options.outputFile;
     if (!name.empty() && name != "-") {
-        std::string wrong = fillName(options.labels, &name);
-        if (!wrong.empty())
-            return wrong;
         output->owned.reset(fopen(name.c_str(), options.append ? "ae" : "we"));
         if (!output->owned)
             return "cannot write '" + name + "': " + strerror(errno);

@@ -52,10 +52,13 @@ struct Output {
     bool reachesErrors = false;  // the file and standard error are one, as on a terminal
 };
 
-// Opens the --output-file if there is one, and empties it unless --append is given. {KEY} in its
-// name is replaced by a label, and {time} by the time in UTC. Called after the command line was
-// checked, so that a mistake does not empty the file of earlier results. Returns an error message,
-// or an empty text.
+// Replaces {KEY} in the name of the --output-file by the label, and {time} by the time in UTC.
+// Returns an error message, or an empty text.
+std::string fillOutputName(Options* options);
+
+// Opens the --output-file if there is one, and empties it unless --append is given. Called after
+// the command line was checked, so that a mistake does not empty the file of earlier results.
+// Returns an error message, or an empty text.
 std::string openOutput(const Options& options, Output* output);
 
 // Prints the result as one JSON object or as text, and flushes the output. If the command did not

@@ -179,6 +179,8 @@ int run(int argc, char** argv) {
     const Command* const command = findCommand(options.words, &rest);
     if (wrong.empty())
         wrong = checkCommand(options, command, rest);
+    if (wrong.empty())
+        wrong = fillOutputName(&options);
     if (!wrong.empty())
         return complainOfUsage(wrong);
     Output output = {options.format, options.quiet};
