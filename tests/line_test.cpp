@@ -112,13 +112,14 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
         MFGP_SIM " line 3 --state $unit/line --daemon " MFGPD " --runner '" MFGP_RUNNER
                  "' -- sh -c '" MFGP_STATION
                  " --release -o json --units $MFGP_UNITS run $unit/lines >$unit/r & "
-                 "await() { until grep -q $1 $unit/r; do sleep 0.1; done; }; await 0003; "
-                 "for i in 1 2; do touch $unit/line/$i/tmp/button_wps_check; done; "
-                 "until [ $(grep -c end $unit/r) = 2 ]; do sleep 0.1; done; kill $!; wait $!; "
-                 "echo code $?'");
+                 "await() { until [ $(grep -c $1 $unit/r) = $2 ]; do sleep 0.1; done; }; "
+                 "await get.device-id 3; set -- $(cat /proc/$!/task/$!/children); kill -9 $2; "
+                 "touch $unit/line/1/tmp/button_wps_check; await end 2; kill $!; wait $!; "
+                 "echo code $? $(grep -c end $unit/r)'");
     if (result.exitCode == 77)
         GTEST_SKIP() << result.output;
-    for (const char* part : {"10.77.1.1  PASS     3 passed, 0 failed", "code 143\n",
+    for (const char* part : {"10.77.1.1  PASS     3 passed, 0 failed", "code 137 3\n",
+                             "10.77.1.2  ABORTED  2 passed, 0 failed, 1 errors",
                              "10.77.1.3  ABORTED  2 passed, 0 failed, 1 errors"})
         EXPECT_NE(result.output.find(part), std::string::npos) << result.output;
     expectShell("jq -r 'select(.value != null and .line < 3) | .unit + .value' $unit/r | sort", 0,
@@ -141,7 +142,7 @@ TEST(Line, Heartbeats_KeepTheUnitBoundWhileItWaits) {
         "1\n");
     // A pipe that never ends.
     expectShell("mkfifo $unit/pipe; { echo init >&0; $station --deadline 0.4 run -; } <>$unit/pipe",
-                3, "");
+                3, "deadline of 0.4 s reached; no further commands were sent\n");
 }
 
 TEST(Line, ASignal_EndsTheRunWithTheOutcomeOfTheCommand) {

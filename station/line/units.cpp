@@ -85,13 +85,27 @@ void showRunning(const std::vector<Unit>& units) {
     showProgress(text + (lines > kMostLines ? "and more units" : ""));
 }
 
+// Writes the end record of a unit whose process could not, and counts the commands without a
+// record: one has no verdict, and the others were not sent.
+void recordLost(Unit* unit, const Outcome& outcome, const Output& output) {
+    Tally& tally = *unit->tally;
+    const unsigned lost = tally.total - tally.passed - tally.failed - tally.errors - tally.skipped;
+    tally.errors += std::min(lost, 1U);
+    tally.skipped += lost - std::min(lost, 1U);
+    unit->code = outcome.code;
+    say(unit->name + ": " + outcome.message);
+    if (output.format == Format::Json)
+        printEnd(tally, outcome, unit->options.host + ":" + std::to_string(unit->options.port),
+                 output);
+}
+
 // Waits until all children have ended, and passes a signal on to them.
-void awaitAll(std::vector<Unit>* units, bool showsProgress) {
+void awaitAll(std::vector<Unit>* units, const Output& output) {
     constexpr int kMilliseconds = 100;
     int handedOn = 0;
     const auto isRunning = [](const Unit& unit) { return unit.pid > 0; };
     while (std::ranges::any_of(*units, isRunning)) {
-        if (showsProgress)
+        if (!output.reachesErrors)
             showRunning(*units);
         poll(nullptr, 0, kMilliseconds);
         for (Unit& unit : *units) {
@@ -101,8 +115,13 @@ void awaitAll(std::vector<Unit>* units, bool showsProgress) {
             if (!isRunning(unit) || waitpid(unit.pid, &status, WNOHANG) != unit.pid)
                 continue;
             unit.pid = 0;
-            unit.code =
-                WIFEXITED(status) ? WEXITSTATUS(status) : kExitInterrupted + WTERMSIG(status);
+            unit.code = WEXITSTATUS(status);
+            if (WIFSIGNALED(status))
+                recordLost(&unit,
+                           {kExitInterrupted + WTERMSIG(status),
+                            unit.tally->command.load() + std::string(": the process was ended: ") +
+                                strsignal(WTERMSIG(status))},
+                           output);
         }
         handedOn = interruptSignal();
     }
@@ -148,14 +167,17 @@ int runUnits(Session* session, LineReader* lines) {
     session->output->lock = memfd_create("records", MFD_CLOEXEC);
     for (size_t i = 0; i < units.size(); i++) {
         units[i].tally = new (static_cast<Tally*>(shared) + i) Tally;
+        units[i].tally->total = static_cast<unsigned>(steps.size());
         units[i].pid = fork();
         if (units[i].pid == 0)
             beChild(*session, units[i], steps);
         if (units[i].pid < 0)
-            say(units[i].name + ": cannot start a process: " + strerror(errno));
+            recordLost(&units[i],
+                       {kExitLocalFault, std::string("cannot start a process: ") + strerror(errno)},
+                       *session->output);
     }
     watchInterrupts();
-    awaitAll(&units, !session->output->reachesErrors);
+    awaitAll(&units, *session->output);
     return summarize(units, *session->output);
 }
 
