@@ -39,13 +39,16 @@ std::string countOfLeft(const BatchRun& batch) {
            " not sent";
 }
 
-// Records why the input or the time has ended, and prints it, unless the input simply ended.
+// Records why the input or the time has ended, and prints it, unless the input simply ended after a
+// command.
 void noteEnd(BatchRun* batch, LineEvent event) {
     Outcome outcome = {batch->end.code, ""};
     if (event == LineEvent::TimedOut)
         outcome = {kExitNoAnswer, deadlineText(batch->session->link) + countOfLeft(*batch)};
     else if (event == LineEvent::Interrupted)
         outcome = interrupted("");
+    else if (event == LineEvent::End && batch->number == 0 && outcome.code == kExitDone)
+        outcome = emptyRecipe();
     else if (event == LineEvent::Fault)
         outcome = unreadable(batch->session->options.words[1]);
     if (!outcome.message.empty())
@@ -224,10 +227,8 @@ int runBatch(const Options& options, Output* output) {
     if (name != "-")
         lines.fd = file ? fileno(file.get()) : -1;
     struct stat status = {};
-    if (lines.fd < 0 || fstat(lines.fd, &status) != 0) {  // fopen and fstat both set errno
-        print(unsent(options.words, unreadable(name)), Layout::Single, output);
-        return kExitLocalFault;
-    }
+    if (lines.fd < 0 || fstat(lines.fd, &status) != 0)  // fopen and fstat both set errno
+        return print(unsent(options.words, unreadable(name)), Layout::Single, output);
     if (!options.units.empty())
         return runUnits(&session, &lines);
     int code = openSession(&session);
@@ -246,8 +247,8 @@ int readSheet(const Options& options, Output* output) {
     BatchRun batch = {&session, &tally, true};
     std::vector<Step> steps;
     for (const Command& command : commands())
-        if (command.sheet == Sheet::Yes)
-            steps.push_back({0, {}, prepareRow(command, options), {}});
+        if (command.isOnSheet)
+            steps.push_back({0, {}, false, prepareRow(command, options), {}});
     const int opened = openSession(&session);
     if (opened != kExitDone)
         return opened;

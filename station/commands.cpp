@@ -19,13 +19,6 @@ bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::str
            }) > 0;
 }
 
-// Adds the name of the flag to the values if it is given.
-void takeFlag(const std::string& name, std::vector<NamedValue>* named, Words* values) {
-    std::string value;
-    if (takeNamed(name, named, &value))
-        values->push_back(name);
-}
-
 // Checks one argument by its form. The message does not show a secret one.
 std::string checkValue(const Command& command, std::string name, const std::string& form,
                        std::string* value) {
@@ -51,7 +44,9 @@ std::string arrange(const Command& command, const Words& words, std::vector<Name
         const bool isOption = name.starts_with("--");
         std::string value;
         if (name.starts_with("[--")) {
-            takeFlag(name.substr(1, name.size() - 2), &named, values);
+            const std::string flag = name.substr(1, name.size() - 2);
+            if (takeNamed(flag, &named, &value))
+                values->push_back(flag);
             continue;
         }
         if (name.starts_with('[') || name.ends_with("...")) {
@@ -114,8 +109,9 @@ Words withoutSecrets(const Command* command, Words arguments) {
     unsigned type = 0;
     unsigned subType = 0;
     const bool isRaw = command != nullptr && command->type == kTypeFromWords &&
-                       arguments.size() > 2 && parseNumber(arguments[0], UINT8_MAX, &type) &&
-                       parseNumber(arguments[1], UINT8_MAX, &subType) &&
+                       arguments.size() > 2 &&
+                       parseNumber(arguments[0], 0, UINT8_MAX, &type).empty() &&
+                       parseNumber(arguments[1], 0, UINT8_MAX, &subType).empty() &&
                        isSecret(static_cast<uint8_t>(type), static_cast<uint8_t>(subType));
     // The command is also unknown in a faulty line, and the second word is the rest of its name.
     const size_t shown = command == nullptr  ? 1
@@ -150,7 +146,7 @@ bool isNothing(const Command& command, const Value& value) {
     if (command.nothing.text == nullptr || !value.exists())
         return false;
     if (const auto* const list = std::get_if<List>(&value.of))
-        return list->items.empty();
+        return std::ranges::none_of(list->items, &Value::exists);
     const std::string_view nothing = command.nothing.text;
     std::string text = textOf(value);
     text.erase(text.find_last_not_of(' ') + 1);

@@ -29,11 +29,10 @@ std::string setFlag(const std::string&, Options* options) {
 template <auto kMember, unsigned kLeast, unsigned kMost>
 std::string setNumber(const std::string& argument, Options* options) {
     unsigned number = 0;
-    if (!parseNumber(argument, kMost, &number) || number < kLeast)
-        return "'" + argument + "' is not a number from " + std::to_string(kLeast) + " to " +
-               std::to_string(kMost);
-    options->*kMember = number;
-    return "";
+    const std::string wrong = parseNumber(argument, kLeast, kMost, &number);
+    if (wrong.empty())
+        options->*kMember = number;
+    return wrong.empty() ? "" : "'" + argument + "' is not " + wrong;
 }
 
 template <auto kMember, unsigned kLeastMilliseconds>
@@ -272,12 +271,14 @@ std::string parseSeconds(const std::string& text, unsigned leastMilliseconds, do
     return isTime ? "" : "'" + text + wrong;
 }
 
-bool parseNumber(const std::string& text, unsigned limit, unsigned* number) {
+std::string parseNumber(const std::string& text, unsigned least, unsigned most, unsigned* number) {
     const bool hex = text.starts_with("0x") || text.starts_with("0X");
     const char* const begin = text.data() + (hex ? 2 : 0);
     const char* const end = text.data() + text.size();
     const auto [place, error] = std::from_chars(begin, end, *number, hex ? 16 : 10);
-    return error == std::errc() && place == end && *number <= limit;
+    return error == std::errc() && place == end && *number >= least && *number <= most
+               ? ""
+               : "a number from " + std::to_string(least) + " to " + std::to_string(most);
 }
 
 }  // namespace station

@@ -106,7 +106,8 @@ std::string suggestion(const std::string& typed, const Words& names, char quote)
 // message, or an empty text.
 std::string parseSeconds(const std::string& text, unsigned leastMilliseconds, double* seconds);
 
-// Reads a whole number, decimal or with 0x in front. Returns false when it is none or larger.
-bool parseNumber(const std::string& text, unsigned limit, unsigned* number);
+// Reads a whole number, decimal or with 0x in front. Returns what the text should have been, or an
+// empty text.
+std::string parseNumber(const std::string& text, unsigned least, unsigned most, unsigned* number);
 
 }  // namespace station

@@ -29,16 +29,12 @@ Words shownArguments(const Result& result, const Output& output) {
 }
 
 json_object* objectOf(const NamedValues& limits) {
-    if (limits.empty())
-        return nullptr;
-    json_object* const object = json_object_new_object();
-    for (const NamedValue& limit : limits) {
-        const bool isText = limit.name == "expect" || limit.name == "match";
-        json_object_object_add(
-            object, limit.name.c_str(),
-            isText ? jsonString(limit.value) : jsonOf(numberOrText(limit.value)));
+    Record record;
+    for (const auto& [name, text] : limits) {
+        const bool isText = name == "expect" || name == "match";
+        record.members.push_back({name, isText ? Value{text} : numberOrText(text)});
     }
-    return object;
+    return limits.empty() ? nullptr : jsonOf({record});
 }
 
 JsonRecord recordOf(const Result& result, const Output& output) {
@@ -47,7 +43,8 @@ JsonRecord recordOf(const Result& result, const Output& output) {
     record.add("line", result.line > 0 ? json_object_new_int(result.line) : nullptr);
     record.add("command", jsonString(result.command));
     record.add("arguments", arrayOf(shownArguments(result, output)));
-    record.add("outcome", jsonString(wordOf(result)));
+    const bool isJudged = result.word == nullptr;
+    record.add("outcome", jsonString(isJudged ? outcomeWord(result.outcome.code) : result.word));
     record.add("exit", json_object_new_int(result.outcome.code));
     record.add("message", stringOrNull(result.outcome.message));
     record.add("info", informed ? json_object_new_int(*result.info) : nullptr);
@@ -143,7 +140,7 @@ std::string openOutput(const Options& options, Output* output) {
     return "";
 }
 
-void print(const Result& result, Layout layout, Output* output) {
+int print(const Result& result, Layout layout, Output* output) {
     clearProgress();
     const bool hides = result.isSecret && !output->options->showSecrets;
     const Result shown = hides ? withoutSecrets(result) : result;
@@ -156,6 +153,7 @@ void print(const Result& result, Layout layout, Output* output) {
     if (!isSeen && result.outcome.code != kExitDone)
         say((result.line > 0 ? "line " + std::to_string(result.line) + ": " : "") +
             (result.command.empty() ? "" : result.command + ": ") + result.outcome.message);
+    return result.outcome.code;
 }
 
 void print(const JsonRecord& record, const Output& output) {
@@ -194,10 +192,6 @@ std::string timeText(std::chrono::system_clock::time_point time) {
 
 json_object* stringOrNull(const std::string& text) {
     return text.empty() ? nullptr : jsonString(text);
-}
-
-const char* wordOf(const Result& result) {
-    return result.word != nullptr ? result.word : outcomeWord(result.outcome.code);
 }
 
 void flush(const Output& output) {

@@ -63,7 +63,8 @@ std::string openOutput(const Options& options, Output* output);
 
 // Prints the result as one JSON object or as text, and flushes the output. If the command did not
 // pass, also prints the message on standard error, unless the rows of a batch already appear there.
-void print(const Result& result, Layout layout, Output* output);
+// Returns the exit code of the result.
+int print(const Result& result, Layout layout, Output* output);
 
 // A record with the members that all records of a call have. More members can be added.
 struct JsonRecord {
@@ -76,9 +77,6 @@ struct JsonRecord {
 
 // Prints the record on one line and flushes the output.
 void print(const JsonRecord& record, const Output& output);
-
-// Returns the result's outcome in one word.
-const char* wordOf(const Result& result);
 
 // Returns the time in ISO 8601 in UTC, to the millisecond.
 std::string timeText(std::chrono::system_clock::time_point time);

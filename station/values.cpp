@@ -28,7 +28,7 @@ Words split(const std::string& text, char separator) {
     return parts;
 }
 
-// Reads a text field of the configuration record.
+// A text field of the configuration record.
 struct Field {
     const char* name;
     size_t offset;
@@ -92,9 +92,9 @@ Value decodeFanSpeeds(const Reply& reply) {
     Bytes bytes = reply.payload;
     std::erase(bytes, '\n');  // a fan service may add one after each speed
     List list = {printableText(bytes), {}};
-    const Words words = splitAtBlanks(list.text);
+    const Words words = split(list.text + ' ', ' ');
     for (size_t i = 1; i < words.size(); i++)  // the first one is the number of fans
-        list.items.push_back(numberOrText(words[i]));
+        list.items.push_back(words[i].empty() ? Value() : numberOrText(words[i]));
     list.text.insert(std::min(list.text.find(' '), list.text.size()), " fans:");
     return {list};
 }

@@ -57,11 +57,17 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
     // `ensure` has written once.
     expectShell("grep -c 'flashkv -w /tmp/oemid' $unit/calls.log", 0, "1\n");
     EXPECT_EQ(shell("echo 'get mac\ninit' | $station -q run -").output, "02-1A-2B-13-7B-00\n");
-    shell("(sleep 0.7; touch $unit/tmp/button_wps_check) &");
-    expectRows({{"get button wps --expect 'BUTTON OK' --until --for 9", 0, "BUTTON OK"},
-                {"-n --deadline 1e-9 -y run $unit/lines", 3, "; 2 commands were not sent"},
-                {"get mac --for x", 2, "'x' is not a time"},
-                {"set country DE --until", 2, "does not take --until"}});
+    shell(
+        "rm $unit/tmp/fan_speed/fan2_speed_gear3; (sleep 0.7; touch $unit/tmp/button_wps_check) &");
+    expectRows(
+        {{"get button wps --expect 'BUTTON OK' --until --for 9", 0, "BUTTON OK"},
+         {"-n --deadline 1e-9 -y run $unit/lines", 3, "; 2 commands were not sent"},
+         {"get mac --for x", 2, "'x' is not a time"},
+         {"--deadline 0.6 get mac --expect x --until", 3, "0.6 s reached: expected 'x', got"},
+         {"run - </dev/null", 2, "no commands in the recipe"},
+         {"--units a,a run $unit/lines", 2, "'a' is named twice"},
+         {"-q -o json fan speeds 3 --min 3000", 1, "[3600,null]\n"},
+         {"set country DE --until", 2, "does not take --until"}});
 }
 
 TEST(Line, EveryFaultOfARecipe_IsListedBeforeAnythingIsSent) {
@@ -72,7 +78,7 @@ TEST(Line, EveryFaultOfARecipe_IsListedBeforeAnythingIsSent) {
     for (const char* fault :
          {"line 2: get: unknown command", "line 3: get mac: --match '['",
           "line 4: sheet: `sheet` is not allow", "line 5: sleep: '0' is not a time",
-          "line 6: set pin: no command reads", "line 7: ensure oem-id: ' a' cannot be read back",
+          "line 6: ensure pin: no command reads", "line 7: ensure oem-id: ' a' cannot be read back",
           "line 8: get: ${NO} is not defined"})
         expectRows({{"run $unit/lines", 2, fault}});
     EXPECT_EQ(unit.read("/calls.log"), "");

@@ -42,14 +42,17 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     Words names;
     for (std::string line; wrong.empty() && std::getline(lines, line);)
         wrong = splitWords(line, options.variables, &names);
-    size_t width = 0;
-    for (const std::string& name : names)
-        width = std::max(width, name.size() + 2);
+    if (names.empty())
+        return wrong.empty() ? std::string("no units") : wrong;
+    const size_t width = 2 + std::ranges::max(names, {}, &std::string::size).size();
     for (size_t i = 0; i < names.size() && wrong.empty(); i++) {
         units->push_back({names[i], names[i] + std::string(width - names[i].size(), ' ')});
         wrong = readOptionsOf(names[i], options, &units->back().options);
+        if (std::ranges::count(names, names[i]) >
+            1)  // would be refused the second write of a field
+            wrong = "'" + names[i] + "' is named twice";
     }
-    return names.empty() ? "no units" : wrong;
+    return wrong;
 }
 
 // Runs in the child: carries the steps out and ends the process. All children share the output, and
@@ -66,7 +69,10 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     parent.output->reachesErrors = true;  // no messages: the table at the end shows the failures
     if (code == kExitDone)
         code = runSteps(&session, steps, unit.tally);
-    _exit(isWritten(*session.output) ? code : kExitLocalFault);
+    if (isWritten(*session.output))
+        _exit(code);
+    say(unit.name + ": cannot write the results");
+    _exit(kExitLocalFault);
 }
 
 // Shows one line for each unit that is still running, at most 20.
@@ -155,11 +161,9 @@ int runUnits(Session* session, LineReader* lines) {
         wrong = openOutput(session->options, session->output);
     void* const shared = mmap(nullptr, (units.size() + 1) * sizeof(Tally), PROT_READ | PROT_WRITE,
                               MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (!wrong.empty() || shared == MAP_FAILED) {
-        print(unsent(session->options.words, {fault, "--units: " + wrong}), Layout::Single,
-              session->output);
-        return fault;
-    }
+    if (!wrong.empty() || shared == MAP_FAILED)
+        return print(unsent(session->options.words, {fault, "--units: " + wrong}), Layout::Single,
+                     session->output);
     const int code = readRecipe(session, lines, &steps);
     if (code != kExitDone)
         return code;
