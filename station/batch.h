@@ -14,8 +14,8 @@ struct Tally {
     std::atomic<unsigned> failed = 0;
     std::atomic<unsigned> errors = 0;  // no verdict about the unit
     std::atomic<unsigned> skipped = 0;
-    std::atomic<unsigned> total = 0;        // commands, 0: not known
-    std::atomic<const char*> command = "";  // that is being carried out
+    std::atomic<unsigned> total = 0;             // commands, 0: not known
+    std::atomic<const char*> command = "start";  // that is being carried out
     Clock::time_point start = Clock::now();
     std::chrono::system_clock::time_point time = std::chrono::system_clock::now();  // of the start
 };

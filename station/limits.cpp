@@ -26,7 +26,7 @@ int search(const std::string& expression, const std::string& text) {
 std::string checkLimit(const NamedValue& limit) {
     if (limit.name == "match") {
         const int error = search(limit.value, "");
-        if (error != 0 && error != REG_NOMATCH)
+        if (limit.value.empty() || (error != 0 && error != REG_NOMATCH))  // "" matches any value
             return "--match '" + limit.value + "' is not an extended regular expression";
     } else if (limit.name != "expect" && numberIn(numberOrText(limit.value)) == nullptr) {
         return "--" + limit.name + " '" + limit.value + "' is not a number";

@@ -151,7 +151,7 @@ int print(const Result& result, Layout layout, Output* output) {
     flush(*output);
     const bool isSeen = layout == Layout::Row && !output->quiet && output->reachesErrors;
     if (!isSeen && result.outcome.code != kExitDone)
-        say((result.line > 0 ? "line " + std::to_string(result.line) + ": " : "") +
+        say(output->prefix + (result.line > 0 ? "line " + std::to_string(result.line) + ": " : "") +
             (result.command.empty() ? "" : result.command + ": ") + result.outcome.message);
     return result.outcome.code;
 }

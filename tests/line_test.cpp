@@ -66,6 +66,7 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
          {"--deadline 0.6 get mac --expect x --until", 3, "0.6 s reached: expected 'x', got"},
          {"run - </dev/null", 2, "no commands in the recipe"},
          {"--units a,a run $unit/lines", 2, "'a' is named twice"},
+         {"--interface x -y --units a run $unit/lines", 7, "1 errors, 1 skipped"},
          {"-q -o json fan speeds 3 --min 3000", 1, "[3600,null]\n"},
          {"set country DE --until", 2, "does not take --until"}});
 }

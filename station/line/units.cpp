@@ -91,18 +91,19 @@ void showRunning(const std::vector<Unit>& units) {
     showProgress(text + (lines > kMostLines ? "and more units" : ""));
 }
 
-// Writes the end record of a unit whose process could not, and counts the commands without a
-// record: one has no verdict, and the others were not sent.
-void recordLost(Unit* unit, const Outcome& outcome, const Output& output) {
+// If commands have no record, writes the end record that the unit's process did not write. One
+// command counts as an error, and the others as not sent.
+void recordLost(Unit* unit, const std::string& why, const Output& output) {
     Tally& tally = *unit->tally;
     const unsigned lost = tally.total - tally.passed - tally.failed - tally.errors - tally.skipped;
-    tally.errors += std::min(lost, 1U);
-    tally.skipped += lost - std::min(lost, 1U);
-    unit->code = outcome.code;
-    say(unit->name + ": " + outcome.message);
+    if (lost == 0)
+        return;
+    tally.errors++;
+    tally.skipped += lost - 1;
+    say(unit->name + ": " + why);
     if (output.format == Format::Json)
-        printEnd(tally, outcome, unit->options.host + ":" + std::to_string(unit->options.port),
-                 output);
+        printEnd(tally, {unit->code, why},
+                 unit->options.host + ":" + std::to_string(unit->options.port), output);
 }
 
 // Waits until all children have ended, and passes a signal on to them.
@@ -122,12 +123,13 @@ void awaitAll(std::vector<Unit>* units, const Output& output) {
                 continue;
             unit.pid = 0;
             unit.code = WEXITSTATUS(status);
-            if (WIFSIGNALED(status))
-                recordLost(&unit,
-                           {kExitInterrupted + WTERMSIG(status),
-                            unit.tally->command.load() + std::string(": the process was ended: ") +
-                                strsignal(WTERMSIG(status))},
-                           output);
+            std::string why = "the recipe was not started";
+            if (WIFSIGNALED(status)) {
+                unit.code = kExitInterrupted + WTERMSIG(status);
+                why = std::string("the process was ended during ") + unit.tally->command.load() +
+                      ": " + strsignal(WTERMSIG(status));
+            }
+            recordLost(&unit, why, output);
         }
         handedOn = interruptSignal();
     }
@@ -176,8 +178,7 @@ int runUnits(Session* session, LineReader* lines) {
         if (units[i].pid == 0)
             beChild(*session, units[i], steps);
         if (units[i].pid < 0)
-            recordLost(&units[i],
-                       {kExitLocalFault, std::string("cannot start a process: ") + strerror(errno)},
+            recordLost(&units[i], std::string("cannot start a process: ") + strerror(errno),
                        *session->output);
     }
     watchInterrupts();
