@@ -164,10 +164,10 @@ std::string refusalText(const Command& command, Mode mode) {
     const std::string text = "refused or failed (info 3). ";
     const bool isKnown = command.type != kTypeFromWords;
     const bool isGated = command.gate == Gate::ProduceMode;
-    if (isGated && mode == Mode::Other)
+    if (isGated && isKnown && mode == Mode::Other)
         return text + "Cause: " + kMode;
     Words causes;
-    if (isGated && mode == Mode::Unknown)
+    if (isGated && mode != Mode::Produce)
         causes.emplace_back(kMode);
     if (command.once || !isKnown)
         causes.emplace_back(kOnce);
