@@ -39,8 +39,7 @@ std::string countOfLeft(const BatchRun& batch) {
            " not sent";
 }
 
-// Records why the input or the time has ended, and prints it, unless the input simply ended after a
-// command.
+// Records why the input or the time has ended. Prints the reason, if there is one.
 void noteEnd(BatchRun* batch, LineEvent event) {
     Outcome outcome = {batch->end.code, ""};
     if (event == LineEvent::TimedOut)

@@ -178,6 +178,8 @@ const Command* findCommand(const Words& words, Words* rest) {
 }
 
 std::string unknownCommand(const Words& words) {
+    if (words[0] == "ensure" || words[0] == "sleep")
+        return "`" + words[0] + "` is only possible in a recipe, as a line of `run`.";
     Words names;
     for (const Command& command : commands())
         names.emplace_back(command.name);

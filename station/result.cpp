@@ -111,8 +111,8 @@ std::string fillOutputName(Options* options) {
         const std::string key = name.substr(at + 1, end - at - 1);
         std::string text = timeText(std::chrono::system_clock::now());
         std::erase(text, ':');  // some file systems do not allow it
-        const auto label = std::find_if(labels.rbegin(), labels.rend(),
-                                        [&key](const auto& given) { return given.name == key; });
+        const auto label =
+            std::ranges::find(labels.rbegin(), labels.rend(), key, &NamedValue::name);
         if (label != labels.rend())
             text = label->value;
         else if (key != "time")

@@ -106,6 +106,18 @@ void recordLost(Unit* unit, const std::string& why, const Output& output) {
                  unit->options.host + ":" + std::to_string(unit->options.port), output);
 }
 
+// Stores the exit code of the unit's process, by its wait status.
+void storeEnd(Unit* unit, int status, const Output& output) {
+    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    const std::string during = unit->tally->command.load();
+    unit->pid = 0;
+    unit->code = signal != 0 ? kExitInterrupted + signal : WEXITSTATUS(status);
+    recordLost(unit,
+               signal == 0 ? "the recipe was not started"
+                           : "the process was ended during " + during + ": " + strsignal(signal),
+               output);
+}
+
 // Waits until all children have ended, and passes a signal on to them.
 void awaitAll(std::vector<Unit>* units, const Output& output) {
     constexpr int kMilliseconds = 100;
@@ -119,17 +131,8 @@ void awaitAll(std::vector<Unit>* units, const Output& output) {
             int status = 0;
             if (isRunning(unit) && interruptSignal() != handedOn)
                 kill(unit.pid, interruptSignal());
-            if (!isRunning(unit) || waitpid(unit.pid, &status, WNOHANG) != unit.pid)
-                continue;
-            unit.pid = 0;
-            unit.code = WEXITSTATUS(status);
-            std::string why = "the recipe was not started";
-            if (WIFSIGNALED(status)) {
-                unit.code = kExitInterrupted + WTERMSIG(status);
-                why = std::string("the process was ended during ") + unit.tally->command.load() +
-                      ": " + strsignal(WTERMSIG(status));
-            }
-            recordLost(&unit, why, output);
+            if (isRunning(unit) && waitpid(unit.pid, &status, WNOHANG) == unit.pid)
+                storeEnd(&unit, status, output);
         }
         handedOn = interruptSignal();
     }
