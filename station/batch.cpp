@@ -70,7 +70,7 @@ void count(const Result& result, Tally* tally) {
 bool recordResult(BatchRun* batch, const Result& result) {
     const int code = batch->last = result.outcome.code;
     count(result, batch->tally);
-    print(result, Layout::Row, batch->session->output);
+    print(result, batch->session->output, Layout::Row);
     if (batch->end.code == kExitDone || code > kExitInterrupted)
         batch->end.code = code;
     const bool over = code > kExitInterrupted || !isWritten(*batch->session->output);
@@ -227,7 +227,7 @@ int runBatch(const Options& options, Output* output) {
         lines.fd = file ? fileno(file.get()) : -1;
     struct stat status = {};
     if (lines.fd < 0 || fstat(lines.fd, &status) != 0)  // fopen and fstat both set errno
-        return print(unsent(options.words, unreadable(name)), Layout::Single, output);
+        return print(unsent(options.words, unreadable(name)), output);
     if (!options.units.empty())
         return runUnits(&session, &lines);
     int code = openSession(&session);

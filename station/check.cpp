@@ -102,7 +102,7 @@ int show(Session* session, const std::string& name, const Outcome& outcome) {
     row.outcome = interruptSignal() != 0 ? interrupted("") : outcome;
     if (row.outcome.code == kExitDone)
         row.value = {std::exchange(row.outcome.message, "")};
-    return print(row, name == "discover" ? Layout::Single : Layout::Row, session->output);
+    return print(row, session->output, name == "discover" ? Layout::Single : Layout::Row);
 }
 
 // Connects to the unit. Returns the interface and the address that the datagrams leave by.

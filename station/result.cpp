@@ -140,7 +140,7 @@ std::string openOutput(const Options& options, Output* output) {
     return "";
 }
 
-int print(const Result& result, Layout layout, Output* output) {
+int print(const Result& result, Output* output, Layout layout) {
     clearProgress();
     const bool hides = result.isSecret && !output->options->showSecrets;
     const Result shown = hides ? withoutSecrets(result) : result;

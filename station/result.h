@@ -64,7 +64,7 @@ std::string openOutput(const Options& options, Output* output);
 // Prints the result as one JSON object or as text, and flushes the output. If the command did not
 // pass, also prints the message on standard error, unless the rows of a batch already appear there.
 // Returns the exit code of the result.
-int print(const Result& result, Layout layout, Output* output);
+int print(const Result& result, Output* output, Layout layout = Layout::Single);
 
 // A record with the members that all records of a call have. More members can be added.
 struct JsonRecord {

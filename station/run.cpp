@@ -39,7 +39,7 @@ int perform(const Options& options, Output* output) {
     PreparedCommand prepared = {};
     Outcome outcome = prepareCommand(options, &prepared);
     if (outcome.code != kExitDone)
-        return print(unsent(options.words, outcome), Layout::Single, output);
+        return print(unsent(options.words, outcome), output);
     const int opened = openSession(&session);
     if (opened != kExitDone)
         return opened;
@@ -49,7 +49,7 @@ int perform(const Options& options, Output* output) {
     const bool goesOn = outcome.code == kExitDone;
     const Result result = goesOn ? execute(&session, prepared) : unsent(options.words, outcome);
     endSession(&session);
-    return print(result, Layout::Single, output);
+    return print(result, output);
 }
 
 // Checks that the words name a command, and the arguments of the client's own commands. Returns an
@@ -161,7 +161,7 @@ int decode(const Options& options, Output* output) {
     if (status == DecodeStatus::WrongDigest || status == DecodeStatus::Malformed)
         result.outcome = {status == DecodeStatus::Malformed ? kExitNotUnderstood : kExitAccount,
                           decodeStatusText(status)};
-    return print(result, Layout::Single, output);
+    return print(result, output);
 }
 
 int run(int argc, char** argv) {

@@ -174,7 +174,7 @@ int openSession(Session* session) {
         return kExitDone;
     Result result = unsent(options.words, {kExitLocalFault, wrong});
     result.unit = session->link.unit;
-    return print(result, Layout::Single, session->output);
+    return print(result, session->output);
 }
 
 Outcome proveAccount(Session* session) {

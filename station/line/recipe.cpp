@@ -137,8 +137,7 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
         Step step;
         const Outcome outcome = prepareStep(options, line, number, &step);
         if (outcome.code != kExitDone)
-            code =
-                std::max(code, print(unsentStep(step, outcome), Layout::Single, session->output));
+            code = std::max(code, print(unsentStep(step, outcome), session->output));
         else if (step.prepared.command == nullptr)
             continue;
         else if (needsConfirmation(step.prepared, true))
@@ -146,10 +145,9 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
         steps->push_back(step);
     }
     if (event != LineEvent::End)
-        return print(unsent(options.words, unreadable(options.words[1])), Layout::Single,
-                     session->output);
+        return print(unsent(options.words, unreadable(options.words[1])), session->output);
     if (steps->empty())
-        return print(unsent(options.words, emptyRecipe()), Layout::Single, session->output);
+        return print(unsent(options.words, emptyRecipe()), session->output);
     if (code != kExitDone || risky.empty())
         return code;
     LineReader terminal;
@@ -158,9 +156,8 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
         confirm(session, &terminal,
                 "These lines write to flash on " + units + " and cannot be undone: " + risky + ".");
     agreed.message = "lines " + risky + ": " + agreed.message;
-    return agreed.code == kExitDone
-               ? kExitDone
-               : print(unsent(options.words, agreed), Layout::Single, session->output);
+    return agreed.code == kExitDone ? kExitDone
+                                    : print(unsent(options.words, agreed), session->output);
 }
 
 Outcome unreadable(const std::string& name) {

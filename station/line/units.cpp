@@ -167,8 +167,7 @@ int runUnits(Session* session, LineReader* lines) {
     void* const shared = mmap(nullptr, (units.size() + 1) * sizeof(Tally), PROT_READ | PROT_WRITE,
                               MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (!wrong.empty() || shared == MAP_FAILED)
-        return print(unsent(session->options.words, {fault, "--units: " + wrong}), Layout::Single,
-                     session->output);
+        return print(unsent(session->options.words, {fault, "--units: " + wrong}), session->output);
     const int code = readRecipe(session, lines, &steps);
     if (code != kExitDone)
         return code;
