@@ -117,6 +117,8 @@ std::string fillOutputName(Options* options) {
             text = label->value;
         else if (key != "time")
             return "--output-file: there is no label '" + key + "'";
+        if (text.empty())  // the records of several units would have one name
+            return "--output-file: the label '" + key + "' is empty";
         std::replace(text.begin(), text.end(), '/', '_');  // a label cannot choose another folder
         name.replace(at, end - at + 1, text);
         at += text.size();

@@ -106,7 +106,7 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
     expectRows(
         {{"run $unit/lines 2>$unit/errors", 1, "1 passed, 1 failed, 0 errors, 0 skipped in "},
          {"run $unit/lines | grep -c refused", 0, "1\n"},
-         {"--output-file x{no} get mac", 2, "there is no label 'no'"},
+         {"--output-file {a} list; $station --output-file {a} --label a= list", 2, "no label 'a'"},
          {"--units 127.0.0.1 get mac", 2, "--units belongs to `run`"},
          {"-o json --output-file /dev/full --units 127.0.0.1 run $unit/lines", 7, "ERROR"}});
     EXPECT_EQ(unit.read("/errors").rfind("mfgp-station: line 2: qlog stop: refused", 0), 0U);
