@@ -3,9 +3,7 @@
 #include <net/if.h>
 
 #include <algorithm>
-#include <iterator>
 #include <memory>
-#include <sstream>
 #include <utility>
 
 #include "station/arguments.h"
@@ -14,11 +12,6 @@
 
 namespace station {
 namespace {
-
-Words splitAtBlanks(const std::string& text) {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
-}
 
 Words interfaceNames() {
     Words names;

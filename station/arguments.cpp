@@ -35,14 +35,6 @@ constexpr ArgumentForm kForms[] = {
     {"SUBTYPE", nullptr, ""},
 };
 
-std::string checkNumber(const ArgumentForm& form, std::string* argument) {
-    unsigned number = 0;
-    if (!parseNumber(*argument, form.most, &number) || number < form.least)
-        return "a number from " + std::to_string(form.least) + " to " + std::to_string(form.most);
-    *argument = std::to_string(number);
-    return "";
-}
-
 std::string checkChoice(const std::string& form, std::string* argument) {
     std::string known;
     for (const std::string& choice : choicesOf(form)) {
@@ -71,11 +63,15 @@ std::string checkGroup(const std::string& text) {
 
 std::string checkArgument(const std::string& form, std::string* argument) {
     std::string expected = checkChoice(form, argument);
-    for (const ArgumentForm& known : kForms)
-        if (form == known.name && known.pattern == nullptr)
-            expected = checkNumber(known, argument);
-        else if (form == known.name && !std::regex_match(*argument, std::regex(known.pattern)))
+    for (const ArgumentForm& known : kForms) {
+        unsigned number = 0;
+        if (form == known.name && known.pattern == nullptr) {
+            expected = parseNumber(*argument, known.least, known.most, &number);
+            *argument = expected.empty() ? std::to_string(number) : *argument;
+        } else if (form == known.name && !std::regex_match(*argument, std::regex(known.pattern))) {
             expected = known.meaning;
+        }
+    }
     return expected.empty() ? "" : "is not " + expected;
 }
 

@@ -14,15 +14,13 @@ namespace station {
 // Returns an error message, or an empty text.
 std::string checkArgument(const std::string& form, std::string* argument);
 
-// Returns the words that an argument of this form can be, or nothing if the form allows other
-// words.
+// Returns the words that an argument of this form can be. Empty if the form allows other words.
 Words choicesOf(const std::string& form);
 
 // Returns the words that can follow these arguments of an antenna test: modules, or fields.
 Words antennaNames(const Words& before);
 
-// Builders. Each builds the payload from all arguments and returns an error message, or an empty
-// text.
+// Builders. Each builds the payload, and returns an error message, or an empty text.
 
 // Writes six bytes. Refuses a multicast or all-zero address.
 std::string macAddress(const Words& words, Request* request);

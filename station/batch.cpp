@@ -16,9 +16,8 @@ struct BatchRun {
     Tally* tally;
     bool keepGoing;
     size_t number = 0;
-    int last = kExitDone;  // code of the last command
-    Result end = {};       // code of the first command that did not pass, or of a signal
-    Clock::time_point start = Clock::now();
+    int last = kExitDone;           // code of the last command
+    Outcome end = {kExitDone, ""};  // code of the first command that did not pass, or of a signal
 };
 
 void showCount(const BatchRun& batch, const char* name) {
@@ -28,32 +27,34 @@ void showCount(const BatchRun& batch, const char* name) {
     std::string text = std::to_string(batch.number);
     if (batch.tally->total > 0)
         text += '/' + std::to_string(batch.tally->total);
-    text += "  " + std::to_string(std::lround(secondsSince(batch.start))) + " s  ";
+    text += "  " + std::to_string(std::lround(secondsSince(batch.tally->start))) + " s  ";
     showProgress(text + name);
 }
 
 std::string countOfLeft(const BatchRun& batch) {
     if (batch.tally->total == 0)
-        return "";
+        return "; no further commands were sent";
     const size_t left = batch.tally->total - batch.number;
     return "; " + std::to_string(left) + (left == 1 ? " command was" : " commands were") +
            " not sent";
 }
 
-// Records why the input or the time has ended, and prints it, unless the input simply ended.
+// Records why the input or the time has ended. Prints the reason, if there is one.
 void noteEnd(BatchRun* batch, LineEvent event) {
-    Outcome outcome = {batch->end.outcome.code, ""};
+    Outcome outcome = {batch->end.code, ""};
     if (event == LineEvent::TimedOut)
         outcome = {kExitNoAnswer, deadlineText(batch->session->link) + countOfLeft(*batch)};
     else if (event == LineEvent::Interrupted)
         outcome = interrupted("");
+    else if (event == LineEvent::End && batch->number == 0 && outcome.code == kExitDone)
+        outcome = emptyRecipe();
     else if (event == LineEvent::Fault)
         outcome = unreadable(batch->session->options.words[1]);
     if (!outcome.message.empty())
         say(batch->session->options.words[0] + ": " + outcome.message);
-    batch->end.outcome.message = outcome.message;
-    if (batch->end.outcome.code == kExitDone || event == LineEvent::Interrupted)
-        batch->end.outcome.code = outcome.code;
+    batch->end.message = outcome.message;
+    if (batch->end.code == kExitDone || event == LineEvent::Interrupted)
+        batch->end.code = outcome.code;
 }
 
 void count(const Result& result, Tally* tally) {
@@ -69,9 +70,9 @@ void count(const Result& result, Tally* tally) {
 bool recordResult(BatchRun* batch, const Result& result) {
     const int code = batch->last = result.outcome.code;
     count(result, batch->tally);
-    print(result, Layout::Row, batch->session->output);
-    if (batch->end.outcome.code == kExitDone || code > kExitInterrupted)
-        batch->end.outcome.code = code;
+    print(result, batch->session->output, Layout::Row);
+    if (batch->end.code == kExitDone || code > kExitInterrupted)
+        batch->end.code = code;
     const bool over = code > kExitInterrupted || !isWritten(*batch->session->output);
     return !over && (code == kExitDone || batch->keepGoing);
 }
@@ -109,30 +110,13 @@ bool skip(BatchRun* batch, const Step& step, const char* why, bool isShown) {
 void begin(BatchRun* batch, size_t total) {
     const Output& output = *batch->session->output;
     batch->tally->total = static_cast<unsigned>(total);
+    batch->tally->start = Clock::now();
+    batch->tally->time = std::chrono::system_clock::now();
     if (output.quiet || output.format != Format::Json)
         return;
     JsonRecord record("start", batch->session->link.unit, output);
     record.add("commands", total > 0 ? json_object_new_int64(batch->tally->total) : nullptr);
-    record.add("start", jsonString(timeText(batch->end.start)));
-    print(record, output);
-}
-
-void printEnd(const BatchRun& batch, const Output& output) {
-    const Tally& tally = *batch.tally;
-    const double seconds = secondsSince(batch.start);
-    if (output.format == Format::Text && output.prefix.empty())
-        fprintf(output.file, "%s in %.1f s\n", countsText(tally).c_str(), seconds);
-    if (output.format == Format::Text)
-        return;
-    JsonRecord record("end", batch.session->link.unit, output);
-    record.add("exit", json_object_new_int(batch.end.outcome.code));
-    record.add("message", stringOrNull(batch.end.outcome.message));
-    record.add("passed", json_object_new_int64(tally.passed));
-    record.add("failed", json_object_new_int64(tally.failed));
-    record.add("errors", json_object_new_int64(tally.errors));
-    record.add("skipped", json_object_new_int64(tally.skipped));
-    record.add("start", jsonString(timeText(batch.end.start)));
-    record.add("milliseconds", json_object_new_int64(std::lround(seconds * 1000)));
+    record.add("start", jsonString(timeText(batch->tally->time)));
     print(record, output);
 }
 
@@ -141,10 +125,9 @@ int finish(BatchRun* batch, std::span<const Step> left) {
     const Output& output = *batch->session->output;
     for (const Step& step : left)  // not shown as text, which would hide the failure before them
         skip(batch, step, "not reached", output.format == Format::Json);
-    if (!output.quiet)
-        printEnd(*batch, output);
+    printEnd(*batch->tally, batch->end, batch->session->link.unit, output);
     endSession(batch->session);
-    return batch->end.outcome.code;
+    return batch->end.code;
 }
 
 bool runLine(BatchRun* batch, LineReader* lines, const std::string& line, int number) {
@@ -179,6 +162,7 @@ int runStream(BatchRun* batch, LineReader* lines) {
 bool beginSheet(BatchRun* batch, Mode* mode) {
     Session* const session = batch->session;
     Result row;
+    batch->number++;
     row.command = "produce mode";
     row.unit = session->link.unit;
     row.outcome = proveAccount(session);
@@ -189,7 +173,7 @@ bool beginSheet(BatchRun* batch, Mode* mode) {
         row.value = {*mode == Mode::Produce};
     else if (goesOn)
         row.outcome = {kExitNoAnswer, "no reply shows the mode"};
-    row.seconds = secondsSince(batch->start);
+    row.seconds = secondsSince(batch->tally->start);
     recordResult(batch, row);
     return goesOn;
 }
@@ -201,6 +185,27 @@ std::string countsText(const Tally& tally) {
     snprintf(text, sizeof text, "%u passed, %u failed, %u errors, %u skipped", tally.passed.load(),
              tally.failed.load(), tally.errors.load(), tally.skipped.load());
     return text;
+}
+
+void printEnd(const Tally& tally, const Outcome& end, const std::string& unit,
+              const Output& output) {
+    const double seconds = secondsSince(tally.start);
+    if (output.quiet)
+        return;
+    if (output.format == Format::Text && output.prefix.empty())
+        fprintf(output.file, "%s in %.1f s\n", countsText(tally).c_str(), seconds);
+    if (output.format == Format::Text)
+        return;
+    JsonRecord record("end", unit, output);
+    record.add("exit", json_object_new_int(end.code));
+    record.add("message", stringOrNull(end.message));
+    record.add("passed", json_object_new_int64(tally.passed));
+    record.add("failed", json_object_new_int64(tally.failed));
+    record.add("errors", json_object_new_int64(tally.errors));
+    record.add("skipped", json_object_new_int64(tally.skipped));
+    record.add("start", jsonString(timeText(tally.time)));
+    record.add("milliseconds", json_object_new_int64(std::lround(seconds * 1000)));
+    print(record, output);
 }
 
 int runSteps(Session* session, std::span<const Step> steps, Tally* tally) {
@@ -221,10 +226,8 @@ int runBatch(const Options& options, Output* output) {
     if (name != "-")
         lines.fd = file ? fileno(file.get()) : -1;
     struct stat status = {};
-    if (lines.fd < 0 || fstat(lines.fd, &status) != 0) {  // fopen and fstat both set errno
-        print(unsent(options.words, unreadable(name)), Layout::Single, output);
-        return kExitLocalFault;
-    }
+    if (lines.fd < 0 || fstat(lines.fd, &status) != 0)  // fopen and fstat both set errno
+        return print(unsent(options.words, unreadable(name)), output);
     if (!options.units.empty())
         return runUnits(&session, &lines);
     int code = openSession(&session);
@@ -243,12 +246,13 @@ int readSheet(const Options& options, Output* output) {
     BatchRun batch = {&session, &tally, true};
     std::vector<Step> steps;
     for (const Command& command : commands())
-        if (command.sheet == Sheet::Yes)
-            steps.push_back({0, {}, prepareRow(command, options), {}});
+        if (command.isOnSheet)
+            steps.push_back({0, {}, false, prepareRow(command, options), {}});
     const int opened = openSession(&session);
     if (opened != kExitDone)
         return opened;
-    begin(&batch, steps.size());
+    const size_t own = options.dryRun ? 0 : 1;  // the row of the mode
+    begin(&batch, own + steps.size());
     Mode mode = Mode::Unknown;
     bool goesOn = options.dryRun || beginSheet(&batch, &mode);
     for (size_t i = 0; goesOn && i < steps.size(); i++) {
@@ -260,7 +264,7 @@ int readSheet(const Options& options, Output* output) {
                      ? skip(&batch, steps[i], "not readable: the unit is not in produce mode", true)
                      : carryOut(&batch, steps[i]);
     }
-    return finish(&batch, std::span(steps).subspan(batch.number));
+    return finish(&batch, std::span(steps).subspan(batch.number - own));
 }
 
 }  // namespace station

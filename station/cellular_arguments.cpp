@@ -1,7 +1,7 @@
 #include "station/arguments.h"
 
 #include <algorithm>
-#include <charconv>
+#include <climits>
 #include <span>
 
 #include "station/result.h"
@@ -15,9 +15,8 @@ bool consistsOf(const std::string& text, const std::string& alphabet) {
 }
 
 bool isWholeNumber(const std::string& text) {
-    int number = 0;
-    const auto [place, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return !text.empty() && consistsOf(text, kDigits) && error == std::errc();
+    unsigned number = 0;
+    return consistsOf(text, kDigits) && parseNumber(text, 0, INT_MAX, &number).empty();
 }
 
 bool isDecimalNumber(const std::string& text) {

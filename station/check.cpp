@@ -102,8 +102,7 @@ int show(Session* session, const std::string& name, const Outcome& outcome) {
     row.outcome = interruptSignal() != 0 ? interrupted("") : outcome;
     if (row.outcome.code == kExitDone)
         row.value = {std::exchange(row.outcome.message, "")};
-    print(row, name == "discover" ? Layout::Single : Layout::Row, session->output);
-    return row.outcome.code;
+    return print(row, session->output, name == "discover" ? Layout::Single : Layout::Row);
 }
 
 // Connects to the unit. Returns the interface and the address that the datagrams leave by.
@@ -191,14 +190,11 @@ int check(const Options& options, Output* output) {
     if (code != kExitDone)
         return code;
     output->nameWidth = 12;
+    show(&session, "client", {kExitDone, MFGP_STATION_VERSION});
     const struct {
         const char* name;
         std::function<Outcome()> find;
-    } steps[] = {{"client",
-                  [] {
-                      return Outcome{kExitDone, MFGP_STATION_VERSION};
-                  }},
-                 {"interface", [&] { return findRoute(&session.link); }},
+    } steps[] = {{"interface", [&] { return findRoute(&session.link); }},
                  {"daemon", [&] { return findDaemon(session.link); }},
                  {"account", [&] { return findAccount(&session); }},
                  {"produce mode", [&] { return findMode(&session); }}};

@@ -35,7 +35,7 @@ struct Row : Command {
     constexpr Row gives(ReplyFormat how, size_t least = 0) { format = how; leastReply = least; return *this; }
     constexpr Row nothingAt(Nothing value) { nothing = value; return *this; }
     constexpr Row in(const char* measure) { unit = measure; return *this; }
-    constexpr Row onSheet() { sheet = Sheet::Yes; return *this; }
+    constexpr Row onSheet() { isOnSheet = true; return *this; }
     constexpr Row onlyOnce() { once = true; return *this; }
     constexpr Row hidden() { isSecret = true; return *this; }
     constexpr Row refusesAs(const char* meaning) { refusal = meaning; return *this; }
@@ -158,7 +158,7 @@ constexpr bool hasRead(std::string_view name) {
 constexpr bool rowsAreConsistent() {
     for (const Command& command : kCommands) {
         const bool takesNothing = command.arguments[0] == '\0';
-        if (command.sheet == Sheet::Yes && !(command.access == Access::Read && takesNothing))
+        if (command.isOnSheet && !(command.access == Access::Read && takesNothing))
             return false;
         if (command.readBack != nullptr && !hasRead(command.readBack))
             return false;

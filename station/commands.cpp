@@ -2,21 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <sstream>
 #include <utility>
 
 #include "station/arguments.h"
 
 namespace station {
 namespace {
-
-Words wordsOf(const char* name) {
-    std::istringstream stream(name);
-    Words words;
-    for (std::string word; stream >> word;)
-        words.push_back(word);
-    return words;
-}
 
 // Removes the last value of the option from *named and stores it. Returns false if there is none.
 bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::string* value) {
@@ -26,13 +17,6 @@ bool takeNamed(const std::string& name, std::vector<NamedValue>* named, std::str
                    *value = given.value;
                return isThis;
            }) > 0;
-}
-
-// Adds the name of the flag to the values if it is given.
-void takeFlag(const std::string& name, std::vector<NamedValue>* named, Words* values) {
-    std::string value;
-    if (takeNamed(name, named, &value))
-        values->push_back(name);
 }
 
 // Checks one argument by its form. The message does not show a secret one.
@@ -51,7 +35,7 @@ std::string checkValue(const Command& command, std::string name, const std::stri
 // an empty text.
 std::string arrange(const Command& command, const Words& words, std::vector<NamedValue> named,
                     Words* values) {
-    const Words forms = wordsOf(command.arguments);
+    const Words forms = splitAtBlanks(command.arguments);
     std::string wrong =
         "takes " + (forms.empty() ? std::string("no arguments") : command.arguments);
     auto word = words.begin();
@@ -60,7 +44,9 @@ std::string arrange(const Command& command, const Words& words, std::vector<Name
         const bool isOption = name.starts_with("--");
         std::string value;
         if (name.starts_with("[--")) {
-            takeFlag(name.substr(1, name.size() - 2), &named, values);
+            const std::string flag = name.substr(1, name.size() - 2);
+            if (takeNamed(flag, &named, &value))
+                values->push_back(flag);
             continue;
         }
         if (name.starts_with('[') || name.ends_with("...")) {
@@ -123,8 +109,9 @@ Words withoutSecrets(const Command* command, Words arguments) {
     unsigned type = 0;
     unsigned subType = 0;
     const bool isRaw = command != nullptr && command->type == kTypeFromWords &&
-                       arguments.size() > 2 && parseNumber(arguments[0], UINT8_MAX, &type) &&
-                       parseNumber(arguments[1], UINT8_MAX, &subType) &&
+                       arguments.size() > 2 &&
+                       parseNumber(arguments[0], 0, UINT8_MAX, &type).empty() &&
+                       parseNumber(arguments[1], 0, UINT8_MAX, &subType).empty() &&
                        isSecret(static_cast<uint8_t>(type), static_cast<uint8_t>(subType));
     // The command is also unknown in a faulty line, and the second word is the rest of its name.
     const size_t shown = command == nullptr  ? 1
@@ -159,7 +146,7 @@ bool isNothing(const Command& command, const Value& value) {
     if (command.nothing.text == nullptr || !value.exists())
         return false;
     if (const auto* const list = std::get_if<List>(&value.of))
-        return list->items.empty();
+        return std::ranges::none_of(list->items, &Value::exists);
     const std::string_view nothing = command.nothing.text;
     std::string text = textOf(value);
     text.erase(text.find_last_not_of(' ') + 1);
@@ -191,6 +178,8 @@ const Command* findCommand(const Words& words, Words* rest) {
 }
 
 std::string unknownCommand(const Words& words) {
+    if (words[0] == "ensure" || words[0] == "sleep")
+        return "`" + words[0] + "` is only possible in a recipe, as a line of `run`.";
     Words names;
     for (const Command& command : commands())
         names.emplace_back(command.name);

@@ -30,8 +30,6 @@ enum class Gate : uint8_t {
     ProduceMode,  // the unit refuses it outside produce mode, with the same info as for a failure
 };
 
-enum class Sheet : uint8_t { No, Yes };
-
 // The type of a row whose type and sub-type come from the arguments. Any reply to it is shown.
 inline constexpr uint8_t kTypeFromWords = 0;
 
@@ -58,7 +56,7 @@ struct Command {
     Nothing nothing = {nullptr, ""};  // text null: every value says something
     size_t leastReply = 0;            // payload bytes; a shorter reply is not understood
     const char* unit = "";            // unit of measure
-    Sheet sheet = Sheet::No;          // only for reads without arguments
+    bool isOnSheet = false;           // only for reads without arguments
     bool once = false;                // the unit does it once per run of its daemon
     bool isSecret = false;            // its arguments are shown only with --show-secrets
     const char* refusal = "";         // what info 3 says in produce mode, if not that a tool failed

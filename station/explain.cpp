@@ -101,15 +101,13 @@ void traceDatagram(unsigned verbosity, const std::string& what, const Bytes& dat
                    const Key& key) {
     constexpr unsigned kFields = 2;
     constexpr unsigned kBytes = 3;
-    if (verbosity == 0)
-        return;
-    say(what + ": " + std::to_string(datagram.size()) + " bytes");
-    if (verbosity < kFields)
-        return;
-    say(textOf(
-        {verbosity < kBytes ? headerFields(datagram, key) : explainDatagram(datagram, key)}));
+    if (verbosity > 0)
+        say(what + ": " + std::to_string(datagram.size()) + " bytes");
+    if (verbosity == kFields)
+        say(textOf({headerFields(datagram, key)}));
     if (verbosity < kBytes)
         return;
+    say(textOf({explainDatagram(datagram, key)}));
     if (datagram.size() > kHeaderSize)
         say("plain: " + hexOf(plainPacket(datagram.data(), datagram.size(), key)));
     say("wire: " + hexOf(datagram));

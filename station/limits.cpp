@@ -26,7 +26,7 @@ int search(const std::string& expression, const std::string& text) {
 std::string checkLimit(const NamedValue& limit) {
     if (limit.name == "match") {
         const int error = search(limit.value, "");
-        if (error != 0 && error != REG_NOMATCH)
+        if (limit.value.empty() || (error != 0 && error != REG_NOMATCH))  // "" matches any value
             return "--match '" + limit.value + "' is not an extended regular expression";
     } else if (limit.name != "expect" && numberIn(numberOrText(limit.value)) == nullptr) {
         return "--" + limit.name + " '" + limit.value + "' is not a number";
@@ -68,7 +68,7 @@ std::string extractLimits(const Command& command, NamedValues* named, NamedValue
             limits->push_back(given);
             fault = checkLimit(given);
         } else if (isUntil && name == "for") {
-            fault = parseSeconds(given.value, untilSeconds);
+            fault = parseSeconds(given.value, 1, untilSeconds);
         } else if (isUntil && *untilSeconds == 0) {
             *untilSeconds = kUntilSeconds;
         }
@@ -76,16 +76,6 @@ std::string extractLimits(const Command& command, NamedValues* named, NamedValue
         return isLimit || isUntil;
     });
     return wrong;
-}
-
-std::string parseSeconds(const std::string& text, double* seconds) {
-    constexpr double kMaxSeconds = 86400;
-    const Value value = numberOrText(text);
-    const Number* const number = numberIn(value);
-    *seconds = number != nullptr ? number->real : 0;
-    return *seconds > 0 && *seconds <= kMaxSeconds
-               ? ""
-               : "'" + text + "' is not a time of more than 0 and at most 86400 seconds";
 }
 
 void judge(const Command& command, bool hides, Result* result) {

@@ -12,10 +12,6 @@ namespace station {
 std::string extractLimits(const Command& command, NamedValues* named, NamedValues* limits,
                           double* untilSeconds);
 
-// Reads a time of more than 0 and at most 86400 seconds. Returns an error message, or an empty
-// text.
-std::string parseSeconds(const std::string& text, double* seconds);
-
 // Turns a PASS into a FAIL if the value means "nothing" or does not keep a limit of the result. A
 // value that means "nothing" is removed, and the raw reply stays. With `hides`, the message
 // contains neither the value nor the limit.

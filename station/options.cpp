@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <iterator>
 
 namespace station {
 namespace {
 
-constexpr double kMaxSeconds = 86400;
 constexpr unsigned kLeastTimeout = 10;  // milliseconds: a shorter one floods the unit
 constexpr unsigned kMaxRetries = 100;
 constexpr unsigned kMaxPort = 65535;
@@ -29,25 +29,15 @@ std::string setFlag(const std::string&, Options* options) {
 template <auto kMember, unsigned kLeast, unsigned kMost>
 std::string setNumber(const std::string& argument, Options* options) {
     unsigned number = 0;
-    if (!parseNumber(argument, kMost, &number) || number < kLeast)
-        return "'" + argument + "' is not a number from " + std::to_string(kLeast) + " to " +
-               std::to_string(kMost);
-    options->*kMember = number;
-    return "";
+    const std::string wrong = parseNumber(argument, kLeast, kMost, &number);
+    if (wrong.empty())
+        options->*kMember = number;
+    return wrong.empty() ? "" : "'" + argument + "' is not " + wrong;
 }
 
 template <auto kMember, unsigned kLeastMilliseconds>
 std::string setSeconds(const std::string& argument, Options* options) {
-    const char* const end = argument.data() + argument.size();
-    double seconds = -1;
-    const auto [place, error] = std::from_chars(argument.data(), end, seconds);
-    // The comparison is false for "nan" as well.
-    const bool inRange = seconds >= kLeastMilliseconds / 1e3 && seconds <= kMaxSeconds;
-    if (error != std::errc() || place != end || !inRange)
-        return "'" + argument + "' is not a time in seconds from " +
-               (kLeastMilliseconds == kLeastTimeout ? "0.01" : "0") + " to 86400";
-    options->*kMember = seconds;
-    return "";
+    return parseSeconds(argument, kLeastMilliseconds, &(options->*kMember));
 }
 
 template <auto kMember>
@@ -267,12 +257,28 @@ std::string optionName(const OptionRow& row) {
     return (row.letter != 0 ? std::string("-") + row.letter + ", --" : "--") + row.name;
 }
 
-bool parseNumber(const std::string& text, unsigned limit, unsigned* number) {
+std::string parseSeconds(const std::string& text, unsigned leastMilliseconds, double* seconds) {
+    constexpr double kMaxSeconds = 86400;
+    const double least = leastMilliseconds / 1e3;
+    const char* const end = text.data() + text.size();
+    *seconds = -1;
+    const auto [place, error] = std::from_chars(text.data(), end, *seconds);
+    char wrong[64];
+    snprintf(wrong, sizeof wrong, "' is not a time in seconds from %g to %g", least, kMaxSeconds);
+    // The comparison is false for "nan" as well.
+    const bool isTime =
+        error == std::errc() && place == end && *seconds >= least && *seconds <= kMaxSeconds;
+    return isTime ? "" : "'" + text + wrong;
+}
+
+std::string parseNumber(const std::string& text, unsigned least, unsigned most, unsigned* number) {
     const bool hex = text.starts_with("0x") || text.starts_with("0X");
     const char* const begin = text.data() + (hex ? 2 : 0);
     const char* const end = text.data() + text.size();
     const auto [place, error] = std::from_chars(begin, end, *number, hex ? 16 : 10);
-    return error == std::errc() && place == end && *number <= limit;
+    return error == std::errc() && place == end && *number >= least && *number <= most
+               ? ""
+               : "a number from " + std::to_string(least) + " to " + std::to_string(most);
 }
 
 }  // namespace station

@@ -95,11 +95,19 @@ std::span<const OptionRow> optionRows();
 // Returns "-o, --output".
 std::string optionName(const OptionRow& row);
 
+// Returns the words of a text.
+Words splitAtBlanks(const std::string& text);
+
 // Returns "; did you mean 'A', 'B'?" with the names that begin or end with the typed text, or else
 // with the nearest names. Empty if no name is near.
 std::string suggestion(const std::string& typed, const Words& names, char quote);
 
-// Reads a whole number, decimal or with 0x in front. Returns false when it is none or larger.
-bool parseNumber(const std::string& text, unsigned limit, unsigned* number);
+// Reads a time of at least that many milliseconds and at most 86400 seconds. Returns an error
+// message, or an empty text.
+std::string parseSeconds(const std::string& text, unsigned leastMilliseconds, double* seconds);
+
+// Reads a whole number, decimal or with 0x in front. Returns what the text should have been, or an
+// empty text.
+std::string parseNumber(const std::string& text, unsigned least, unsigned most, unsigned* number);
 
 }  // namespace station

@@ -27,16 +27,6 @@ std::string inSeconds(double seconds) {
     return text;
 }
 
-// Returns true for the packet that a unit obeys without a reply. It answers only to refuse it.
-bool isSilent(const Request& request) { return request.type == kTypeCancelTest; }
-
-std::string silenceHint(const Request& request) {
-    return request.type != kTypeSystemInit
-               ? ""
-               : ". A unit that was released after a MAC or PIN write does not answer `init` until "
-                 "mfgpd is restarted";
-}
-
 // Without a trustworthy reply, the unit may still have executed the request.
 std::string readBackOffer(const Command& command) {
     if (isRepeatable(command))
@@ -49,8 +39,8 @@ std::string readBackOffer(const Command& command) {
 
 Outcome withoutAnswer(const Command& command, const Request& request, const Answer& answer,
                       const Link& link) {
-    if (answer.error == 0 && answer.tries > 0 && isSilent(request))
-        return {kExitDone, ""};
+    if (answer.error == 0 && answer.tries > 0 && request.type == kTypeCancelTest)
+        return {kExitDone, ""};  // a unit answers it only to refuse it
     const char* const attempts = answer.tries == 1 ? " attempt)" : " attempts)";
     std::string text =
         answer.deadlineReached
@@ -60,7 +50,11 @@ Outcome withoutAnswer(const Command& command, const Request& request, const Answ
     if (answer.error != 0)
         text += std::string(": ") + strerror(answer.error);
     if (answer.tries > 0 && answer.error == 0)
-        text += readBackOffer(command) + silenceHint(request);
+        text += readBackOffer(command);
+    if (answer.tries > 0 && answer.error == 0 && request.type == kTypeSystemInit)
+        text +=
+            ". A unit that was released after a MAC or PIN write does not answer `init` until "
+            "mfgpd is restarted";
     return {kExitNoAnswer, text};
 }
 
@@ -97,11 +91,6 @@ Outcome refusal(const Command& command, uint8_t code) {
     return {info.exit, text};
 }
 
-// These two are sent before the account matters, so they are trusted without a digest.
-bool refusesPacket(const Reply& reply) {
-    return reply.info == kInfoOtherPeer || reply.info == kInfoDecodeFailed;
-}
-
 Outcome ofReply(const Command& command, const Request& request, const Reply& reply,
                 const Link& link) {
     switch (reply.status) {
@@ -113,7 +102,8 @@ Outcome ofReply(const Command& command, const Request& request, const Reply& rep
         case DecodeStatus::Malformed:
             return {kExitNotUnderstood, "malformed reply" + readBackOffer(command)};
         case DecodeStatus::WrongDigest:
-            if (refusesPacket(reply))
+            // These two are sent before the account matters, so they are trusted without a digest.
+            if (reply.info == kInfoOtherPeer || reply.info == kInfoDecodeFailed)
                 return refusal(command, reply.info);
             // The digest of a request without payload does not depend on the account. The unit
             // obeys it, and only the payload of the reply shows that the account is wrong.
@@ -174,10 +164,10 @@ std::string refusalText(const Command& command, Mode mode) {
     const std::string text = "refused or failed (info 3). ";
     const bool isKnown = command.type != kTypeFromWords;
     const bool isGated = command.gate == Gate::ProduceMode;
-    if (isGated && mode == Mode::Other)
+    if (isGated && isKnown && mode == Mode::Other)
         return text + "Cause: " + kMode;
     Words causes;
-    if (isGated && mode == Mode::Unknown)
+    if (isGated && mode != Mode::Produce)
         causes.emplace_back(kMode);
     if (command.once || !isKnown)
         causes.emplace_back(kOnce);

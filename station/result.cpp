@@ -29,16 +29,12 @@ Words shownArguments(const Result& result, const Output& output) {
 }
 
 json_object* objectOf(const NamedValues& limits) {
-    if (limits.empty())
-        return nullptr;
-    json_object* const object = json_object_new_object();
-    for (const NamedValue& limit : limits) {
-        const bool isText = limit.name == "expect" || limit.name == "match";
-        json_object_object_add(
-            object, limit.name.c_str(),
-            isText ? jsonString(limit.value) : jsonOf(numberOrText(limit.value)));
+    Record record;
+    for (const auto& [name, text] : limits) {
+        const bool isText = name == "expect" || name == "match";
+        record.members.push_back({name, isText ? Value{text} : numberOrText(text)});
     }
-    return object;
+    return limits.empty() ? nullptr : jsonOf({record});
 }
 
 JsonRecord recordOf(const Result& result, const Output& output) {
@@ -47,7 +43,8 @@ JsonRecord recordOf(const Result& result, const Output& output) {
     record.add("line", result.line > 0 ? json_object_new_int(result.line) : nullptr);
     record.add("command", jsonString(result.command));
     record.add("arguments", arrayOf(shownArguments(result, output)));
-    record.add("outcome", jsonString(wordOf(result)));
+    const bool isJudged = result.word == nullptr;
+    record.add("outcome", jsonString(isJudged ? outcomeWord(result.outcome.code) : result.word));
     record.add("exit", json_object_new_int(result.outcome.code));
     record.add("message", stringOrNull(result.outcome.message));
     record.add("info", informed ? json_object_new_int(*result.info) : nullptr);
@@ -81,26 +78,6 @@ Result withoutSecrets(Result result) {
     return result;
 }
 
-// Replaces {KEY} by the label and {time} by the time. Returns an error message, or an empty text.
-std::string fillName(const NamedValues& labels, std::string* name) {
-    for (size_t at = 0; (at = name->find('{', at)) != std::string::npos;) {
-        const size_t end = std::min(name->find('}', at), name->size());
-        const std::string key = name->substr(at + 1, end - at - 1);
-        std::string text = timeText(std::chrono::system_clock::now());
-        std::erase(text, ':');  // some file systems do not allow it
-        const auto label = std::find_if(labels.rbegin(), labels.rend(),
-                                        [&key](const auto& given) { return given.name == key; });
-        if (label != labels.rend())
-            text = label->value;
-        else if (key != "time")
-            return "--output-file: there is no label '" + key + "'";
-        std::replace(text.begin(), text.end(), '/', '_');  // a label cannot choose another folder
-        name->replace(at, end - at + 1, text);
-        at += text.size();
-    }
-    return "";
-}
-
 void printText(const Result& result, Layout layout, const Output& output) {
     const bool done = result.outcome.code == kExitDone;
     if (output.quiet || layout == Layout::Single) {
@@ -126,12 +103,32 @@ void printText(const Result& result, Layout layout, const Output& output) {
 
 }  // namespace
 
+std::string fillOutputName(Options* options) {
+    std::string& name = options->outputFile;
+    const NamedValues& labels = options->labels;
+    for (size_t at = 0; (at = name.find('{', at)) != std::string::npos;) {
+        const size_t end = std::min(name.find('}', at), name.size());
+        const std::string key = name.substr(at + 1, end - at - 1);
+        std::string text = timeText(std::chrono::system_clock::now());
+        std::erase(text, ':');  // some file systems do not allow it
+        const auto label =
+            std::ranges::find(labels.rbegin(), labels.rend(), key, &NamedValue::name);
+        if (label != labels.rend())
+            text = label->value;
+        else if (key != "time")
+            return "--output-file: there is no label '" + key + "'";
+        if (text.empty())  // the records of several units would have one name
+            return "--output-file: the label '" + key + "' is empty";
+        std::replace(text.begin(), text.end(), '/', '_');  // a label cannot choose another folder
+        name.replace(at, end - at + 1, text);
+        at += text.size();
+    }
+    return "";
+}
+
 std::string openOutput(const Options& options, Output* output) {
-    std::string name = options.outputFile;
+    const std::string& name = options.outputFile;
     if (!name.empty() && name != "-") {
-        std::string wrong = fillName(options.labels, &name);
-        if (!wrong.empty())
-            return wrong;
         output->owned.reset(fopen(name.c_str(), options.append ? "ae" : "we"));
         if (!output->owned)
             return "cannot write '" + name + "': " + strerror(errno);
@@ -145,7 +142,7 @@ std::string openOutput(const Options& options, Output* output) {
     return "";
 }
 
-void print(const Result& result, Layout layout, Output* output) {
+int print(const Result& result, Output* output, Layout layout) {
     clearProgress();
     const bool hides = result.isSecret && !output->options->showSecrets;
     const Result shown = hides ? withoutSecrets(result) : result;
@@ -156,8 +153,9 @@ void print(const Result& result, Layout layout, Output* output) {
     flush(*output);
     const bool isSeen = layout == Layout::Row && !output->quiet && output->reachesErrors;
     if (!isSeen && result.outcome.code != kExitDone)
-        say((result.line > 0 ? "line " + std::to_string(result.line) + ": " : "") +
+        say(output->prefix + (result.line > 0 ? "line " + std::to_string(result.line) + ": " : "") +
             (result.command.empty() ? "" : result.command + ": ") + result.outcome.message);
+    return result.outcome.code;
 }
 
 void print(const JsonRecord& record, const Output& output) {
@@ -196,10 +194,6 @@ std::string timeText(std::chrono::system_clock::time_point time) {
 
 json_object* stringOrNull(const std::string& text) {
     return text.empty() ? nullptr : jsonString(text);
-}
-
-const char* wordOf(const Result& result) {
-    return result.word != nullptr ? result.word : outcomeWord(result.outcome.code);
 }
 
 void flush(const Output& output) {

@@ -52,15 +52,19 @@ struct Output {
     bool reachesErrors = false;  // the file and standard error are one, as on a terminal
 };
 
-// Opens the --output-file if there is one, and empties it unless --append is given. {KEY} in its
-// name is replaced by a label, and {time} by the time in UTC. Called after the command line was
-// checked, so that a mistake does not empty the file of earlier results. Returns an error message,
-// or an empty text.
+// Replaces {KEY} in the name of the --output-file by the label, and {time} by the time in UTC.
+// Returns an error message, or an empty text.
+std::string fillOutputName(Options* options);
+
+// Opens the --output-file if there is one, and empties it unless --append is given. Called after
+// the command line was checked, so that a mistake does not empty the file of earlier results.
+// Returns an error message, or an empty text.
 std::string openOutput(const Options& options, Output* output);
 
 // Prints the result as one JSON object or as text, and flushes the output. If the command did not
 // pass, also prints the message on standard error, unless the rows of a batch already appear there.
-void print(const Result& result, Layout layout, Output* output);
+// Returns the exit code of the result.
+int print(const Result& result, Output* output, Layout layout = Layout::Single);
 
 // A record with the members that all records of a call have. More members can be added.
 struct JsonRecord {
@@ -73,9 +77,6 @@ struct JsonRecord {
 
 // Prints the record on one line and flushes the output.
 void print(const JsonRecord& record, const Output& output);
-
-// Returns the result's outcome in one word.
-const char* wordOf(const Result& result);
 
 // Returns the time in ISO 8601 in UTC, to the millisecond.
 std::string timeText(std::chrono::system_clock::time_point time);

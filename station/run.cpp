@@ -34,17 +34,12 @@ Listing tableOf(const std::string& name) {
                                   : listCommands();
 }
 
-int finish(const Result& result, Output* output) {
-    print(result, Layout::Single, output);
-    return result.outcome.code;
-}
-
 int perform(const Options& options, Output* output) {
     Session session = {options, output};
     PreparedCommand prepared = {};
     Outcome outcome = prepareCommand(options, &prepared);
     if (outcome.code != kExitDone)
-        return finish(unsent(options.words, outcome), output);
+        return print(unsent(options.words, outcome), output);
     const int opened = openSession(&session);
     if (opened != kExitDone)
         return opened;
@@ -54,7 +49,7 @@ int perform(const Options& options, Output* output) {
     const bool goesOn = outcome.code == kExitDone;
     const Result result = goesOn ? execute(&session, prepared) : unsent(options.words, outcome);
     endSession(&session);
-    return finish(result, output);
+    return print(result, output);
 }
 
 // Checks that the words name a command, and the arguments of the client's own commands. Returns an
@@ -149,9 +144,7 @@ int help(const Options& options, Output* output) {
 
 int decode(const Options& options, Output* output) {
     Bytes datagram;
-    std::string digits;
-    for (size_t i = 1; i < options.words.size(); i++)
-        digits += options.words[i];
+    std::string digits = joined({options.words.begin() + 1, options.words.end()});
     std::erase_if(digits, [](unsigned char character) { return isspace(character) != 0; });
     if (digits.empty())
         return complainOfUsage("decode: no hexadecimal digits");
@@ -168,7 +161,7 @@ int decode(const Options& options, Output* output) {
     if (status == DecodeStatus::WrongDigest || status == DecodeStatus::Malformed)
         result.outcome = {status == DecodeStatus::Malformed ? kExitNotUnderstood : kExitAccount,
                           decodeStatusText(status)};
-    return finish(result, output);
+    return print(result, output);
 }
 
 int run(int argc, char** argv) {
@@ -179,6 +172,8 @@ int run(int argc, char** argv) {
     const Command* const command = findCommand(options.words, &rest);
     if (wrong.empty())
         wrong = checkCommand(options, command, rest);
+    if (wrong.empty())
+        wrong = fillOutputName(&options);
     if (!wrong.empty())
         return complainOfUsage(wrong);
     Output output = {options.format, options.quiet};

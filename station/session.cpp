@@ -150,10 +150,7 @@ Outcome prepareCommand(const Options& options, PreparedCommand* prepared) {
     NamedValues named = options.named;
     wrong = extractLimits(*command, &named, &prepared->limits, &prepared->untilSeconds);
     if (options.dryRun && named.size() < options.named.size())
-        return {kExitUsage,
-                "--" +
-                    (prepared->limits.empty() ? std::string("until") : prepared->limits[0].name) +
-                    " needs a reply, and --dry-run sends nothing"};
+        return {kExitUsage, "a limit needs a reply, and --dry-run sends nothing"};
     if (wrong.empty())
         wrong = buildCommand(*command, rest, named, &prepared->request);
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
@@ -177,8 +174,7 @@ int openSession(Session* session) {
         return kExitDone;
     Result result = unsent(options.words, {kExitLocalFault, wrong});
     result.unit = session->link.unit;
-    print(result, Layout::Single, session->output);
-    return kExitLocalFault;
+    return print(result, session->output);
 }
 
 Outcome proveAccount(Session* session) {
@@ -219,8 +215,12 @@ Result execute(Session* session, const PreparedCommand& prepared) {
     askOnce(session, prepared, &result);
     while (result.outcome.code == kExitFailed && Clock::now() < last && pause(session, kUntilPause))
         askOnce(session, prepared, &result);
-    if (interruptSignal() != 0 && prepared.untilSeconds > 0)
+    const bool isOpen = prepared.untilSeconds > 0 && result.outcome.code == kExitFailed;
+    if (isOpen && interruptSignal() != 0)
         result.outcome = interrupted("");
+    else if (isOpen && Clock::now() >= session->link.deadline)
+        result.outcome = {kExitNoAnswer,
+                          deadlineText(session->link) + ": " + result.outcome.message};
     result.seconds = secondsSince(start);
     nameCause(session, prepared, &result);
     return result;

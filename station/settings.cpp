@@ -111,7 +111,8 @@ std::string readFor(const std::string& unit, Options* options) {
     std::string wrong = readTyped(unit, &typed);
     options->host = typed.host;
     options->quiet = typed.quiet;
-    if (wrong.empty())
+    const bool isCompletion = !typed.words.empty() && typed.words[0] == "completions";
+    if (wrong.empty() && !isCompletion)
         wrong = applySettings(options, &aliases);
     const std::string host = options->host;
     if (!typed.accountFile.empty())  // has priority over an account of the settings
@@ -161,6 +162,7 @@ std::string readOptionsOf(const std::string& unit, const Options& call, Options*
 
 Words hostAliases() {
     Options none;
+    none.quiet = true;  // the shell shows the words in the middle of a command line
     Words aliases;
     applySettings(&none, &aliases);
     return aliases;

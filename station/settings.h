@@ -1,6 +1,5 @@
 // Options that do not come from the command line: the settings file ~/.config/mfgp-station.conf,
-// environment variables, and the account. The file has options for all units, and a section for
-// each alias of a unit.
+// environment variables, and the account.
 #pragma once
 
 #include "station/outcome.h"

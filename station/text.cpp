@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <iterator>
 #include <numeric>
+#include <sstream>
 #include <utility>
 
 #include "station/options.h"
@@ -36,6 +38,11 @@ std::string printable(std::string_view bytes) {
         text += isPrintable(character) ? std::string(1, character) : "\\x" + hexOf({&byte, 1});
     }
     return text;
+}
+
+Words splitAtBlanks(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
 }
 
 std::string hexOf(std::span<const uint8_t> bytes) {

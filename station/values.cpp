@@ -28,7 +28,7 @@ Words split(const std::string& text, char separator) {
     return parts;
 }
 
-// Reads a text field of the configuration record.
+// A text field of the configuration record.
 struct Field {
     const char* name;
     size_t offset;
@@ -92,11 +92,11 @@ Value decodeFanSpeeds(const Reply& reply) {
     Bytes bytes = reply.payload;
     std::erase(bytes, '\n');  // a fan service may add one after each speed
     List list = {printableText(bytes), {}};
-    std::istringstream words(list.text);
-    std::string word;
-    words >> word;  // the number of fans
-    while (words >> word)
-        list.items.push_back(numberOrText(word));
+    Words words = splitAtBlanks(list.text);
+    if (!words.empty() && words[0] != std::to_string(words.size() - 1))
+        words = split(list.text + ' ', ' ');   // a fan without a speed leaves two blanks
+    for (size_t i = 1; i < words.size(); i++)  // the first one is the number of fans
+        list.items.push_back(words[i].empty() ? Value() : numberOrText(words[i]));
     list.text.insert(std::min(list.text.find(' '), list.text.size()), " fans:");
     return {list};
 }

@@ -89,7 +89,7 @@ Value decodeYes(const Reply& reply);
 // Decodes the four settings. The payload has at least four bytes.
 Value decodeEnableFlags(const Reply& reply);
 
-// Decodes the number of fans and the speed of each one.
+// Decodes the number of fans and the speed of each one. A fan without a speed has no value.
 Value decodeFanSpeeds(const Reply& reply);
 
 // Decodes the configuration record. The payload has at least 244 bytes.

@@ -35,8 +35,8 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
           "SKIPPED not reached\nSKIPPED not reached\n1/1/0/2\n");
     judge(
         "\xEF\xBB\xBF"
-        "ensure oem-id ${ID}\nensure oem-id 'a b'\nensure mac 02:1a:2b:13:7b:00",
-        "-y --set 'ID=a b' " + file, 0,
+        "ensure oem-id ${ID}\nensure oem-id 'é b'\nensure mac 02:1a:2b:13:7b:00",
+        "-y --set 'ID=é b' " + file, 0,
         "PASS written\nPASS already set\nPASS already set\n3/0/0/0\n");
     judge(R"(ensure group '{"gid":"","key":"","pack":0}')", "-y " + file, 0,
           "PASS already set\n1/0/0/0\n");
@@ -57,22 +57,30 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
     // `ensure` has written once.
     expectShell("grep -c 'flashkv -w /tmp/oemid' $unit/calls.log", 0, "1\n");
     EXPECT_EQ(shell("echo 'get mac\ninit' | $station -q run -").output, "02-1A-2B-13-7B-00\n");
-    shell("(sleep 0.7; touch $unit/tmp/button_wps_check) &");
-    expectRows({{"get button wps --expect 'BUTTON OK' --until --for 9", 0, "BUTTON OK"},
-                {"-n --deadline 1e-9 -y run $unit/lines", 3, "; 2 commands were not sent"},
-                {"get mac --for x", 2, "'x' is not a time"},
-                {"set country DE --until", 2, "does not take --until"}});
+    shell(
+        "rm $unit/tmp/fan_speed/fan2_speed_gear3; (sleep 0.7; touch $unit/tmp/button_wps_check) &");
+    expectRows(
+        {{"get button wps --expect 'BUTTON OK' --until --for 9", 0, "BUTTON OK"},
+         {"-n --deadline 1e-9 -y run $unit/lines", 3, "; 2 commands were not sent"},
+         {"get mac --for x", 2, "'x' is not a time"},
+         {"--deadline 0.6 get mac --expect x --until", 3, "0.6 s reached: expected 'x', got"},
+         {"run - </dev/null", 2, "no commands in the recipe"},
+         {"--units a,a run $unit/lines", 2, "'a' is named twice"},
+         {"--interface x -y --units a run $unit/lines", 7, "1 errors, 1 skipped"},
+         {"-q -o json fan speeds 3 --min 3000", 1, "[3600,null]\n"},
+         {"set country DE --until", 2, "does not take --until"}});
 }
 
 TEST(Line, EveryFaultOfARecipe_IsListedBeforeAnythingIsSent) {
     Unit unit;
-    unit.write(
-        "/lines",
-        "get mac\nget nothing\nget mac --match [\nsheet\nsleep 0\nensure pin 12345678\nget ${NO}");
+    unit.write("/lines",
+               "get mac\nget nothing\nget mac --match [\nsheet\nsleep 0\nensure pin 12345678\n"
+               "ensure oem-id ' a'\nget ${NO}");
     for (const char* fault :
          {"line 2: get: unknown command", "line 3: get mac: --match '['",
           "line 4: sheet: `sheet` is not allow", "line 5: sleep: '0' is not a time",
-          "line 6: set pin: no command reads", "line 7: get: ${NO} is not defined"})
+          "line 6: ensure pin: no command reads", "line 7: ensure oem-id: ' a' cannot be read back",
+          "line 8: get: ${NO} is not defined"})
         expectRows({{"run $unit/lines", 2, fault}});
     EXPECT_EQ(unit.read("/calls.log"), "");
 }
@@ -98,7 +106,7 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
     expectRows(
         {{"run $unit/lines 2>$unit/errors", 1, "1 passed, 1 failed, 0 errors, 0 skipped in "},
          {"run $unit/lines | grep -c refused", 0, "1\n"},
-         {"--output-file x{no} get mac", 7, "there is no label 'no'"},
+         {"--output-file {a} list; $station --output-file {a} --label a= list", 2, "no label 'a'"},
          {"--units 127.0.0.1 get mac", 2, "--units belongs to `run`"},
          {"-o json --output-file /dev/full --units 127.0.0.1 run $unit/lines", 7, "ERROR"}});
     EXPECT_EQ(unit.read("/errors").rfind("mfgp-station: line 2: qlog stop: refused", 0), 0U);
@@ -111,13 +119,14 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
         MFGP_SIM " line 3 --state $unit/line --daemon " MFGPD " --runner '" MFGP_RUNNER
                  "' -- sh -c '" MFGP_STATION
                  " --release -o json --units $MFGP_UNITS run $unit/lines >$unit/r & "
-                 "await() { until grep -q $1 $unit/r; do sleep 0.1; done; }; await 0003; "
-                 "for i in 1 2; do touch $unit/line/$i/tmp/button_wps_check; done; "
-                 "until [ $(grep -c end $unit/r) = 2 ]; do sleep 0.1; done; kill $!; wait $!; "
-                 "echo code $?'");
+                 "await() { until [ $(grep -c $1 $unit/r) = $2 ]; do sleep 0.1; done; }; "
+                 "await get.device-id 3; set -- $(cat /proc/$!/task/$!/children); kill -9 $2; "
+                 "touch $unit/line/1/tmp/button_wps_check; await end 2; kill $!; wait $!; "
+                 "echo code $? $(grep -c end $unit/r)'");
     if (result.exitCode == 77)
         GTEST_SKIP() << result.output;
-    for (const char* part : {"10.77.1.1  PASS     3 passed, 0 failed", "code 143\n",
+    for (const char* part : {"10.77.1.1  PASS     3 passed, 0 failed", "code 137 3\n",
+                             "10.77.1.2  ABORTED  2 passed, 0 failed, 1 errors",
                              "10.77.1.3  ABORTED  2 passed, 0 failed, 1 errors"})
         EXPECT_NE(result.output.find(part), std::string::npos) << result.output;
     expectShell("jq -r 'select(.value != null and .line < 3) | .unit + .value' $unit/r | sort", 0,
@@ -140,7 +149,7 @@ TEST(Line, Heartbeats_KeepTheUnitBoundWhileItWaits) {
         "1\n");
     // A pipe that never ends.
     expectShell("mkfifo $unit/pipe; { echo init >&0; $station --deadline 0.4 run -; } <>$unit/pipe",
-                3, "");
+                3, "deadline of 0.4 s reached; no further commands were sent\n");
 }
 
 TEST(Line, ASignal_EndsTheRunWithTheOutcomeOfTheCommand) {

@@ -60,7 +60,7 @@ TEST(StationPerson, Settings_HoldForTheirUnit) {
         {"{ sleep 1; echo 'a b#c'; } | script -qec \"" + station +
              "--host 127.0.0.1 --user x get mac\" /dev/null",
          "02-1A"},
-        {good + station + "completions -- --host ''", "bench1\n"},
+        {"echo \"[$(" + bad + station + "completions -- --host '' 2>&1)]\"", "[bench1]\n"},
     };
     for (const auto& [line, output] : rows)
         EXPECT_NE(shell(line).output.find(output), std::string::npos) << line << shell(line).output;

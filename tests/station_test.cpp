@@ -218,8 +218,9 @@ TEST(StationClient, Json_HasOneShape) {
             << row.words;
     EXPECT_EQ(shell("$station -q -o json get enable-flags").output, flags + "\n");
     expectRows(
-        {{"-o json --output-file $unit/sheet sheet; jq -cs 'map(select(.record == \"result\"))"
-          " | [length > 20, (map(keys_unsorted) | unique | length), .[1].command]' $unit/sheet",
+        {{"-o json --output-file $unit/sheet sheet; jq -cs '.[0].commands as $count |"
+          " map(select(.record == \"result\")) | [length > 20 and length == $count,"
+          " (map(keys_unsorted) | unique | length), .[1].command]' $unit/sheet",
           0, "[true,1,\"get mac\"]\n"}});
 }
 

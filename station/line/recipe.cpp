@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "station/interrupt.h"
-#include "station/limits.h"
 
 namespace station {
 namespace {
@@ -15,21 +14,27 @@ constexpr Command kSleep = {"sleep", kTypeFromWords, 0, Access::Read, Gate::Open
 Outcome prepareSleep(const Words& words, Step* step) {
     step->prepared.command = &kSleep;
     step->prepared.arguments = {words.begin() + 1, words.end()};
-    const std::string wrong =
-        words.size() == 2 ? parseSeconds(words[1], &step->prepared.untilSeconds) : "takes SECONDS";
+    const std::string wrong = words.size() == 2
+                                  ? parseSeconds(words[1], 1, &step->prepared.untilSeconds)
+                                  : "takes SECONDS";
     return {wrong.empty() ? kExitDone : kExitUsage, wrong};
 }
 
 // Prepares `ensure` as a write, and as the read that shows the field.
 Outcome prepareWrite(Options* own, Step* step) {
-    const bool ensures = plainName(own->words[0]) == "ensure";
-    if (ensures)
+    step->ensures = plainName(own->words[0]) == "ensure";
+    if (step->ensures)
         own->words[0] = "set";
     Outcome outcome = prepareCommand(*own, &step->prepared);
-    if (!ensures || outcome.code != kExitDone)
+    if (!step->ensures || outcome.code != kExitDone)
         return outcome;
     if (step->prepared.command->readBack == nullptr)
         return {kExitUsage, "no command reads '" + own->words[1] + "' back"};
+    const std::string& text = step->prepared.arguments[0];
+    if (step->prepared.command->build == nullptr && joined(splitAtBlanks(text)) != text)
+        return {kExitUsage, "'" + text +
+                                "' cannot be read back: a unit returns no blanks at the ends, and "
+                                "one blank for several. Write a text without them, or use `set`"};
     step->readBack = prepareRow(commandNamed(step->prepared.command->readBack), *own);
     return outcome;
 }
@@ -43,7 +48,7 @@ bool isWritten(const PreparedCommand& write, const Value& value) {
     }
     const std::string text = textOf(value);
     Request same = {};
-    return text == write.arguments[0] ||
+    return text == printable(write.arguments[0]) ||
            (buildCommand(*write.command, {text}, {}, &same).empty() && same.payload == payload);
 }
 
@@ -76,7 +81,7 @@ void nameStep(const Step& step, Result* result) {
     result->command = step.prepared.command->name;
     result->arguments = step.prepared.arguments;
     result->row = step.prepared.command;
-    if (step.readBack)
+    if (step.ensures)
         result->command.replace(0, 3, "ensure");  // instead of "set"
 }
 
@@ -98,11 +103,6 @@ std::string textOf(const Step& step, const std::string& before) {
     Words words = withoutSecrets(prepared.command, prepared.arguments);
     words.insert(words.begin(), prepared.command->name);
     return before + std::to_string(step.line) + " " + joined(words);
-}
-
-int refuse(const Session& session, const Result& result) {
-    print(result, Layout::Single, session.output);
-    return result.outcome.code;
 }
 
 }  // namespace
@@ -137,7 +137,7 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
         Step step;
         const Outcome outcome = prepareStep(options, line, number, &step);
         if (outcome.code != kExitDone)
-            code = std::max(code, refuse(*session, unsentStep(step, outcome)));
+            code = std::max(code, print(unsentStep(step, outcome), session->output));
         else if (step.prepared.command == nullptr)
             continue;
         else if (needsConfirmation(step.prepared, true))
@@ -145,9 +145,9 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
         steps->push_back(step);
     }
     if (event != LineEvent::End)
-        return refuse(*session, unsent(options.words, unreadable(options.words[1])));
-    if (steps->empty())  // otherwise a recipe that was saved without its lines passes every unit
-        return refuse(*session, unsent(options.words, {kExitUsage, "no commands in the recipe"}));
+        return print(unsent(options.words, unreadable(options.words[1])), session->output);
+    if (steps->empty())
+        return print(unsent(options.words, emptyRecipe()), session->output);
     if (code != kExitDone || risky.empty())
         return code;
     LineReader terminal;
@@ -156,12 +156,15 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps) {
         confirm(session, &terminal,
                 "These lines write to flash on " + units + " and cannot be undone: " + risky + ".");
     agreed.message = "lines " + risky + ": " + agreed.message;
-    return agreed.code == kExitDone ? kExitDone : refuse(*session, unsent(options.words, agreed));
+    return agreed.code == kExitDone ? kExitDone
+                                    : print(unsent(options.words, agreed), session->output);
 }
 
 Outcome unreadable(const std::string& name) {
     return {kExitLocalFault, "cannot read '" + name + "': " + strerror(errno)};
 }
+
+Outcome emptyRecipe() { return {kExitUsage, "no commands in the recipe"}; }
 
 Result executeStep(Session* session, const Step& step) {
     Result result = step.prepared.command == &kSleep ? sleepFor(session, step)

@@ -6,11 +6,11 @@
 namespace station {
 
 struct Step {
-    int line = 0;                   // 0 outside of a recipe
-    Words words = {};               // as written
-    PreparedCommand prepared = {};  // of `sleep`, the time is in untilSeconds
-    std::optional<PreparedCommand>
-        readBack;  // of `ensure`: shows whether there is anything to write
+    int line = 0;                             // 0 outside of a recipe
+    Words words = {};                         // as written
+    bool ensures = false;                     // `ensure`, prepared as `set`
+    PreparedCommand prepared = {};            // of `sleep`, the time is in untilSeconds
+    std::optional<PreparedCommand> readBack;  // of `ensure`: shows if there is anything to write
 };
 
 // Makes a step of a line; an empty line leaves the step without a command. Returns the outcome of
@@ -23,6 +23,9 @@ int readRecipe(Session* session, LineReader* lines, std::vector<Step>* steps);
 
 // Returns the outcome of a file that cannot be read, by errno.
 Outcome unreadable(const std::string& name);
+
+// Returns the outcome of a recipe without commands, which would otherwise pass every unit.
+Outcome emptyRecipe();
 
 // Carries the step out.
 Result executeStep(Session* session, const Step& step);

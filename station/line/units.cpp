@@ -42,14 +42,17 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     Words names;
     for (std::string line; wrong.empty() && std::getline(lines, line);)
         wrong = splitWords(line, options.variables, &names);
-    size_t width = 0;
-    for (const std::string& name : names)
-        width = std::max(width, name.size() + 2);
+    if (names.empty())
+        return wrong.empty() ? std::string("no units") : wrong;
+    const size_t width = 2 + std::ranges::max(names, {}, &std::string::size).size();
     for (size_t i = 0; i < names.size() && wrong.empty(); i++) {
         units->push_back({names[i], names[i] + std::string(width - names[i].size(), ' ')});
         wrong = readOptionsOf(names[i], options, &units->back().options);
+        if (std::ranges::count(names, names[i]) >
+            1)  // would be refused the second write of a field
+            wrong = "'" + names[i] + "' is named twice";
     }
-    return names.empty() ? "no units" : wrong;
+    return wrong;
 }
 
 // Runs in the child: carries the steps out and ends the process. All children share the output, and
@@ -66,7 +69,10 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     parent.output->reachesErrors = true;  // no messages: the table at the end shows the failures
     if (code == kExitDone)
         code = runSteps(&session, steps, unit.tally);
-    _exit(isWritten(*session.output) ? code : kExitLocalFault);
+    if (isWritten(*session.output))
+        _exit(code);
+    say(unit.name + ": cannot write the results");
+    _exit(kExitLocalFault);
 }
 
 // Shows one line for each unit that is still running, at most 20.
@@ -85,24 +91,48 @@ void showRunning(const std::vector<Unit>& units) {
     showProgress(text + (lines > kMostLines ? "and more units" : ""));
 }
 
+// If commands have no record, writes the end record that the unit's process did not write. One
+// command counts as an error, and the others as not sent.
+void recordLost(Unit* unit, const std::string& why, const Output& output) {
+    Tally& tally = *unit->tally;
+    const unsigned lost = tally.total - tally.passed - tally.failed - tally.errors - tally.skipped;
+    if (lost == 0)
+        return;
+    tally.errors++;
+    tally.skipped += lost - 1;
+    say(unit->name + ": " + why);
+    if (output.format == Format::Json)
+        printEnd(tally, {unit->code, why},
+                 unit->options.host + ":" + std::to_string(unit->options.port), output);
+}
+
+// Stores the exit code of the unit's process, by its wait status.
+void storeEnd(Unit* unit, int status, const Output& output) {
+    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    const std::string during = unit->tally->command.load();
+    unit->pid = 0;
+    unit->code = signal != 0 ? kExitInterrupted + signal : WEXITSTATUS(status);
+    recordLost(unit,
+               signal == 0 ? "the recipe was not started"
+                           : "the process was ended during " + during + ": " + strsignal(signal),
+               output);
+}
+
 // Waits until all children have ended, and passes a signal on to them.
-void awaitAll(std::vector<Unit>* units, bool showsProgress) {
+void awaitAll(std::vector<Unit>* units, const Output& output) {
     constexpr int kMilliseconds = 100;
     int handedOn = 0;
     const auto isRunning = [](const Unit& unit) { return unit.pid > 0; };
     while (std::ranges::any_of(*units, isRunning)) {
-        if (showsProgress)
+        if (!output.reachesErrors)
             showRunning(*units);
         poll(nullptr, 0, kMilliseconds);
         for (Unit& unit : *units) {
             int status = 0;
             if (isRunning(unit) && interruptSignal() != handedOn)
                 kill(unit.pid, interruptSignal());
-            if (!isRunning(unit) || waitpid(unit.pid, &status, WNOHANG) != unit.pid)
-                continue;
-            unit.pid = 0;
-            unit.code =
-                WIFEXITED(status) ? WEXITSTATUS(status) : kExitInterrupted + WTERMSIG(status);
+            if (isRunning(unit) && waitpid(unit.pid, &status, WNOHANG) == unit.pid)
+                storeEnd(&unit, status, output);
         }
         handedOn = interruptSignal();
     }
@@ -136,11 +166,8 @@ int runUnits(Session* session, LineReader* lines) {
         wrong = openOutput(session->options, session->output);
     void* const shared = mmap(nullptr, (units.size() + 1) * sizeof(Tally), PROT_READ | PROT_WRITE,
                               MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (!wrong.empty() || shared == MAP_FAILED) {
-        print(unsent(session->options.words, {fault, "--units: " + wrong}), Layout::Single,
-              session->output);
-        return fault;
-    }
+    if (!wrong.empty() || shared == MAP_FAILED)
+        return print(unsent(session->options.words, {fault, "--units: " + wrong}), session->output);
     const int code = readRecipe(session, lines, &steps);
     if (code != kExitDone)
         return code;
@@ -148,14 +175,16 @@ int runUnits(Session* session, LineReader* lines) {
     session->output->lock = memfd_create("records", MFD_CLOEXEC);
     for (size_t i = 0; i < units.size(); i++) {
         units[i].tally = new (static_cast<Tally*>(shared) + i) Tally;
+        units[i].tally->total = static_cast<unsigned>(steps.size());
         units[i].pid = fork();
         if (units[i].pid == 0)
             beChild(*session, units[i], steps);
         if (units[i].pid < 0)
-            say(units[i].name + ": cannot start a process: " + strerror(errno));
+            recordLost(&units[i], std::string("cannot start a process: ") + strerror(errno),
+                       *session->output);
     }
     watchInterrupts();
-    awaitAll(&units, !session->output->reachesErrors);
+    awaitAll(&units, *session->output);
     return summarize(units, *session->output);
 }
 
