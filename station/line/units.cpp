@@ -48,8 +48,8 @@ std::string readUnits(const Options& options, std::vector<Unit>* units) {
     for (size_t i = 0; i < names.size() && wrong.empty(); i++) {
         units->push_back({names[i], names[i] + std::string(width - names[i].size(), ' ')});
         wrong = readOptionsOf(names[i], options, &units->back().options);
-        if (std::ranges::count(names, names[i]) >
-            1)  // would be refused the second write of a field
+        // Otherwise the unit would refuse to write a field again, and a good unit would fail.
+        if (std::ranges::count(names, names[i]) > 1)
             wrong = "'" + names[i] + "' is named twice";
     }
     return wrong;
