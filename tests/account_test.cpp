@@ -19,9 +19,9 @@ std::string names(const std::string& user, const std::string& password) {
 // Returns true if the daemon decrypts the packets of a station with this account.
 bool understood(const Account& account) {
     const Station station(account);
-    station.send(wireOf({.type = 4, .payload = "ciphered"}, account));
+    station.send(wireOf({.type = kHeartbeat, .payload = "ciphered"}, account));
     const auto reply = station.receive();
-    station.send(wireOf({.type = 6}, account));  // releases the unit for the next station
+    station.send(wireOf({.type = kCancel}, account));  // releases the unit for the next station
     return reply && reply->at(3) == 0 && openAnswer(*reply, account).payload == "ciphered";
 }
 

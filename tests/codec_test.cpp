@@ -73,13 +73,13 @@ TEST_F(Codec, TheCipher_RefusesALengthThatDoesNotFitAndPadsAPartialBlock) {
 
 TEST_F(Codec, APacketThatFitsAndIsWhole_IsDecoded) {
     for (const size_t length : {0U, 8U, 44960U}) {
-        const std::string text(length, 'x'), wire = wireOf({.type = 4, .payload = text});
+        const std::string text(length, 'x'), wire = wireOf({.type = kHeartbeat, .payload = text});
         ASSERT_EQ(decode((wire + "after the packet").substr(0, kMaxDatagram)), 0) << length;
         EXPECT_EQ(text, reinterpret_cast<char*>(mfgp_payload(ctx->recvBuf)));
     }
     for (const uint32_t length : {44965U, 45000U, 0x80000000U, 0xFFFFFFFFU}) {
         testing::internal::CaptureStderr();
-        EXPECT_EQ(decode(wireOf({.type = 4, .length = length})), -10306) << length;
+        EXPECT_EQ(decode(wireOf({.type = kHeartbeat, .length = length})), -10306) << length;
         const std::string errors = testing::internal::GetCapturedStderr();
         EXPECT_TRUE(errors.starts_with(errorLine(-10306, "v2 decode des error")));
     }

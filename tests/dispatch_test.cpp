@@ -29,9 +29,10 @@ TEST_F(Dispatch, EachSubType_IsKnownAndGatedAsTheStationListsIt) {
             unit.errors();
             unit.calls();
             const Answer answer =
-                type == 3 ? station.ask({.subType = subType})
-                          : station.ask({.type = 7, .payload = innerOf(subType, "argument")});
-            EXPECT_EQ(answer.info() == 5, row == nullptr);
+                type == 3
+                    ? station.ask({.subType = subType})
+                    : station.ask({.type = kEncrypted, .payload = innerOf(subType, "argument")});
+            EXPECT_EQ(answer.info() == kUnknownCommand, row == nullptr);
             EXPECT_EQ(unit.errors().find(kRefused) != std::string::npos, isRefused);
             if (row != nullptr && !isRefused)
                 continue;
@@ -52,7 +53,7 @@ TEST_F(Dispatch, EachSubType_IsKnownAndGatedAsTheStationListsIt) {
     }
     EXPECT_NE(unit.trace().find("] packet len:12, packet buf:argument\n"), std::string::npos);
     // A payload too short for an inner header reads as zero.
-    EXPECT_EQ(station.ask({.type = 7, .payload = "\2\7"}).payload, padded("\2\7\2\5", 16));
+    EXPECT_EQ(station.ask({.type = kEncrypted, .payload = "\2\7"}).payload, padded("\2\7\2\5", 16));
 }
 
 TEST_F(Dispatch, AModeThatCannotBeRead_IsNotProduceMode) {
@@ -64,7 +65,7 @@ TEST_F(Dispatch, AModeThatCannotBeRead_IsNotProduceMode) {
         if (!file.empty())
             unit.write("/etc/config/wanDetect", file);
         unit.errors();
-        EXPECT_EQ(station.command(10).info(), 3);
+        EXPECT_EQ(station.command(kGetProductId).info(), kCommandFailed);
         const std::string errors = unit.errors();
         // The text for a file that cannot be parsed depends on the library's version.
         EXPECT_TRUE(

@@ -72,13 +72,13 @@ class Faults : public testing::Test {
     // Runs the command and returns the text of its answer, or kFailed.
     string see(const CommandRow& row, bool isReported = true) {
         unit->errors();
-        const bool isEncrypted = row.subType == 72 || row.subType == 73;
+        const bool isEncrypted = row.subType == kGetModel || row.subType == kReset;
         const Answer answer = isEncrypted ? station->encrypted(row.subType, row.argument)
                                           : station->command(row.subType, row.argument);
         const string text = answer.payload.c_str() + (isEncrypted ? 12 : 0);
         if (answer.info() == 0)
             return text;
-        EXPECT_EQ(answer.info(), 3);
+        EXPECT_EQ(answer.info(), kCommandFailed);
         EXPECT_EQ(text, "");
         const string error =
             errorLine(std::stoi(row.error), row.error.substr(row.error.find(' ') + 1));
@@ -98,8 +98,9 @@ class Faults : public testing::Test {
     // checks that the command works again, or is refused if it works only once and has done so.
     void expect(const CommandRow& row, Outcome outcome, const Action& begin, const Action& end) {
         SCOPED_TRACE(std::to_string(row.subType) + " " + row.argument);
-        const bool isRead = row.changes.empty(), isOnce = !isRead && row.subType != 73;
-        const bool isRandom = row.subType == 79, isPartial = row.subType == 90 || row.subType == 73;
+        const bool isRead = row.changes.empty(), isOnce = !isRead && row.subType != kReset;
+        const bool isRandom = row.subType == kGenerateGroup;
+        const bool isPartial = row.subType == kSetImei || row.subType == kReset;
         if (isOnce)
             start();
         const string answer = isRead ? see(row) : "";
@@ -119,7 +120,7 @@ class Faults : public testing::Test {
                         (part == row.changes && (seen != kFailed || isPartial)))
                 << part;
         const bool isSpent = isOnce && seen != kFailed;
-        const string again = see(row, !isSpent || row.subType != 76);
+        const string again = see(row, !isSpent || row.subType != kSetPin);
         EXPECT_TRUE(again == (isSpent ? kFailed : answer) || isRandom) << again;
         EXPECT_TRUE(!isOnce || isSpent || flash()[row.changes] != before[row.changes]);
     }
@@ -127,7 +128,7 @@ class Faults : public testing::Test {
     // Runs a snippet in the unit's own shell.
     void inUnit(const string& snippet) {
         unit->fault("fwinfo", snippet + "; exit");
-        station->command(55);
+        station->command(kGetMac);
         unit->remove("/fault/fwinfo");
     }
 
@@ -175,20 +176,17 @@ INSTANTIATE_TEST_SUITE_P(, ToolFaults,
 class SystemFaults : public Faults, public testing::WithParamInterface<SystemFault> {};
 
 TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
-    std::map<SystemFault, std::pair<Action, Action>> faults = {
-        {kNoPipe,
-         {[&] { injection.emplace(*unit, "?pipe,pipe2", "error=EMFILE"); },
-          [&] { injection.reset(); }}},
-        {kNoFork,
-         {[&] { injection.emplace(*unit, "clone,?clone3,?fork,?vfork", "error=EAGAIN"); },
-          [&] { injection.reset(); }}},
-        {kFullTmp,
-         {[&] { inUnit("yes | head -c 1048576 >/tmp/filler"); },
-          [&] { inUnit("rm /tmp/filler"); }}},
-        {kReadOnlyTmp,
-         {[&] { inUnit("mount -o remount,ro tmpfs /tmp"); },
-          [&] { inUnit("mount -o remount,rw tmpfs /tmp"); }}},
+    const Action stopTracing = [&] { injection.reset(); };
+    const auto inject = [&](const char* calls, const char* answer) {
+        return Action([=, this] { injection.emplace(*unit, calls, answer); });
     };
+    const auto run = [&](const char* snippet) { return Action([=, this] { inUnit(snippet); }); };
+    std::map<SystemFault, std::pair<Action, Action>> faults = {
+        {kNoPipe, {inject("?pipe,pipe2", "error=EMFILE"), stopTracing}},
+        {kNoFork, {inject("clone,?clone3,?fork,?vfork", "error=EAGAIN"), stopTracing}},
+        {kFullTmp, {run("yes | head -c 1048576 >/tmp/filler"), run("rm /tmp/filler")}},
+        {kReadOnlyTmp,
+         {run("mount -o remount,ro tmpfs /tmp"), run("mount -o remount,rw tmpfs /tmp")}}};
     const auto& [begin, end] = faults[GetParam()];
     for (const CommandRow& row : allCommands()) {
         const unsigned failsUnder = row.failsUnder.value_or(row.changes.empty() ? kReads : kStores);
@@ -207,15 +205,17 @@ TEST_F(Faults, ADumpThatFails_IsOnlyKnownByItsMissingFile) {
         start();
         inUnit("echo left:1 >/tmp/oemid-tmp");
         unit->fault("flashkv", "[ $1 = -w ] || { " + tool + "; }");
-        EXPECT_EQ(see(rowOf(60)), answer) << tool;
+        EXPECT_EQ(see(rowOf(kSetOemId)), answer) << tool;
         EXPECT_EQ(unit->read("/flash/product-info"), flash) << tool;
     }
 }
 
 TEST_F(Faults, AConfigurationThatCannotBeRead_FailsTheRead) {
-    const std::pair<const char*, uint8_t> reads[] = {
-        {"wifi", 69}, {"protocol", 69}, {"bluetooth", 69}, {"bluetooth", 87}, {"wifi", 135}};
-    for (const auto& [file, subType] : reads) {
+    for (const auto& [subType, file] : {std::pair{kGetFlags, "wifi"},
+                                        {kGetFlags, "protocol"},
+                                        {kGetFlags, "bluetooth"},
+                                        {kBluetooth, "bluetooth"},
+                                        {kConfig, "wifi"}}) {
         const string path = string("/etc/config/") + file, good = unit->read(path);
         const string lists = std::regex_replace(good, std::regex("option"), "list");
         for (const string& bad : {string(), good + "config 'open\n", lists})
@@ -227,7 +227,7 @@ TEST_F(Faults, AConfigurationThatCannotBeRead_FailsTheRead) {
 }
 
 TEST_F(Faults, ASignalDuringAWait_ChangesNothing) {
-    for (const auto subType : std::initializer_list<uint8_t>{53, 94, 60}) {
+    for (const uint8_t subType : {kGetDeviceId, kExtAntenna, kSetOemId}) {
         expect(
             rowOf(subType), Outcome::AnswersAsBefore,
             [&] { injection.emplace(*unit, "wait4", "error=EINTR:when=1..3"); },

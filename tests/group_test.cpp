@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr uint8_t kSetGroup = 77, kGetGroup = 78, kGenerate = 79;
 const std::string kKey(308, 'k'), kGid(36, 'g');
 
 class Group : public Commands {};
@@ -77,7 +76,7 @@ TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
     const auto test = [&](const char* argument, const std::string& tool, const Text& answer,
                           const std::string& count = "") {  // without a count the tool does not run
         unit.fault("generate_group", tool + "; exit");
-        expectRows(kGenerate, {{.argument = argument, .answer = answer}});
+        expectRows(kGenerateGroup, {{.argument = argument, .answer = answer}});
         const Lines call = {"generate_group " + count + " /tmp/mfgp_generate_group"};
         EXPECT_EQ(calls, count.empty() ? Lines{} : call);
     };
@@ -88,7 +87,7 @@ TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
     test("0", ":", kFails);
     test("4294967297", ":", kFails);
     unit.remove("/fault/generate_group");
-    EXPECT_EQ(ask(kSetGroup, station.command(kGenerate, "3").text()), "");
+    EXPECT_EQ(ask(kSetGroup, station.command(kGenerateGroup, "3").text()), "");
 }
 
 }  // namespace

@@ -41,8 +41,8 @@ class HostileNetwork {
     // answer.
     bool settle() {
         for (const Station* bound : {&stranger, &main})
-            bound->send(wireOf({.type = 6}));
-        const std::string heartbeat = wireOf({.type = 4, .packetId = ++heartbeats_});
+            bound->send(wireOf({.type = kCancel}));
+        const std::string heartbeat = wireOf({.type = kHeartbeat, .packetId = ++heartbeats_});
         main.send(heartbeat);
         std::optional<std::string> reply;
         do
@@ -62,14 +62,13 @@ class HostileNetwork {
     }
     // Random bytes, a valid argument, text that makes a file if a shell runs it, or both.
     std::string argument() {
-        static const std::string kGroup = groupObject(std::string(304, 'k'), std::string(36, 'g'));
         static const std::string kTexts[] = {"US",
                                              "5",
                                              R"({"gear":255})",
                                              R"({"band":0,"nss":2})",
                                              "1-3-0-60-1-19850",
                                              "123456789012345",
-                                             kGroup};
+                                             groupObject()};
         static const std::string kCanaries[] = {"$(>/c)", "`>/c`", "';>/c;'", "|>/c&", "\n>/c"};
         const size_t kind = below(4);
         if (kind == 0)
@@ -147,13 +146,13 @@ TEST(Hostile, ForgedSources_DoNotDelayTheBoundStation) {
         GTEST_SKIP() << "needs iproute2 and a network of its own";
     Unit unit;
     const Station station;
-    station.command(53);
+    station.command(kGetDeviceId);
     for (int host = 0; host < 300; host++, usleep(4000))
         Station({},
                 ("10.0.1" + std::to_string(host % 100) + '.' + std::to_string(host / 100)).c_str())
             .send("\1");
     const auto start = std::chrono::steady_clock::now();
-    station.command(53);
+    station.command(kGetDeviceId);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
 }
 

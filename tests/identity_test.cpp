@@ -13,9 +13,6 @@ const std::string kMac("\x02\x1A\x2B\x13\x7B\x0F", 6), k64(64, 'x');
 const std::string kKey(304, 'k'), kGid(36, 'g'), kInfo = "product-info";
 const std::string kGroup = "{ \"key\": \"" + kKey + "\", \"gid\": \"" + kGid + "\", \"pack\": 3 }";
 
-constexpr uint8_t kSetDeviceId = 54, kSetOemId = 60, kSetSpecialId = 65, kSetCountry = 67,
-                  kSetMac = 75, kSetPin = 76, kSetGroup = 77, kSetModel = 82, kSetImei = 90;
-
 const Lines kMacLines = {
     "echo 02-1A-2B-13-7B-0F  > /tmp/mac-tmp", "flashkv -w /tmp/mac-tmp -p default-mac",
     "sh  /lib/essid/essid.sh NORVANE 137B0F &", "mfgp_hook_setmac 02:1A:2B:13:7B:0F"};
@@ -29,8 +26,8 @@ TEST_F(Identity, AFieldIsAnsweredInItsLength) {
             return padded(text, std::max(text.size(), row.length));
         };
         for (const bool encrypted : {false, true}) {
-            const bool isBoth = row.subType == 70 || row.subType == 71;
-            if (!isBoth && encrypted != (row.subType == 72))
+            const bool isBoth = row.subType == kGetHardware || row.subType == kGetFirmware;
+            if (!isBoth && encrypted != (row.subType == kGetModel))
                 continue;
             unit.write("/tmp/fwinfo-cache", "stale");
             const size_t most = row.length == 0 ? 64 : row.length;
@@ -40,14 +37,15 @@ TEST_F(Identity, AFieldIsAnsweredInItsLength) {
                         {.answer = x(most), .put = {file, x(100)}},
                         {.answer = fixed("/*/* ? b"), .put = {file, "/*/* ?\nb"}}},
                        encrypted);
-            const std::set<uint8_t> keeping = {10, 56, 57, 68};
+            const std::set<uint8_t> keeping = {kGetProductId, kGetFirmwareId, kGetHardwareId,
+                                               kGetSsid};
             EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), keeping.contains(row.subType));
         }
     }
     const std::string special = "/fw/SPECIAL_ID";
-    expectRows(64, {{.answer = padded("US", 64), .put = {special, "55530000"}},
-                    {.answer = padded("UN", 64), .put = {special, "\n"}}});
-    expectRows(58, {{.answer = padded("/*/* ? b /*/* ? b", 128)}});
+    expectRows(kGetSpecialId, {{.answer = padded("US", 64), .put = {special, "55530000"}},
+                               {.answer = padded("UN", 64), .put = {special, "\n"}}});
+    expectRows(kGetDescription, {{.answer = padded("/*/* ? b /*/* ? b", 128)}});
 }
 
 TEST_F(Identity, AWriteIsStoredAndReadsBack) {
@@ -78,11 +76,11 @@ TEST_F(Identity, AWriteIsStoredAndReadsBack) {
     edit(kSetCountry, "DE", "cc-tmp", "country:DE\n");
     edit(kSetModel, "M 60", "model-tmp", "product_name:M 60\n");
     EXPECT_NE(trace.find("model name is:M 60\r\n"), std::string::npos);
-    EXPECT_EQ(station.command(58).text(), "M 60 V1.0");
-    EXPECT_EQ(station.command(53).text(), k64);
+    EXPECT_EQ(station.command(kGetDescription).text(), "M 60 V1.0");
+    EXPECT_EQ(station.command(kGetDeviceId).text(), k64);
     edit(kSetGroup, kGroup, "group-tmp",
          "preconf_k:" + kKey + "\npreconf_g:" + kGid + "\npreconf_p:3\n");
-    EXPECT_EQ(station.command(78).text(), kGroup);
+    EXPECT_EQ(station.command(kGetGroup).text(), kGroup);
 }
 
 TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {
@@ -135,22 +133,24 @@ TEST_F(Identity, FilesPlantedInTmp_AreNotFollowed) {
 }
 
 TEST_F(Identity, AWriteWithoutAPayload_IsRefusedAndStaysPermitted) {
-    const std::vector<uint8_t> writes = {54, 60, 67, 75, 76, 82, 90, 94};
+    const auto writes = {kSetDeviceId, kSetOemId, kSetCountry, kSetMac,
+                         kSetPin,      kSetModel, kSetImei,    kExtAntenna};
     for (const uint8_t command : writes) {
         EXPECT_EQ(ask(command, ""), kFails) << int{command};
         EXPECT_EQ(calls, Lines{});
     }
     for (const uint8_t command : writes)
-        EXPECT_EQ(ask(command, padded("", 8)), command == 94 ? kFails : "") << int{command};
+        EXPECT_EQ(ask(command, padded("", 8)), command == kExtAntenna ? kFails : "")
+            << int{command};
     for (const char* region : {"XX", ""})
         EXPECT_EQ(ask(kSetSpecialId, region), kFails);
 }
 
 TEST_F(Identity, RadioHooks_EraseOnceAndEnableTestModeRepeatedly) {
     const Row enable = {.ran = {"mfgp_hook_enable_testmode"}};
-    expectRows(80, {enable, enable});
+    expectRows(kTestMode, {enable, enable});
     EXPECT_EQ(unit.read("/run/test-mode"), "on\n");
-    expectRows(17, {{.ran = {"mfgp_hook_erase_radio"}}, {.answer = kFails}});
+    expectRows(kEraseRadio, {{.ran = {"mfgp_hook_erase_radio"}}, {.answer = kFails}});
     EXPECT_EQ(unit.read("/flash/radio"), "");
 }
 

@@ -7,10 +7,6 @@
 
 namespace {
 
-constexpr uint8_t kSetImei = 90, kGetImei = 91, kStartLogger = 92, kStopLogger = 93,
-                  kExtAntenna = 94, kCardState = 106, kCardConn = 107, kCardSignal = 108,
-                  kCardRegState = 109, kSimImei = 110, kSetAntenna = 112, kGetAntenna = 113,
-                  kSetFtm = 114, kGetFtm = 115, kVersion = 116;
 const std::string kKind = "/modem/kind";  // holds the name of the module that is plugged in
 
 class Modem : public Commands {
@@ -36,9 +32,9 @@ TEST_F(Modem, Module_IsFoundInItsProfile) {
     test(kGetFtm, "module_name", "EG18-EA\nmore", "atcon -c 'AT+QRFTESTMODE?'");
     EXPECT_NE(trace.find("[get_module_name():%] result=EG18-EA,len=7\n"), std::string::npos);
     test(kGetImei, "module_name", "", "atcon -c AT+CGSN");
-    test(kVersion, "is_quectel_module", "yesterday", "atcon -c ATI");
-    test(kVersion, "is_quectel_module", "Yes", "");
-    test(kVersion, "is_fibocom_module", "yes", "cellcli -c ATI");
+    test(kLteVersion, "is_quectel_module", "yesterday", "atcon -c ATI");
+    test(kLteVersion, "is_quectel_module", "Yes", "");
+    test(kLteVersion, "is_fibocom_module", "yes", "cellcli -c ATI");
 }
 
 TEST_F(Modem, AntennaTest_AsksInTheWordsOfTheModule) {
@@ -118,7 +114,7 @@ TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
     };
     refused(kSetFtm, "none", "1", noName + "FTM\n");
     refused(kGetImei, "none", "", noName + "sim IMEI\n");
-    refused(kVersion, "none", "", "other module,we are not sure cmd,do not process\n");
+    refused(kLteVersion, "none", "", "other module,we are not sure cmd,do not process\n");
     refused(kGetFtm, "FG621", "", "Wrong device, no need to get FTM state\n");
     refused(kExtAntenna, "RG520N-EU", "", "ext_antenna switch status is:\n");
     refused(kSetAntenna, "EM05", "1-3-0-60-1-1", unknown);
@@ -191,9 +187,9 @@ TEST_F(Modem, Imei_IsReadFromFlashOrIsNines) {
 
 TEST_F(Modem, VersionAndSimImei_ArePadded) {
     unit.write(kKind, "EG060K-EA");
-    expectRows(kVersion, {{.argument = x(140),
-                           .answer = padded("11.22", 65),
-                           .put = {"/modem/version", "11.22 x\n"}}});
+    expectRows(kLteVersion, {{.argument = x(140),
+                              .answer = padded("11.22", 65),
+                              .put = {"/modem/version", "11.22 x\n"}}});
     expectRows(
         kSimImei,
         {{.argument = x(70), .answer = padded("4901\n", 16), .put = {"/modem/imei", "4901\n"}}});
@@ -214,7 +210,6 @@ TEST_F(Modem, Logger_RunsUntilItIsStopped) {
 }
 
 TEST_F(Modem, ATool_InheritsNoDescriptor) {
-    constexpr uint8_t kGetMac = 55, kSetPin = 76;
     for (const char* tool : {"QLog", "flashkv", "fwinfo"})
         unit.fault(tool,
                    "for fd in 3 4 5 6 7 8 9; do (: >&$fd) 2>/dev/null && echo $fd; done >>/open; "

@@ -5,10 +5,6 @@
 
 namespace {
 
-constexpr uint8_t kStartCal = 18, kButton = 50, kFlags = 69, kReset = 73, kCalStatus = 86,
-                  kBluetooth = 87, kFanStatus = 88, kRecheck = 89, kSetFan = 104, kFanSpeeds = 105,
-                  kAntenna = 128, kSpread = 131, kConfig = 135;
-
 class Production : public Commands {};
 
 // Little-endian on every unit.
@@ -66,7 +62,7 @@ TEST_F(Production, EnableFlags_ComeFromFourSettings) {
     const std::string one = "option enable '1'", on = "option enable 'on'";
     const std::string guest = section("guest", one);
     // Each row changes one file and keeps those of the rows before.
-    expectRows(kFlags, {
+    expectRows(kGetFlags, {
         {.answer = word(15), .put = {wifi, section("ap", one) + guest}},
         {.answer = word(14), .put = {wifi, section("ap", on) + guest}},
         {.answer = word(6), .put = {blue, section("settings", one)}},
@@ -154,7 +150,7 @@ TEST_F(Production, SmartAntenna_SwitchesBothChainsOfABand) {
         const std::string line = "echo " + value + " > " + folder;
         return Lines{line + "0_" + band, line + "1_" + band};
     };
-    expectRows(kAntenna, {
+    expectRows(kChains, {
         {.argument = R"({"band":"0","antmode":1})", .ran = pair("1", "2g")},
         {.argument = R"({"band":"1","antmode":-3})", .ran = pair("1", "5g")},
         {.argument = R"({"band":"1","antmode":"1"})", .ran = pair("0", "5g")},

@@ -19,7 +19,7 @@ TEST_F(Protocol, AnotherVersion_GetsTheShortReplyAndDoesNotBind) {
         other.send(version + x(40));
         EXPECT_EQ(other.receive(), shortReply) << int{version};
     }
-    EXPECT_EQ(station.ask({.type = 4}).info(), 0);
+    EXPECT_EQ(station.ask({.type = kHeartbeat}).info(), 0);
     for (const char* datagram : {"", "\1"}) {
         other.send(datagram);
         EXPECT_EQ(other.receive(), shortReply) << "while another station is bound";
@@ -28,7 +28,7 @@ TEST_F(Protocol, AnotherVersion_GetsTheShortReplyAndDoesNotBind) {
 
 TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
     // A damaged request is refused, but binds the daemon to its sender.
-    station.send(wireOf({.subType = 55, .payload = "12345678", .spoilDigest = true}));
+    station.send(wireOf({.subType = kGetMac, .payload = "12345678", .spoilDigest = true}));
     const Answer damaged = openAnswer(station.receive().value_or(""));
     EXPECT_EQ(damaged.header.substr(0, 4), header(3, 2, 9));
     EXPECT_EQ(damaged.header.substr(10, 2), std::string("\x37\0", 2)) << "as in the request";
@@ -36,23 +36,24 @@ TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
     EXPECT_NE(unit.errors().find(errorLine(-10306, "v2 decode md5 error")), std::string::npos);
     EXPECT_EQ(unit.calls(), Lines{});
 
-    const Answer refused = other.ask({.type = 4, .subType = 7, .payload = "secret"});
+    const Answer refused = other.ask({.type = kHeartbeat, .subType = 7, .payload = "secret"});
     EXPECT_EQ(refused.header.substr(0, 4), header(4, 2, 8));
     EXPECT_EQ(refused.header.substr(10, 2), std::string(2, '\0'));
     EXPECT_EQ(refused.wire.size(), 28U);
-    EXPECT_EQ(station.ask({.type = 4}).info(), 0);
-    station.send(wireOf({.type = 6}));
+    EXPECT_EQ(station.ask({.type = kHeartbeat}).info(), 0);
+    station.send(wireOf({.type = kCancel}));
     EXPECT_FALSE(station.receive(200)) << "a cancelled test gets no reply";
-    EXPECT_EQ(other.ask({.type = 4}).info(), 0);
-    EXPECT_EQ(station.ask({.type = 4}).info(), 8);
-    EXPECT_EQ(Station({}, "127.0.0.2", 5001).ask({.type = 4}).info(), 8) << "another port";
+    EXPECT_EQ(other.ask({.type = kHeartbeat}).info(), 0);
+    EXPECT_EQ(station.ask({.type = kHeartbeat}).info(), kBoundToAnother);
+    EXPECT_EQ(Station({}, "127.0.0.2", 5001).ask({.type = kHeartbeat}).info(), kBoundToAnother)
+        << "another port";
 }
 
 TEST_F(Protocol, EachPacketType_IsAnswered) {
     const std::string set = "set this", get = "lan_ip of the unit?";
     const auto expectAnswer = [&](uint8_t type, const std::string& payload, uint8_t code,
                                   const std::string& answer, const std::string& said) {
-        const Answer reply = station.ask({.type = type, .subType = 77, .payload = payload});
+        const Answer reply = station.ask({.type = type, .subType = kSetGroup, .payload = payload});
         EXPECT_EQ(reply.header.substr(0, 4), header(type, code, 0));
         EXPECT_EQ(reply.payload, answer);
         EXPECT_TRUE(type == 5 || type == 8 || reply.header.at(10) == 77);
@@ -75,7 +76,7 @@ TEST_F(Protocol, EachPacketType_IsAnswered) {
           {hub + disk, padded("3.00,d,e,c;", 16)},
           {hub + serial + disk + disk, padded("3.00,d,e,f;3.00,d,e,f;", 24)}}) {
         unit.write("/proc/bus/usb/devices", devices);
-        EXPECT_EQ(station.ask({.type = 8}).payload, answer);
+        EXPECT_EQ(station.ask({.type = kListUsb}).payload, answer);
     }
     EXPECT_EQ(unit.errors(), "");
     for (const uint8_t type : std::initializer_list<uint8_t>{0, 9, 10, 127, 255}) {

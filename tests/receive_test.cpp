@@ -21,8 +21,6 @@ int mfgp_checkAccount(ServiceContext* ctx) {
 
 namespace {
 
-constexpr uint8_t kHeartbeat = 4, kInit = 5, kCancel = 6;
-
 class ReceivePath : public testing::Test {
   protected:
     void SetUp() override {

@@ -25,11 +25,11 @@ class ShellLine : public testing::TestWithParam<const char*> {
     // Runs the command and returns true if it is refused.
     bool isRefused(uint8_t subType, const string& argument) {
         SCOPED_TRACE(std::to_string(subType) + " " + argument);
-        const bool isEncrypted = subType == 72 || subType == 73;
+        const bool isEncrypted = subType == kGetModel || subType == kReset;
         const Answer answer =
             isEncrypted ? station.encrypted(subType, argument) : station.command(subType, argument);
         EXPECT_FALSE(unit.exists("/c"));
-        return answer.info() == 3;
+        return answer.info() == kCommandFailed;
     }
 
     const string text = GetParam();
@@ -46,16 +46,18 @@ TEST_P(ShellLine, TextFromTheWire_RunsNothing) {
         if (row.changes.empty()) {
             // The group generator takes no text, and no logger runs.
             isRefused(command, text);
-            EXPECT_EQ(isRefused(command, row.argument + text), command == 93) << int{command};
-        } else if (command != 75 && command != 77 && command != 17 && command != 73) {
+            EXPECT_EQ(isRefused(command, row.argument + text), command == kStopLogger)
+                << int{command};
+        } else if (command != kSetMac && command != kSetGroup && command != kEraseRadio &&
+                   command != kReset) {
             const bool isEdit = row.changes == "product-info";
-            const bool isBad = command == 65 || (command == 90 && !isPlain);
+            const bool isBad = command == kSetSpecialId || (command == kSetImei && !isPlain);
             EXPECT_EQ(isRefused(command, text), isBad || (isEdit && hasNewline)) << int{command};
         }
     }
     const string gid =
         replaced(replaced(text, "\"", "\\\""), "\n", "\\n") + string(36 - text.size(), 'g');
-    EXPECT_EQ(isRefused(77, groupObject(string(304, 'k'), gid)), hasNewline);
+    EXPECT_EQ(isRefused(kSetGroup, groupObject(x(304), gid)), hasNewline);
     // A record holds the text, and no other record was made.
     const string records = unit.read("/flash/product-info");
     for (const char* key : {"\noem_id:", "\ncountry:", "\nproduct_name:"})
@@ -68,7 +70,7 @@ TEST_P(ShellLine, TextFromAFieldOrTheConfiguration_RunsNothing) {
     for (const char* tool : {"fwinfo", "uci"})
         unit.fault(tool, "printf %s '" + replaced(text, "'", "'\\''") + "'; exit");
     for (const CommandRow& row : allCommands())
-        EXPECT_TRUE(!isRefused(row.subType, row.argument) || row.subType != 131 || !isPlain);
+        EXPECT_TRUE(!isRefused(row.subType, row.argument) || row.subType != kSpread || !isPlain);
     // The script that names the network gets one word, or the default.
     const std::vector<string> calls = unit.calls();
     const string word = isPlain ? text : text[0] == 'a' ? "a" : "NORVANE";

@@ -15,8 +15,8 @@ TEST(Simulator, EachProfile_Serves) {
         Unit unit({}, "--profile " + profile);
         const bool isService = profile == "service";
         const Station station(isService ? Account{"admin", "Meadow-7412"} : Account{});
-        EXPECT_EQ(station.command(114, "1").info(), profile == "no-modem" ? 3 : 0);
-        EXPECT_EQ(station.command(59).info(), isService ? 3 : 0);
+        EXPECT_EQ(station.command(kSetFtm, "1").info(), profile == "no-modem" ? kCommandFailed : 0);
+        EXPECT_EQ(station.command(kGetOemId).info(), isService ? kCommandFailed : 0);
         EXPECT_EQ(unit.read("/account/username").empty(), profile == "empty-account");
     }
 }
@@ -30,7 +30,7 @@ TEST(Simulator, TheState_IsKeptUntilItIsReset) {
     };
     expect("reset", "", 1, "mfgp-sim: a unit is running on /tmp/");
     expect("exec", "-- echo inside", 0, "inside\n");
-    EXPECT_EQ(Station().command(56).text(), "edited");
+    EXPECT_EQ(Station().command(kGetFirmwareId).text(), "edited");
     expect("calls", "", 0, "fwinfo FW_ID\n");
     unit.stop();
     expect("exec", "-- true", 1, "mfgp-sim: no unit is running on /tmp/");

@@ -38,9 +38,9 @@ class Commands : public testing::Test {
             encrypted ? station.encrypted(subType, argument) : station.command(subType, argument);
         trace = withoutLines(unit.trace());
         calls = unit.calls();
-        const bool failed = answer.info() == 3;
+        const bool failed = answer.info() == kCommandFailed;
         EXPECT_TRUE(!failed || unit.errors().find("[Error]") != std::string::npos);
-        EXPECT_EQ(answer.info(), failed ? 3 : 0);
+        EXPECT_EQ(answer.info(), failed ? kCommandFailed : 0);
         std::string payload = answer.payload;
         if (encrypted) {
             // The length of the value is in an inner header before it.

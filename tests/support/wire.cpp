@@ -123,13 +123,13 @@ Answer Station::ask(const Request& request) const {
 }
 
 Answer Station::command(uint8_t subType, const std::string& argument) const {
-    Answer answer = ask({.type = 3, .subType = subType, .payload = argument});
-    const std::string start = {2, 3, answer.info() == 5 ? '\0' : '\2'};
+    Answer answer = ask({.type = kSpecial, .subType = subType, .payload = argument});
+    const std::string start = {2, 3, answer.info() == kUnknownCommand ? '\0' : '\2'};
     EXPECT_EQ(answer.header.substr(0, 3), start) << "version, type and code";
     EXPECT_EQ(answer.header.at(10), static_cast<char>(subType));
     return answer;
 }
 
 Answer Station::encrypted(uint8_t subType, const std::string& argument) const {
-    return ask({.type = 7, .subType = 0, .payload = innerOf(subType, argument)});
+    return ask({.type = kEncrypted, .subType = 0, .payload = innerOf(subType, argument)});
 }
