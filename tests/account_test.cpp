@@ -8,16 +8,18 @@ namespace {
 
 constexpr char kModule[] = "/usr/lib/lua/luci/controller/admin/administration.lua";
 
+// Returns a controller module whose dispatch function has this body.
 std::string moduleThat(const std::string& body) {
     return "local M = {}\nfunction M.dispatch(request)\n" + body + "\nend\nreturn M\n";
 }
 
-std::string names(const std::string& user, const std::string& password) {
+// Returns a body that answers with these Lua expressions.
+std::string success(const std::string& user, const std::string& password) {
     return "return {success = true, data = {username = " + user + ", password = " + password + "}}";
 }
 
 // Returns true if the daemon decrypts the packets of a station with this account.
-bool understood(const Account& account) {
+bool isDecrypted(const Account& account) {
     const Station station(account);
     station.send(wireOf({.type = kHeartbeat, .payload = "ciphered"}, account));
     const auto reply = station.receive();
@@ -27,28 +29,29 @@ bool understood(const Account& account) {
 
 TEST(AccountCheck, TheControllersAnswer_MakesTheKey) {
     Unit unit;
-    for (const auto& [body, user, password] :
-         {std::tuple{names("'admin'", "'secret'"), "admin", "secret"},
-          {names("'admin'", "''"), "admin", "kiosk"},
-          {names("'abcdefghijklmnopqrst'", "'123456789012345'"), "abcdefghijklmno",
-           "123456789012345"},
-          {names("42", "7"), "42", "7"},
-          {names("'ad\\0min'", "'p'"), "ad", "p"},
-          {names("{}", "true"), "kiosk", "kiosk"},
-          {names("request.form", "request.operation"), "account", "appget"},
-          {"return {success = 0, data = {username = 'z'}}", "z", "kiosk"}}) {
+    const auto expectAccount = [&](const std::string& body, const Account& account) {
         unit.write(kModule, moduleThat(body));
-        EXPECT_TRUE(understood({user, password})) << body << unit.trace();
-    }
+        EXPECT_TRUE(isDecrypted(account)) << body << unit.trace();
+    };
+    expectAccount(success("'admin'", "'secret'"), {.user = "admin", .password = "secret"});
+    expectAccount(success("'admin'", "''"), {.user = "admin"});
+    expectAccount(success("'abcdefghijklmnopqrst'", "'123456789012345'"),
+                  {.user = "abcdefghijklmno", .password = "123456789012345"});
+    expectAccount(success("42", "7"), {.user = "42", .password = "7"});
+    expectAccount(success("'ad\\0min'", "'p'"), {.user = "ad", .password = "p"});
+    expectAccount(success("{}", "true"), {.user = "kiosk", .password = "kiosk"});
+    expectAccount(success("request.form", "request.operation"),
+                  {.user = "account", .password = "appget"});
+    expectAccount("return {success = 0, data = {username = 'z'}}", {.user = "z"});
     unit.write(kModule,
                "local u = newproxy(true) getmetatable(u).__index = {dispatch = function() "
                "return {success = true, data = {username = 'userdata'}} end} return u");
-    EXPECT_TRUE(understood({"userdata", "kiosk"})) << unit.trace();
+    EXPECT_TRUE(isDecrypted({"userdata", "kiosk"})) << unit.trace();
 }
 
 TEST(AccountCheck, AFailure_KeepsTheLastKeyAndSaysWhy) {
     Unit unit({StateFile{"/account/username", "admin\n"}, {"/account/password", "secret\n"}});
-    ASSERT_TRUE(understood({"admin", "secret"}));
+    ASSERT_TRUE(isDecrypted({"admin", "secret"}));
     const std::string raises = "setmetatable({}, {__index = function() error('no') end})";
     // Raises a number while finalizers that raise errors are pending.
     const std::string number =
@@ -71,7 +74,7 @@ TEST(AccountCheck, AFailure_KeepsTheLastKeyAndSaysWhy) {
            "callback username\r\nERROR: pcall: "}}) {
         unit.write(kModule, module);
         unit.trace();
-        EXPECT_TRUE(understood({"admin", "secret"})) << module;
+        EXPECT_TRUE(isDecrypted({"admin", "secret"})) << module;
         EXPECT_NE(unit.trace().find(printed), std::string::npos) << module;
     }
 }
@@ -79,11 +82,11 @@ TEST(AccountCheck, AFailure_KeepsTheLastKeyAndSaysWhy) {
 TEST(AccountCheck, WithoutAnyAccount_TheKeyIsZero) {
     Unit unit;
     unit.remove(kModule);
-    EXPECT_FALSE(understood({}));
+    EXPECT_FALSE(isDecrypted({}));
     unit.stop();
     unit.start();
     unit.remove(kModule);
-    EXPECT_TRUE(understood({.key = std::string(8, '\0')}));
+    EXPECT_TRUE(isDecrypted({.key = std::string(8, '\0')}));
 }
 
 // These controllers need more memory than the account check's own array.
@@ -107,7 +110,7 @@ TEST(AccountCheck, AControllerThatNeedsMuchMemory_IsServed) {
 #endif
     for (const auto& [body, user] : rows) {
         unit.write(kModule, moduleThat(body));
-        EXPECT_TRUE(understood({user, "p"})) << body << unit.trace();
+        EXPECT_TRUE(isDecrypted({user, "p"})) << body << unit.trace();
     }
 }
 

@@ -38,20 +38,25 @@ class Codec : public testing::Test {
 // | xxd -p`.
 TEST_F(Codec, TheCipher_AgreesWithAnOutsideTool) {
     EXPECT_EQ(memcmp(ctx->payloadKey, fromHex("31d1352a8f7591c2").data(), 8), 0);
-    for (const auto& [key, plain, cipher] :
-         {std::tuple{"0123456789abcdef", "4e6f772069732074", "3fa40e8a984d4815"},
-          {"0022446688aaccee", "4e6f772069732074", "3fa40e8a984d4815"},  // parity is ignored
-          {"0000000000000000", "0000000000000000", "8ca64de9c1b123a7"},  // a weak key works
-          {"31d1352a8f7591c2", "30322d31412d32422d31332d37422d303000000000000000",
-           "bdb523307e6e3123007222eaee766a908a69a117d754ccd6"}}) {
-        std::string rowKey = fromHex(key), text = fromHex(plain);
+    const struct {
+        const char *key, *plain, *cipher;
+    } rows[] = {
+        {.key = "0123456789abcdef", .plain = "4e6f772069732074", .cipher = "3fa40e8a984d4815"},
+        // Parity is ignored, and a weak key works.
+        {.key = "0022446688aaccee", .plain = "4e6f772069732074", .cipher = "3fa40e8a984d4815"},
+        {.key = "0000000000000000", .plain = "0000000000000000", .cipher = "8ca64de9c1b123a7"},
+        {.key = "31d1352a8f7591c2",
+         .plain = "30322d31412d32422d31332d37422d303000000000000000",
+         .cipher = "bdb523307e6e3123007222eaee766a908a69a117d754ccd6"}};
+    for (const auto& row : rows) {
+        std::string key = fromHex(row.key), text = fromHex(row.plain);
         const auto length = static_cast<uint32_t>(text.size());
-        for (const auto& [direction, expected] :
-             {std::pair{CipherDirection::Encrypt, cipher}, {CipherDirection::Decrypt, plain}}) {
-            EXPECT_EQ(mfgp_desEcb(bytesOf(text), length, bytesOf(text), length + 8, bytesOf(rowKey),
+        for (const auto direction : {CipherDirection::Encrypt, CipherDirection::Decrypt}) {
+            EXPECT_EQ(mfgp_desEcb(bytesOf(text), length, bytesOf(text), length + 8, bytesOf(key),
                                   direction),
                       length);
-            EXPECT_EQ(text, fromHex(expected));
+            EXPECT_EQ(text,
+                      fromHex(direction == CipherDirection::Encrypt ? row.cipher : row.plain));
         }
     }
 }

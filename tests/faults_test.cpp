@@ -41,12 +41,15 @@ class Injection {
         kill(tracer_, SIGTERM);
         pclose(output_);
     }
-    Injection(const Injection&) = delete;
-    Injection& operator=(const Injection&) = delete;
+    Injection(Injection&&) = delete;  // and so no copies
 
   private:
     FILE* output_;
     pid_t tracer_ = -1;
+};
+
+struct Fault {
+    std::function<void()> begin, end;
 };
 
 enum class Outcome { Fails, Answers, AnswersAsBefore, FailsOrAnswers };
@@ -70,7 +73,7 @@ class Faults : public testing::Test {
     }
 
     // Runs the command and returns the text of its answer, or kFailed.
-    string see(const CommandRow& row, bool isReported = true) {
+    string run(const CommandRow& row, bool isReported = true) {
         unit->errors();
         const bool isEncrypted = row.subType == kGetModel || row.subType == kReset;
         const Answer answer = isEncrypted ? station->encrypted(row.subType, row.argument)
@@ -93,21 +96,20 @@ class Faults : public testing::Test {
         return parts;
     }
 
-    using Action = std::function<void()>;
     // Runs the command while the fault is active and checks the reply. Then ends the fault and
     // checks that the command works again, or is refused if it works only once and has done so.
-    void expect(const CommandRow& row, Outcome outcome, const Action& begin, const Action& end) {
+    void expect(const CommandRow& row, Outcome outcome, const Fault& fault) {
         SCOPED_TRACE(std::to_string(row.subType) + " " + row.argument);
         const bool isRead = row.changes.empty(), isOnce = !isRead && row.subType != kReset;
         const bool isRandom = row.subType == kGenerateGroup;
         const bool isPartial = row.subType == kSetImei || row.subType == kReset;
         if (isOnce)
             start();
-        const string answer = isRead ? see(row) : "";
+        const string answer = isRead ? run(row) : "";
         auto before = flash();
-        begin();
-        const string seen = see(row);
-        end();
+        fault.begin();
+        const string seen = run(row);
+        fault.end();
         // The group generator answers with its last file if /tmp has one.
         EXPECT_TRUE(outcome == Outcome::AnswersAsBefore ? seen == answer || isRandom
                     : outcome == Outcome::FailsOrAnswers
@@ -120,9 +122,18 @@ class Faults : public testing::Test {
                         (part == row.changes && (seen != kFailed || isPartial)))
                 << part;
         const bool isSpent = isOnce && seen != kFailed;
-        const string again = see(row, !isSpent || row.subType != kSetPin);
+        const string again = run(row, !isSpent || row.subType != kSetPin);
         EXPECT_TRUE(again == (isSpent ? kFailed : answer) || isRandom) << again;
         EXPECT_TRUE(!isOnce || isSpent || flash()[row.changes] != before[row.changes]);
+    }
+
+    Fault injected(const char* calls, const char* answer) {
+        return {[=, this] { injection.emplace(*unit, calls, answer); },
+                [this] { injection.reset(); }};
+    }
+
+    Fault inShell(const char* begin, const char* end) {
+        return {[=, this] { inUnit(begin); }, [=, this] { inUnit(end); }};
     }
 
     // Runs a snippet in the unit's own shell.
@@ -144,7 +155,7 @@ class ToolFaults : public Faults, public testing::WithParamInterface<const char*
         if (!row.changes.empty())
             start();
         unit->calls();
-        see(row);
+        run(row);
         usleep(20000);  // some run in the background
         std::set<string> tools;
         for (const string& call : unit->calls())
@@ -160,12 +171,11 @@ TEST_P(ToolFaults, EachCommand_AnswersAndRecovers) {
             // reload_config prints nothing when it works, too.
             const bool isNeeded = std::ranges::count(row.needs, tool) != 0 &&
                                   (way != "exit 0" || tool != "reload_config");
-            expect(
-                row,
-                way.starts_with("yes") ? Outcome::FailsOrAnswers
-                : isNeeded             ? Outcome::Fails
-                                       : Outcome::Answers,
-                [&] { unit->fault(tool, way); }, [&] { unit->remove("/fault/" + tool); });
+            expect(row,
+                   way.starts_with("yes") ? Outcome::FailsOrAnswers
+                   : isNeeded             ? Outcome::Fails
+                                          : Outcome::Answers,
+                   {[&] { unit->fault(tool, way); }, [&] { unit->remove("/fault/" + tool); }});
         }
 }
 // As if the tool were missing, silent or killed, and with output that fits no buffer.
@@ -176,22 +186,16 @@ INSTANTIATE_TEST_SUITE_P(, ToolFaults,
 class SystemFaults : public Faults, public testing::WithParamInterface<SystemFault> {};
 
 TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
-    const Action stopTracing = [&] { injection.reset(); };
-    const auto inject = [&](const char* calls, const char* answer) {
-        return Action([=, this] { injection.emplace(*unit, calls, answer); });
-    };
-    const auto run = [&](const char* snippet) { return Action([=, this] { inUnit(snippet); }); };
-    std::map<SystemFault, std::pair<Action, Action>> faults = {
-        {kNoPipe, {inject("?pipe,pipe2", "error=EMFILE"), stopTracing}},
-        {kNoFork, {inject("clone,?clone3,?fork,?vfork", "error=EAGAIN"), stopTracing}},
-        {kFullTmp, {run("yes | head -c 1048576 >/tmp/filler"), run("rm /tmp/filler")}},
+    std::map<SystemFault, Fault> faults = {
+        {kNoPipe, injected("?pipe,pipe2", "error=EMFILE")},
+        {kNoFork, injected("clone,?clone3,?fork,?vfork", "error=EAGAIN")},
+        {kFullTmp, inShell("yes | head -c 1048576 >/tmp/filler", "rm /tmp/filler")},
         {kReadOnlyTmp,
-         {run("mount -o remount,ro tmpfs /tmp"), run("mount -o remount,rw tmpfs /tmp")}}};
-    const auto& [begin, end] = faults[GetParam()];
+         inShell("mount -o remount,ro tmpfs /tmp", "mount -o remount,rw tmpfs /tmp")}};
     for (const CommandRow& row : allCommands()) {
         const unsigned failsUnder = row.failsUnder.value_or(row.changes.empty() ? kReads : kStores);
         expect(row, (failsUnder & GetParam()) != 0 ? Outcome::Fails : Outcome::AnswersAsBefore,
-               begin, end);
+               faults.at(GetParam()));
     }
 }
 INSTANTIATE_TEST_SUITE_P(, SystemFaults, testing::Values(kNoPipe, kNoFork, kFullTmp, kReadOnlyTmp));
@@ -199,15 +203,16 @@ INSTANTIATE_TEST_SUITE_P(, SystemFaults, testing::Values(kNoPipe, kNoFork, kFull
 TEST_F(Faults, ADumpThatFails_IsOnlyKnownByItsMissingFile) {
     const string whole = unit->read("/flash/product-info");
     const string cut = "head -c 50 /flash/product-info >$2; kill -9 $$", oem = "oem_id:OEM\n";
-    for (const auto& [tool, answer, flash] : {std::tuple{string("exit 1"), kFailed, whole},
-                                              {cut, "", whole.substr(0, 50) + "\n" + oem},
-                                              {": >$2; exit 0", "", oem}}) {
+    const auto write = [&](const string& dump, const string& answer, const string& flash) {
         start();
         inUnit("echo left:1 >/tmp/oemid-tmp");
-        unit->fault("flashkv", "[ $1 = -w ] || { " + tool + "; }");
-        EXPECT_EQ(see(rowOf(kSetOemId)), answer) << tool;
-        EXPECT_EQ(unit->read("/flash/product-info"), flash) << tool;
-    }
+        unit->fault("flashkv", "[ $1 = -w ] || { " + dump + "; }");
+        EXPECT_EQ(run(rowOf(kSetOemId)), answer) << dump;
+        EXPECT_EQ(unit->read("/flash/product-info"), flash) << dump;
+    };
+    write("exit 1", kFailed, whole);
+    write(cut, "", whole.substr(0, 50) + "\n" + oem);
+    write(": >$2; exit 0", "", oem);
 }
 
 TEST_F(Faults, AConfigurationThatCannotBeRead_FailsTheRead) {
@@ -219,19 +224,16 @@ TEST_F(Faults, AConfigurationThatCannotBeRead_FailsTheRead) {
         const string path = string("/etc/config/") + file, good = unit->read(path);
         const string lists = std::regex_replace(good, std::regex("option"), "list");
         for (const string& bad : {string(), good + "config 'open\n", lists})
-            expect(
-                rowOf(subType), Outcome::Fails,
-                [&] { bad.empty() ? unit->remove(path) : unit->write(path, bad); },
-                [&] { unit->write(path, good); });
+            expect(rowOf(subType), Outcome::Fails,
+                   {[&] { bad.empty() ? unit->remove(path) : unit->write(path, bad); },
+                    [&] { unit->write(path, good); }});
     }
 }
 
 TEST_F(Faults, ASignalDuringAWait_ChangesNothing) {
     for (const uint8_t subType : {kGetDeviceId, kExtAntenna, kSetOemId}) {
-        expect(
-            rowOf(subType), Outcome::AnswersAsBefore,
-            [&] { injection.emplace(*unit, "wait4", "error=EINTR:when=1..3"); },
-            [&] { injection.reset(); });
+        expect(rowOf(subType), Outcome::AnswersAsBefore,
+               injected("wait4", "error=EINTR:when=1..3"));
         EXPECT_NE(unit->read("/strace").find("(INJECTED)"), string::npos);
     }
 }

@@ -8,8 +8,8 @@
 #include <fstream>
 #include <random>
 
+#include "tests/support/command_rows.h"
 #include "tests/support/unit.h"
-#include "tests/support/wire.h"
 
 namespace {
 
@@ -60,20 +60,14 @@ class HostileNetwork {
         std::ranges::generate(text, [this] { return static_cast<char>(random_()); });
         return text;
     }
-    // Random bytes, a valid argument, text that makes a file if a shell runs it, or both.
+    // Random bytes, the argument of a command, text that makes a file if a shell runs it, or both.
     std::string argument() {
-        static const std::string kTexts[] = {"US",
-                                             "5",
-                                             R"({"gear":255})",
-                                             R"({"band":0,"nss":2})",
-                                             "1-3-0-60-1-19850",
-                                             "123456789012345",
-                                             groupObject()};
+        static const std::vector<CommandRow> kRows = allCommands();
         static const std::string kCanaries[] = {"$(>/c)", "`>/c`", "';>/c;'", "|>/c&", "\n>/c"};
         const size_t kind = below(4);
         if (kind == 0)
             return bytes(below(200));
-        return (kind != 2 ? kTexts[below(std::size(kTexts))] : "") +
+        return (kind != 2 ? kRows[below(kRows.size())].argument : "") +
                (kind != 1 ? kCanaries[below(std::size(kCanaries))] : "");
     }
     std::string request(size_t type, size_t subType) {
@@ -96,15 +90,18 @@ class HostileNetwork {
     uint16_t heartbeats_ = 0;
 };
 
-// Waits until the daemon is back in select(). Returns the number of descriptors and of resident
-// pages.
-std::pair<long, long> stateOf(const Unit& unit) {
+struct Resources {
+    long descriptors = 0, pages = 0;  // resident pages
+};
+
+// Waits until the daemon is back in select().
+Resources resourcesOf(const Unit& unit) {
     const fs::path process = "/proc/" + std::to_string(unit.daemon());
     while (unit.running() && readFile(process / "stat").find(") S ") == std::string::npos)
         usleep(1000);
-    long pages = 0;
-    std::ifstream(process / "statm") >> pages >> pages;  // after the total
-    return {std::distance(fs::directory_iterator(process / "fd"), {}), pages};
+    Resources used = {.descriptors = std::distance(fs::directory_iterator(process / "fd"), {})};
+    std::ifstream(process / "statm") >> used.pages >> used.pages;  // after the total
+    return used;
 }
 
 TEST(Hostile, NothingThatIsSentChangesTheDaemon) {
@@ -113,7 +110,7 @@ TEST(Hostile, NothingThatIsSentChangesTheDaemon) {
     const long life = std::min(count, kLife);
     HostileNetwork network;
     Unit unit;
-    std::pair<long, long> before;
+    Resources before;
     for (long sent = 0; sent < count; sent++) {
         const long age = sent % life;
         if (age == 0) {
@@ -122,7 +119,7 @@ TEST(Hostile, NothingThatIsSentChangesTheDaemon) {
         }
         ASSERT_TRUE(age % 32 != 0 || network.settle()) << sent;
         if (age == kWarmUp)
-            before = stateOf(unit);
+            before = resourcesOf(unit);
         if (age % 700 == 0)
             unit.setMode(age % 1400 == 0 ? "test" : "normal");
         if (age % 1000 == 999)  // the logs would fill the disk
@@ -132,9 +129,9 @@ TEST(Hostile, NothingThatIsSentChangesTheDaemon) {
         if (age < life - 1)
             continue;
         ASSERT_TRUE(network.settle() && unit.running()) << sent;
-        const auto [descriptors, pages] = stateOf(unit);
-        EXPECT_EQ(descriptors, before.first);
-        EXPECT_LE(kSanitized ? 0 : pages, before.second + 16);
+        const Resources after = resourcesOf(unit);
+        EXPECT_EQ(after.descriptors, before.descriptors);
+        EXPECT_LE(kSanitized ? 0 : after.pages, before.pages + 16);
         EXPECT_FALSE(unit.exists("/c"));
     }
 }

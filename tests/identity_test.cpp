@@ -111,13 +111,11 @@ TEST_F(Identity, FilesPlantedInTmp_AreNotFollowed) {
         [](auto& path) { std::filesystem::create_symlink("/flash/radio", path); },
         [&](auto& path) { std::filesystem::create_hard_link(unit.path("/flash/radio"), path); },
         [](auto& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); }};
-    const std::tuple<uint8_t, std::string, std::string, std::string> writes[] = {
-        {kSetDeviceId, "ID", "device-id", "dev_id:ID"},
-        {kSetPin, "12345678", "pin", "12345678\n"},
-        {kSetMac, kMac, "default-mac", "02-1A-2B-13-7B-0F\n"},
-        {kSetImei, "123456789012345", "default-imei", "123456789012345\n"},
-        {kSetOemId, "OEM", kInfo, "a:1\noem_id:OEM\n"},
-        {kSetGroup, kGroup, "radio", radio}};
+    const auto write = [&](uint8_t command, const std::string& argument,
+                           const std::string& partition, const std::string& stored) {
+        EXPECT_EQ(ask(command, argument), "");
+        EXPECT_EQ(unit.read("/flash/" + partition), stored);
+    };
     for (const auto& plant : ways) {
         unit.stop();
         unit.start();
@@ -125,10 +123,12 @@ TEST_F(Identity, FilesPlantedInTmp_AreNotFollowed) {
         for (const char* file : {"device-tmp", "pin-tmp", "mac-tmp", "oemid-tmp", "imei-tmp",
                                  "mfgp_group.input", "mfgp_group.output"})
             plant(unit.path(std::string("/tmp/") + file));
-        for (const auto& [command, argument, partition, stored] : writes) {
-            EXPECT_EQ(ask(command, argument), "");
-            EXPECT_EQ(unit.read("/flash/" + partition), stored);
-        }
+        write(kSetDeviceId, "ID", "device-id", "dev_id:ID");
+        write(kSetPin, "12345678", "pin", "12345678\n");
+        write(kSetMac, kMac, "default-mac", "02-1A-2B-13-7B-0F\n");
+        write(kSetImei, "123456789012345", "default-imei", "123456789012345\n");
+        write(kSetOemId, "OEM", kInfo, "a:1\noem_id:OEM\n");
+        write(kSetGroup, kGroup, "radio", radio);
     }
 }
 

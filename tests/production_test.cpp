@@ -31,12 +31,16 @@ TEST_F(Production, Calibration_RunsTheStepsOfTheNamedTool) {
 TEST_F(Production, Coexistence_IsJudgedByTheFirstCharacterOfItsLog) {
     const Text good = "";
     expectRows(kStartCal, {{.argument = "coextFinished", .answer = kFails}});
-    for (const auto& [log, finished, passed] :
-         {std::tuple{"1\n", kFails, kFails}, {"2\n", good, good}, {"", good, kFails},
-          {"12", kFails, kFails}, {"\n 2 1", good, good}})
+    const auto expectLog = [&](const char* log, const Text& finished, const Text& result) {
         expectRows(kStartCal, {
             {.argument = "coextFinished", .answer = finished, .put = {"/tmp/coext.log", log}},
-            {.argument = "coextResult", .answer = passed}});
+            {.argument = "coextResult", .answer = result}});
+    };
+    expectLog("1\n", kFails, kFails);
+    expectLog("2\n", good, good);
+    expectLog("", good, kFails);
+    expectLog("12", kFails, kFails);
+    expectLog("\n 2 1", good, good);
 }
 
 TEST_F(Production, ButtonsAndCalibrationMode_AreReadFromTheUnit) {
@@ -185,15 +189,16 @@ TEST_F(Production, RssiSpread_ComesFromTheFirstChainOfEachLine) {
 TEST_F(Production, RssiSpread_AsksTheRadioOfTheBand) {
     const std::string file = "/etc/profile.d/interfaces";
     unit.write(file, unit.read(file) + "config i 'radio_6g_2'\n option name 'w-l_.5678'\n");
-    for (const auto& [band, radio, name] : {std::tuple{"0", "2g", "ath0"},
-                                            {"1", "5g", "ath1"},
-                                            {"4", "6g", "ath2"},
-                                            {"6", "6g_2", "w-l_."}}) {
-        ask(kSpread, std::string("{\"band\":") + band + "}");
-        const std::string asked = std::string("uci get interfaces.radio_") + radio + ".name";
-        const std::string heard = std::string("wifistats ") + name + " 10";
-        EXPECT_EQ(calls, (Lines{asked + " -c /etc/profile.d/", heard}));
-    }
+    const auto expectCalls = [&](const std::string& band, const std::string& radio,
+                                 const std::string& interface) {
+        ask(kSpread, R"({"band":)" + band + "}");
+        EXPECT_EQ(calls, (Lines{"uci get interfaces.radio_" + radio + ".name -c /etc/profile.d/",
+                                "wifistats " + interface + " 10"}));
+    };
+    expectCalls("0", "2g", "ath0");
+    expectCalls("1", "5g", "ath1");
+    expectCalls("4", "6g", "ath2");
+    expectCalls("6", "6g_2", "w-l_.");
 }
 
 TEST_F(Production, Reset_ProvesThatThePartitionsAreEmpty) {

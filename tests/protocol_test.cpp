@@ -3,6 +3,8 @@
 
 namespace {
 
+constexpr uint8_t kReplyCode = 2;
+
 std::string header(uint8_t type, uint8_t code, uint8_t info) {
     return {2, static_cast<char>(type), static_cast<char>(code), static_cast<char>(info)};
 }
@@ -30,14 +32,14 @@ TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
     // A damaged request is refused, but binds the daemon to its sender.
     station.send(wireOf({.subType = kGetMac, .payload = "12345678", .spoilDigest = true}));
     const Answer damaged = openAnswer(station.receive().value_or(""));
-    EXPECT_EQ(damaged.header.substr(0, 4), header(3, 2, 9));
+    EXPECT_EQ(damaged.header.substr(0, 4), header(kSpecial, kReplyCode, kNotDecoded));
     EXPECT_EQ(damaged.header.substr(10, 2), std::string("\x37\0", 2)) << "as in the request";
     EXPECT_EQ(damaged.wire.size(), 28U);
     EXPECT_NE(unit.errors().find(errorLine(-10306, "v2 decode md5 error")), std::string::npos);
     EXPECT_EQ(unit.calls(), Lines{});
 
     const Answer refused = other.ask({.type = kHeartbeat, .subType = 7, .payload = "secret"});
-    EXPECT_EQ(refused.header.substr(0, 4), header(4, 2, 8));
+    EXPECT_EQ(refused.header.substr(0, 4), header(kHeartbeat, kReplyCode, kBoundToAnother));
     EXPECT_EQ(refused.header.substr(10, 2), std::string(2, '\0'));
     EXPECT_EQ(refused.wire.size(), 28U);
     EXPECT_EQ(station.ask({.type = kHeartbeat}).info(), 0);
@@ -51,21 +53,23 @@ TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
 
 TEST_F(Protocol, EachPacketType_IsAnswered) {
     const std::string set = "set this", get = "lan_ip of the unit?";
-    const auto expectAnswer = [&](uint8_t type, const std::string& payload, uint8_t code,
+    const auto expectAnswer = [&](uint8_t type, const std::string& payload,
                                   const std::string& answer, const std::string& said) {
+        const uint8_t code = type == kHeartbeat ? 0 : kReplyCode;
         const Answer reply = station.ask({.type = type, .subType = kSetGroup, .payload = payload});
         EXPECT_EQ(reply.header.substr(0, 4), header(type, code, 0));
         EXPECT_EQ(reply.payload, answer);
-        EXPECT_TRUE(type == 5 || type == 8 || reply.header.at(10) == 77);
+        EXPECT_TRUE(type == kInit || type == kListUsb || reply.header.at(10) == kSetGroup);
         EXPECT_NE(unit.trace().find(said), std::string::npos) << said;
     };
     unit.remove("/proc/bus/usb/devices");
     unit.errors();  // a sanitizer without /proc warns when it starts
-    expectAnswer(1, set, 2, "", "] setCfg: set this\n");
-    expectAnswer(2, get + get, 2, padded("lan_ip 192.168.1.123", 24), "] getCfg: lan_ip of the");
-    expectAnswer(4, set, 0, set, "] MFGPv2: Recive heartbeat packet\n");
-    expectAnswer(5, set, 2, "", "] MFGPv2: Receive sys init packet 0X7F0FF\n");
-    expectAnswer(8, get, 2, padded("No USB!", 8), "] MFGPv2: receive TYPE_FTEST_USB\n");
+    expectAnswer(kSetConfig, set, "", "] setCfg: set this\n");
+    expectAnswer(kGetConfig, get + get, padded("lan_ip 192.168.1.123", 24),
+                 "] getCfg: lan_ip of the");
+    expectAnswer(kHeartbeat, set, set, "] MFGPv2: Recive heartbeat packet\n");
+    expectAnswer(kInit, set, "", "] MFGPv2: Receive sys init packet 0X7F0FF\n");
+    expectAnswer(kListUsb, get, padded("No USB!", 8), "] MFGPv2: receive TYPE_FTEST_USB\n");
     // A hub is not listed. Its serial number stays until a device has one.
     const std::string hub = "D:  Ver= 2.00\nP: Vendor=a ProdID=b\nS: SerialNumber=c\nI: Cls=09\n";
     const std::string disk = "D:  Ver= 3.10 Cls=00\nP: Vendor=d ProdID=e\nI: Cls=08\n";

@@ -42,19 +42,23 @@ class ReceivePath : public testing::Test {
 };
 
 TEST_F(ReceivePath, InitAndCancel_FollowTheFlags) {
-    // `clear` and `cleared` are the bits that the flags lack before and after the packet.
-    const auto expectFlags = [&](uint8_t type, uint32_t clear, uint32_t cleared, bool isReplied) {
-        ctx->flags = kFlagsAtStart & ~clear;
-        EXPECT_EQ(handle(station, wireOf({.type = type})).has_value(), isReplied);
-        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~cleared) | (isReplied ? 1U : 0U)) << clear;
-        EXPECT_EQ(ctx->peerBound, type == kInit ? 1 : 0);
-    };
-    expectFlags(kInit, 0, 0, true);
-    expectFlags(kInit, 2, 2, false);
-    expectFlags(kCancel, 0, 0, false);
-    expectFlags(kCancel, 4, 6, false);   // a MAC was written
-    expectFlags(kCancel, 8, 10, false);  // a PIN was written
-    expectFlags(kCancel, 0x2000, 0x2000, false);
+    const struct {
+        uint8_t type;
+        uint32_t spent = 0;  // the flags that are clear before the packet
+        uint32_t clears = 0;
+    } rows[] = {{.type = kInit},
+                {.type = kInit, .spent = kFlagSystemReady},
+                {.type = kCancel},
+                {.type = kCancel, .spent = kFlagSetMac, .clears = kFlagSystemReady},
+                {.type = kCancel, .spent = kFlagSetPin, .clears = kFlagSystemReady},
+                {.type = kCancel, .spent = kFlagSetOemId}};
+    for (const auto& row : rows) {
+        ctx->flags = kFlagsAtStart & ~row.spent;
+        const bool isReplied = row.type == kInit && row.spent == 0;
+        EXPECT_EQ(handle(station, wireOf({.type = row.type})).has_value(), isReplied);
+        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~row.spent & ~row.clears) | (isReplied ? 1U : 0U));
+        EXPECT_EQ(ctx->peerBound, row.type == kInit ? 1 : 0);
+    }
 }
 
 TEST_F(ReceivePath, OnlyTheBoundStation_KeepsTheBindingAlive) {

@@ -28,8 +28,7 @@ class Unit {
     // daemon is bound. Throws UnitImpossible or a runtime_error.
     explicit Unit(const std::vector<StateFile>& files = {}, const std::string& arguments = "");
     ~Unit();
-    Unit(const Unit&) = delete;
-    Unit& operator=(const Unit&) = delete;
+    Unit(Unit&&) = delete;  // and so no copies
 
     void stop();
     void start();

@@ -8,7 +8,8 @@
 #include <optional>
 #include <string>
 
-// Packet types and sub-types, written here again so that a wrong number in the daemon is seen.
+// Packet types, sub-types and the infos of replies. The daemon has its own, so that a wrong number
+// there makes a test fail.
 constexpr uint8_t kSetConfig = 1, kGetConfig = 2, kSpecial = 3, kHeartbeat = 4, kInit = 5,
                   kCancel = 6, kEncrypted = 7, kListUsb = 8;
 constexpr uint8_t kGetProductId = 10, kEraseRadio = 17, kStartCal = 18, kButton = 50,
@@ -24,7 +25,6 @@ constexpr uint8_t kGetProductId = 10, kEraseRadio = 17, kStartCal = 18, kButton 
                   kCardSignal = 108, kCardRegState = 109, kSimImei = 110, kSetAntenna = 112,
                   kGetAntenna = 113, kSetFtm = 114, kGetFtm = 115, kLteVersion = 116, kChains = 128,
                   kSpread = 131, kConfig = 135;
-// Infos of a reply.
 constexpr uint8_t kCommandFailed = 3, kUnknownCommand = 5, kBoundToAnother = 8, kNotDecoded = 9;
 
 struct Account {
@@ -77,8 +77,7 @@ class Station {
   public:
     explicit Station(Account account = {}, const char* from = "127.0.0.1", uint16_t fromPort = 0);
     ~Station();
-    Station(const Station&) = delete;
-    Station& operator=(const Station&) = delete;
+    Station(Station&&) = delete;  // and so no copies
 
     void send(const std::string& datagram) const;
     // Returns the next datagram, or nothing if none arrives in time.
