@@ -99,9 +99,8 @@ TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {
         const std::string line = "sh  /lib/essid/essid.sh " + word + " 137B0F &";
         EXPECT_EQ(shellLines(trace).at(2), word.empty() ? kMacLines.at(3) : line);
         const std::string name = word.empty() ? unit.read("/fw/SSID") : word + "_7B0F\n";
-        for (int i = 0; i < 500 && unit.read("/fw/SSID") != name; i++)
-            usleep(10000);  // the script runs in the background
-        EXPECT_EQ(unit.read("/fw/SSID"), name);
+        // The script runs in the background.
+        EXPECT_TRUE(eventually([&] { return unit.read("/fw/SSID") == name; })) << name;
     }
 }
 

@@ -1,7 +1,6 @@
 // The cellular side: detection, the lines of each module as its console gets them, test mode and
 // antenna tests, card and IMEI, logger and external antenna.
 #include <ctime>
-#include <functional>
 
 #include "tests/support/commands.h"
 
@@ -193,18 +192,11 @@ TEST_F(Modem, VersionAndSimImei_ArePadded) {
     expectRows(kSimImei, {{.argument = x(70), .answer = padded("4901\n", 16)}});
 }
 
-bool comesTrue(const std::function<bool()>& holds) {
-    bool held = false;
-    for (int i = 0; i < 500 && !(held = holds()); i++)
-        usleep(10000);
-    return held;
-}
-
 TEST_F(Modem, Logger_RunsUntilItIsStopped) {
     EXPECT_EQ(ask(kStartLogger, ""), "");
-    EXPECT_TRUE(comesTrue([&] { return ask(kStopLogger, "") == ""; }));
+    EXPECT_TRUE(eventually([&] { return ask(kStopLogger, "") == ""; }));
     // It can be killed once more until the unit has collected it.
-    EXPECT_TRUE(comesTrue([&] { return ask(kStopLogger, "") == kFails; }));
+    EXPECT_TRUE(eventually([&] { return ask(kStopLogger, "") == kFails; }));
 }
 
 TEST_F(Modem, ATool_InheritsNoDescriptor) {
@@ -214,7 +206,7 @@ TEST_F(Modem, ATool_InheritsNoDescriptor) {
                    "echo ${0##*/} >>/done; exit");
     for (const uint8_t command : {kStartLogger, kGetMac, kSetPin})
         ask(command, "12345678");
-    EXPECT_TRUE(comesTrue([&] { return unit.read("/done").size() == 20; }));
+    EXPECT_TRUE(eventually([&] { return unit.read("/done").size() == 20; }));
     // The loop's own redirection takes the first free descriptor.
     EXPECT_EQ(unit.read("/open"), "3\n3\n3\n");
 }

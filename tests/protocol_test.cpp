@@ -44,8 +44,8 @@ TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
     EXPECT_EQ(refused.wire.size(), 28U);
     EXPECT_EQ(station.ask({.type = kHeartbeat}).info(), 0);
     station.send(wireOf({.type = kCancel}));
-    EXPECT_FALSE(station.receive(200)) << "a cancelled test gets no reply";
     EXPECT_EQ(other.ask({.type = kHeartbeat}).info(), 0);
+    EXPECT_FALSE(station.receive(0)) << "a cancelled test gets no reply";
     EXPECT_EQ(station.ask({.type = kHeartbeat}).info(), kBoundToAnother);
     EXPECT_EQ(Station({}, "127.0.0.2", 5001).ask({.type = kHeartbeat}).info(), kBoundToAnother)
         << "another port";

@@ -106,8 +106,8 @@ std::string startDaemon(const std::string& line, FILE** output) {
     *output = popen(("echo $$; exec " + line + MFGP_RUNNER " " MFGPD).c_str(), "r");
     pid_t daemon = 0;
     EXPECT_EQ(fscanf(*output, "%d", &daemon), 1);
-    for (int i = 0; i < 10000 && readFile("/proc/net/udp").find(":0410 ") == std::string::npos; i++)
-        usleep(1000);
+    EXPECT_TRUE(
+        eventually([] { return readFile("/proc/net/udp").find(":0410 ") != std::string::npos; }));
     return std::to_string(daemon);
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,8 @@ struct CommandRow {
     std::string error;  // code and message
     // Without a value: those of a read, or those of a write if it changes a partition.
     std::optional<unsigned> failsUnder = {};
-    std::vector<std::string> needs = {};  // fails unless these tools do their work
+    std::vector<std::string> needs = {};    // fails unless these tools do their work
+    std::set<std::string> background = {};  // tools that it starts and does not wait for
     std::string changes = {};  // the partition that the command writes, once unless it is the reset
 };
 
@@ -59,7 +61,7 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = kGetImei, .error = "-10351 get imei failed", .needs = {"uci"}},
         {.subType = kConfig, .error = "-10335 get config for check failed"},
         {.subType = kSetFan, .argument = R"({"gear":"2","time":3})",
-         .error = "-10300 Set Fan Control Error"},
+         .error = "-10300 Set Fan Control Error", .background = {"main_fanctrl"}},
         {.subType = kCardState, .error = "-10344 get card state failed"},
         {.subType = kCardConn, .error = "-10345 get card conn failed"},
         {.subType = kCardSignal, .error = "-10346 get card siglvl failed"},
@@ -76,7 +78,8 @@ inline std::vector<CommandRow> allCommands() {
          .error = "-10357 get wifi rssi error"},
         // Fails without a fault too, because no logger runs.
         {.subType = kStopLogger, .error = "-10342 QLog failed to stop!", .failsUnder = 0},
-        {.subType = kStartLogger, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork},
+        {.subType = kStartLogger, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork,
+         .background = {"QLog"}},
         {.subType = kExtAntenna, .argument = "1", .error = "-10343 ExtAntenna failed to change!",
          .failsUnder = kNoFork, .needs = {"reload_config"}},
         {.subType = kButton, .argument = "WIFI", .error = "-10331 get SSID failed",
@@ -86,7 +89,8 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = kBluetooth, .error = "-10340 get bluetooth enable failed", .failsUnder = 0},
         {.subType = kStartCal, .error = kCalibration, .failsUnder = kNoFork},
         {.subType = kStartCal, .argument = "Btdiag", .error = kCalibration, .failsUnder = kNoFork},
-        {.subType = kStartCal, .argument = "coext", .error = kCalibration, .failsUnder = kNoFork},
+        {.subType = kStartCal, .argument = "coext", .error = kCalibration, .failsUnder = kNoFork,
+         .background = {"coext"}},
         {.subType = kRecheck, .argument = R"({"gear":255})",
          .error = "-10300 recheck all gears fanspeed failed!", .failsUnder = kNoFork},
         {.subType = kChains, .argument = R"({"band":"0","antmode":1})",
@@ -101,7 +105,7 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = kSetPin, .argument = "00000000", .error = "-1 get product id failed",
          .changes = "pin"},
         {.subType = kSetMac, .argument = "\x02\x1A\x2B\x13\x7B\x0F",
-         .error = "-10303 set mac failed", .changes = "default-mac"},
+         .error = "-10303 set mac failed", .background = {"essid.sh"}, .changes = "default-mac"},
         {.subType = kSetImei, .argument = "123456789012345", .error = "-10350 set imei failed",
          .failsUnder = kReads | kStores, .needs = {"uci"}, .changes = "default-imei"},
         {.subType = kSetOemId, .argument = "OEM", .error = "-10325 set OEM ID failed",

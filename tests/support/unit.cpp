@@ -20,6 +20,13 @@ std::string readFile(const fs::path& file) {
     return content.str();
 }
 
+bool eventually(const std::function<bool()>& condition) {
+    bool isTrue = condition();
+    for (int i = 0; i < 3000 && !isTrue; i++, isTrue = condition())
+        usleep(10000);
+    return isTrue;
+}
+
 UnitImpossible::UnitImpossible(const char* why)
     : AssertionException(testing::TestPartResult(testing::TestPartResult::kSkip, "", 0, why)) {
     [why] { GTEST_SKIP() << why; }();

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ struct UnitImpossible : testing::AssertionException {
 };
 
 std::string readFile(const std::filesystem::path& file);
+
+// Waits for at most half a minute until the condition is true. Returns false if it stays false.
+bool eventually(const std::function<bool()>& condition);
 
 class Unit {
   public:
