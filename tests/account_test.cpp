@@ -8,12 +8,10 @@ namespace {
 
 constexpr char kModule[] = "/usr/lib/lua/luci/controller/admin/administration.lua";
 
-// Returns a controller module whose dispatch function has this body.
 std::string moduleThat(const std::string& body) {
     return "local M = {}\nfunction M.dispatch(request)\n" + body + "\nend\nreturn M\n";
 }
 
-// Returns a body that answers with these Lua expressions.
 std::string success(const std::string& user, const std::string& password) {
     return "return {success = true, data = {username = " + user + ", password = " + password + "}}";
 }
@@ -75,7 +73,7 @@ TEST(AccountCheck, AFailure_KeepsTheLastKeyAndSaysWhy) {
         unit.write(kModule, module);
         unit.trace();
         EXPECT_TRUE(isDecrypted({"admin", "secret"})) << module;
-        EXPECT_NE(unit.trace().find(printed), std::string::npos) << module;
+        EXPECT_TRUE(contains(unit.trace(), printed)) << module;
     }
 }
 

@@ -38,27 +38,23 @@ class Codec : public testing::Test {
 // | xxd -p`.
 TEST_F(Codec, TheCipher_AgreesWithAnOutsideTool) {
     EXPECT_EQ(memcmp(ctx->payloadKey, fromHex("31d1352a8f7591c2").data(), 8), 0);
-    const struct {
-        const char *key, *plain, *cipher;
-    } rows[] = {
-        {.key = "0123456789abcdef", .plain = "4e6f772069732074", .cipher = "3fa40e8a984d4815"},
-        // Parity is ignored, and a weak key works.
-        {.key = "0022446688aaccee", .plain = "4e6f772069732074", .cipher = "3fa40e8a984d4815"},
-        {.key = "0000000000000000", .plain = "0000000000000000", .cipher = "8ca64de9c1b123a7"},
-        {.key = "31d1352a8f7591c2",
-         .plain = "30322d31412d32422d31332d37422d303000000000000000",
-         .cipher = "bdb523307e6e3123007222eaee766a908a69a117d754ccd6"}};
-    for (const auto& row : rows) {
-        std::string key = fromHex(row.key), text = fromHex(row.plain);
+    const auto expectCipher = [](const char* key, const char* plain, const char* cipher) {
+        std::string keyBytes = fromHex(key), text = fromHex(plain);
         const auto length = static_cast<uint32_t>(text.size());
-        for (const auto direction : {CipherDirection::Encrypt, CipherDirection::Decrypt}) {
-            EXPECT_EQ(mfgp_desEcb(bytesOf(text), length, bytesOf(text), length + 8, bytesOf(key),
-                                  direction),
-                      length);
-            EXPECT_EQ(text,
-                      fromHex(direction == CipherDirection::Encrypt ? row.cipher : row.plain));
-        }
-    }
+        const auto run = [&](CipherDirection direction) {
+            return mfgp_desEcb(bytesOf(text), length, bytesOf(text), length + 8, bytesOf(keyBytes),
+                               direction);
+        };
+        EXPECT_EQ(run(CipherDirection::Encrypt), length);
+        EXPECT_EQ(text, fromHex(cipher));
+        EXPECT_EQ(run(CipherDirection::Decrypt), length);
+        EXPECT_EQ(text, fromHex(plain));
+    };
+    expectCipher("0123456789abcdef", "4e6f772069732074", "3fa40e8a984d4815");
+    expectCipher("0022446688aaccee", "4e6f772069732074", "3fa40e8a984d4815");  // other parity bits
+    expectCipher("0000000000000000", "0000000000000000", "8ca64de9c1b123a7");  // a weak key
+    expectCipher("31d1352a8f7591c2", "30322d31412d32422d31332d37422d303000000000000000",
+                 "bdb523307e6e3123007222eaee766a908a69a117d754ccd6");
 }
 
 TEST_F(Codec, TheCipher_RefusesALengthThatDoesNotFitAndPadsAPartialBlock) {

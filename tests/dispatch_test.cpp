@@ -5,8 +5,6 @@
 
 namespace {
 
-const std::string kRefused = errorLine(-10300, "Lumo is not in produce mode!");
-
 // Returns the station's row of a sub-type, or null.
 const station::Command* rowOf(uint8_t type, int subType) {
     for (const station::Command& row : station::commands())
@@ -32,7 +30,8 @@ TEST_F(Dispatch, EachSubType_IsKnownAndGatedAsTheStationListsIt) {
             const Answer answer = type == kSpecial ? station.command(subType)
                                                    : station.encrypted(subType, "argument");
             EXPECT_EQ(answer.info() == kUnknownCommand, row == nullptr);
-            EXPECT_EQ(unit.errors().find(kRefused) != std::string::npos, isRefused);
+            EXPECT_EQ(contains(unit.errors(), errorLine(-10300, "Lumo is not in produce mode!")),
+                      isRefused);
             if (row != nullptr && !isRefused)
                 continue;
             const uint8_t info = isRefused ? kCommandFailed : kUnknownCommand;
@@ -52,7 +51,7 @@ TEST_F(Dispatch, EachSubType_IsKnownAndGatedAsTheStationListsIt) {
             EXPECT_EQ(calls, Lines{});
         }
     }
-    EXPECT_NE(unit.trace().find("] packet len:12, packet buf:argument\n"), std::string::npos);
+    EXPECT_TRUE(contains(unit.trace(), "] packet len:12, packet buf:argument\n"));
     // A payload too short for an inner header reads as zero.
     EXPECT_EQ(station.ask({.type = kEncrypted, .payload = "\2\7"}).payload, padded("\2\7\2\5", 16));
 }
@@ -70,10 +69,10 @@ TEST_F(Dispatch, AModeThatCannotBeRead_IsNotProduceMode) {
         const std::string errors = unit.errors();
         // The text for a file that cannot be parsed depends on the library's version.
         EXPECT_TRUE(
-            errors.find("lookup ptr: Entry not found") != std::string::npos ||
+            contains(errors, "lookup ptr: Entry not found") ||
             (file.ends_with("'settings\n") && errors.starts_with("lookup ptr: Parse error")))
             << errors;
-        EXPECT_NE(errors.find(errorLine(-1, "Get mode fail!")), std::string::npos) << errors;
+        EXPECT_TRUE(contains(errors, errorLine(-1, "Get mode fail!"))) << errors;
     }
 }
 
@@ -83,8 +82,8 @@ TEST_F(Dispatch, AnUnknownSubType_IsLoggedAndTheRequestComesBack) {
     EXPECT_EQ(answer.payload, std::string(304, 'x'));
     trace = withoutLines(unit.trace());
     const std::string text = "[mfgp_cmd_spCmd():%] #spCmd: " + std::string(255, 'x') + "\n";
-    EXPECT_NE(trace.find(text + "[mfgp_cmd_spCmd():%] #spCmd:0xc8\n"), std::string::npos) << trace;
-    EXPECT_NE(trace.find("[mfgp_cmd_spCmd():%] #flags:0x7f0ff\n"), std::string::npos);
+    EXPECT_TRUE(contains(trace, text + "[mfgp_cmd_spCmd():%] #spCmd:0xc8\n")) << trace;
+    EXPECT_TRUE(contains(trace, "[mfgp_cmd_spCmd():%] #flags:0x7f0ff\n"));
 }
 
 }  // namespace

@@ -24,12 +24,10 @@ class Injection {
   public:
     // `calls` and `answer` are in strace's words: "wait4", "error=EINTR:when=1". The calls that
     // were answered are in the unit's /strace. Throws UnitImpossible if tracing is not permitted.
-    Injection(const Unit& unit, const string& calls, const string& answer) {
-        output_ = popen(("echo $$; exec strace -p " + std::to_string(unit.daemon()) + " -o " +
-                         unit.path("/strace").string() + " -e trace=" + calls +
-                         " -e inject=" + calls + ":" + answer + " 2>&1")
-                            .c_str(),
-                        "re");
+    Injection(const string& calls, const string& answer) {
+        const string command = "echo $$; exec strace -p $daemon -o $unit/strace -e trace=" + calls +
+                               " -e inject=" + calls + ":" + answer + " 2>&1";
+        output_ = popen(command.c_str(), "re");
         char line[512] = {};
         if (fscanf(output_, "%d ", &tracer_) == 1 && fgets(line, sizeof line, output_) != nullptr &&
             string(line).ends_with(" attached\n"))
@@ -85,7 +83,7 @@ class Faults : public testing::Test {
         EXPECT_EQ(text, "");
         const string error =
             errorLine(std::stoi(row.error), row.error.substr(row.error.find(' ') + 1));
-        EXPECT_EQ(unit->errors().find(error) != string::npos, isReported) << error;
+        EXPECT_EQ(contains(unit->errors(), error), isReported) << error;
         return kFailed;
     }
 
@@ -128,8 +126,7 @@ class Faults : public testing::Test {
     }
 
     Fault injected(const char* calls, const char* answer) {
-        return {[=, this] { injection.emplace(*unit, calls, answer); },
-                [this] { injection.reset(); }};
+        return {[=, this] { injection.emplace(calls, answer); }, [this] { injection.reset(); }};
     }
 
     Fault inShell(const char* begin, const char* end) {
@@ -233,7 +230,7 @@ TEST_F(Faults, ASignalDuringAWait_ChangesNothing) {
     for (const uint8_t subType : {kGetDeviceId, kExtAntenna, kSetOemId}) {
         expect(rowOf(subType), Outcome::AnswersAsBefore,
                injected("wait4", "error=EINTR:when=1..3"));
-        EXPECT_NE(unit->read("/strace").find("(INJECTED)"), string::npos);
+        EXPECT_TRUE(contains(unit->read("/strace"), "(INJECTED)"));
     }
 }
 

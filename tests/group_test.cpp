@@ -53,7 +53,7 @@ TEST_F(Group, AnEarlierVerdict_IsNotUsed) {
     unit.write("/tmp/mfgp_group.output", "success");
     unit.remove("/bin/sh");
     EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid)), kFails);
-    EXPECT_NE(trace.find("open file /tmp/mfgp_group.output error"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "open file /tmp/mfgp_group.output error"));
 }
 
 TEST_F(Group, AReadAnswersAnObject) {

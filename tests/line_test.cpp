@@ -3,7 +3,6 @@
 #include <signal.h>
 
 #include "tests/support/client.h"
-#include "tests/support/unit.h"
 
 namespace {
 
@@ -85,7 +84,7 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
         "--output-file \"$unit/r-{unit}.json\" run $unit/lines; ";
     const std::string all = shell(run + run).output + unit.read("/r-a_b.json");
     for (const char* secret : {"12345678", "3132333435363738", "87654321"})
-        EXPECT_EQ(all.find(secret), std::string::npos) << all;
+        EXPECT_FALSE(contains(all, secret)) << all;
     expectShell(
         "jq -c '[.record, .station, .labels.unit, .line, .limits, .measure, .exit]' "
         "$unit/r-a_b.json",
@@ -119,7 +118,7 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
         GTEST_SKIP() << result.output;
     for (const char* part : {"10.77.1.1  PASS     3 passed, 0 failed", "code 143\n",
                              "10.77.1.3  ABORTED  2 passed, 0 failed, 1 errors"})
-        EXPECT_NE(result.output.find(part), std::string::npos) << result.output;
+        EXPECT_TRUE(contains(result.output, part)) << result.output;
     expectShell("jq -r 'select(.value != null and .line < 3) | .unit + .value' $unit/r | sort", 0,
                 "10.77.1.1:104002-1A-2B-20-00-01\n10.77.1.1:104080061A2B20000001\n"
                 "10.77.1.2:104002-1A-2B-20-00-02\n10.77.1.2:104080061A2B20000002\n"
@@ -164,7 +163,7 @@ TEST(Line, ASignal_EndsTheRunWithTheOutcomeOfTheCommand) {
               "echo set oem-id x --yes",
               "--release");
     expectShell(outcomes, 0, "outcome\":\"PASS\noutcome\":\"ABORTED\n");
-    EXPECT_NE(unit.read("/seen").find("`get oem-id` shows it"), std::string::npos);
+    EXPECT_TRUE(contains(unit.read("/seen"), "`get oem-id` shows it"));
     kill(unit.daemon(), SIGCONT);
     expectRows(
         {{"--local-port 1042 get oem-id", 0, "x\n"}});  // the unit was written, then released

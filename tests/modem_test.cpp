@@ -29,7 +29,7 @@ TEST_F(Modem, Module_IsFoundInItsProfile) {
         EXPECT_EQ(asked(), console);
     };
     test(kGetFtm, "module_name", "EG18-EA\nmore", "atcon -c 'AT+QRFTESTMODE?'");
-    EXPECT_NE(trace.find("[get_module_name():%] result=EG18-EA,len=7\n"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "[get_module_name():%] result=EG18-EA,len=7\n"));
     test(kGetImei, "module_name", "", "atcon -c AT+CGSN");
     test(kLteVersion, "is_quectel_module", "yesterday", "atcon -c ATI");
     test(kLteVersion, "is_quectel_module", "Yes", "");
@@ -76,7 +76,7 @@ TEST_F(Modem, ARefusedAntennaTest_ForgetsTheLevelOnceTheModuleIsKnown) {
         unit.write(kKind, "FG621");
         const time_t before = time(nullptr);
         EXPECT_EQ(ask(kSetAntenna, "3-1-0-2-2"), kFails);
-        EXPECT_NE(trace.find("we do not get result\n"), std::string::npos);
+        EXPECT_TRUE(contains(trace, "we do not get result\n"));
         EXPECT_GE(time(nullptr) - before, 3);
     }
 }
@@ -157,7 +157,7 @@ TEST_F(Modem, Imei_IsWrittenOnceToFlashAndModem) {
         unit.write(kKind, module);
         EXPECT_EQ(ask(kSetImei, "-n"), kFails);
         EXPECT_EQ(ask(kSetImei, imei + (imei == digits ? "678" : "")), "");
-        EXPECT_NE(trace.find("new imei is:" + imei + "\r\n"), std::string::npos);
+        EXPECT_TRUE(contains(trace, "new imei is:" + imei + "\r\n"));
         EXPECT_EQ(shellLines(trace).at(0), "echo " + imei + "  > /tmp/imei-tmp");
         EXPECT_EQ(asked(), console);
         EXPECT_EQ(unit.read("/flash/default-imei"), imei + "\n");

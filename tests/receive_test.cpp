@@ -42,23 +42,20 @@ class ReceivePath : public testing::Test {
 };
 
 TEST_F(ReceivePath, InitAndCancel_FollowTheFlags) {
-    const struct {
-        uint8_t type;
-        uint32_t spent = 0;  // the flags that are clear before the packet
-        uint32_t clears = 0;
-    } rows[] = {{.type = kInit},
-                {.type = kInit, .spent = kFlagSystemReady},
-                {.type = kCancel},
-                {.type = kCancel, .spent = kFlagSetMac, .clears = kFlagSystemReady},
-                {.type = kCancel, .spent = kFlagSetPin, .clears = kFlagSystemReady},
-                {.type = kCancel, .spent = kFlagSetOemId}};
-    for (const auto& row : rows) {
-        ctx->flags = kFlagsAtStart & ~row.spent;
-        const bool isReplied = row.type == kInit && row.spent == 0;
-        EXPECT_EQ(handle(station, wireOf({.type = row.type})).has_value(), isReplied);
-        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~row.spent & ~row.clears) | (isReplied ? 1U : 0U));
-        EXPECT_EQ(ctx->peerBound, row.type == kInit ? 1 : 0);
-    }
+    constexpr uint32_t kNone = 0;
+    const auto expectFlags = [&](uint8_t type, uint32_t spentBefore, uint32_t clearedByPacket) {
+        ctx->flags = kFlagsAtStart & ~spentBefore;
+        const uint32_t reply = type == kInit && spentBefore == kNone ? kFlagSendReply : kNone;
+        EXPECT_EQ(handle(station, wireOf({.type = type})).has_value(), reply != kNone);
+        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~spentBefore & ~clearedByPacket) | reply);
+        EXPECT_EQ(ctx->peerBound, type == kInit ? 1 : 0);
+    };
+    expectFlags(kInit, kNone, kNone);
+    expectFlags(kInit, kFlagSystemReady, kNone);
+    expectFlags(kCancel, kNone, kNone);
+    expectFlags(kCancel, kFlagSetMac, kFlagSystemReady);
+    expectFlags(kCancel, kFlagSetPin, kFlagSystemReady);
+    expectFlags(kCancel, kFlagSetOemId, kNone);
 }
 
 TEST_F(ReceivePath, OnlyTheBoundStation_KeepsTheBindingAlive) {

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/client.h"
-#include "tests/support/unit.h"
 #include "tests/support/wire.h"
 
 namespace {

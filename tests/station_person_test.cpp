@@ -8,7 +8,6 @@
 #include "commands/json_handle.h"
 #include "station/json_values.h"
 #include "tests/support/client.h"
-#include "tests/support/unit.h"
 #include "tests/support/wire.h"
 
 namespace {
@@ -40,23 +39,24 @@ TEST(StationPerson, Examples_AreValid) {
 TEST(StationPerson, Settings_HoldForTheirUnit) {
     const Unit unit(
         {StateFile{"/mfgp-station.conf",
-                   "# all\n timeout = 0.5\n[bench1]\nhost = 127.0.0.1\n"
+                   "# all\n timeout = 3\n[bench1]\nhost = 127.0.0.1\n"
                    "user = x\npassword = a b#c\n[bad]\nhots = 1\n"},
          StateFile{"/good/mfgp-station.conf",
-                   "retries=0\r\ntimeout=0.3\n[bench1]\r\nhost=127.0.0.1\r\nport=1040\r\n"},
+                   "retries=0\r\ntimeout=3\n[bench1]\r\nhost=127.0.0.1\r\nport=1040\r\n"},
          StateFile{"/account/username", "x"}, StateFile{"/account/password", "a b#c"}});
     const std::string good = "XDG_CONFIG_HOME=$unit/good ", bad = "XDG_CONFIG_HOME=$unit ";
     const std::string station = "${station%% --host*} ";
     const std::pair<std::string, const char*> rows[] = {
         {bad + station + "--host bench1 get mac", "line 8: 'hots' is not a setting; did you mean"},
         {good + station + "--host bench1 --user x --password 'a b#c' get mac", "02-1A"},
-        {good + "MFGP_HOST=bench1 " + station + "--port 9 get mac", "(1 attempt): Connection"},
-        {good + station + "--host 127.0.0.1:9 get mac", "(1 attempt): Connection"},
+        {good + "MFGP_HOST=bench1 " + station + "--port 9 --timeout 0.1 get mac",
+         "(1 attempt): Connection"},
+        {good + station + "--timeout 0.1 --host 127.0.0.1:9 get mac", "(1 attempt): Connection"},
         {good + station + "--host 127.0.0.1:x get mac", "--host: 'x' is not a number from 1 to"},
         {"sed -i '/bad/,$d' $unit/mfgp-station.conf; " + bad + station + "--host bench1 get mac",
          "mfgp-station.conf' (chmod 600 keeps it private)\n02-1A"},
-        {"printf 'y\\nz\\n' >" + unit.path("/y").string() + "; " + bad + station +
-             "--account-file " + unit.path("/y").string() + " --host bench1 get mac",
+        {"printf 'y\\nz\\n' >$unit/y; " + bad + station +
+             "--account-file $unit/y --host bench1 get mac",
          "(user 'y' was used)"},
         {"while sleep 0.3; do echo 'a b#c'; done | script -qec \"" + station +
              "--host 127.0.0.1 --user x get mac\" /dev/null",
@@ -64,7 +64,7 @@ TEST(StationPerson, Settings_HoldForTheirUnit) {
         {good + station + "completions -- --host ''", "bench1\n"},
     };
     for (const auto& [line, output] : rows)
-        EXPECT_NE(shell(line).output.find(output), std::string::npos) << line << shell(line).output;
+        EXPECT_TRUE(contains(shell(line).output, output)) << line << shell(line).output;
 }
 
 TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
@@ -183,9 +183,9 @@ TEST(StationVerdict, Secrets_AreHidden) {
                                       "echo 'set pn 12345678' | $station -o json run -",
                                       "$station -o json -vvv -y raw 3 76 3132333435363738"}) {
         const ShellResult result = shell(command);
-        EXPECT_NE(result.output.find("********"), std::string::npos) << result.output;
+        EXPECT_TRUE(contains(result.output, "********")) << result.output;
         for (const char* secret : {"12345678", "3132333435363738"})
-            EXPECT_EQ(result.output.find(secret), std::string::npos) << result.output;
+            EXPECT_FALSE(contains(result.output, secret)) << result.output;
     }
     expectRows({{"-o json --show-secrets set pin 12345678", 1, R"(["12345678"])"}});
 }

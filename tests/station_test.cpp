@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "tests/support/client.h"
-#include "tests/support/unit.h"
 
 namespace {
 
@@ -22,7 +21,7 @@ TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
         {"get mac >&-", 7, "cannot write the results"},
         {"run - <&-", 7, "Bad file descriptor"},
     });
-    EXPECT_NE(unit.trace().find("] setCfg: a text\n"), std::string::npos);
+    EXPECT_TRUE(contains(unit.trace(), "] setCfg: a text\n"));
     unit.setMode("normal");
     expectRows({
         {"get oem-id", 1, "(info 3). Cause: the unit is not in produce mode\n"},
@@ -118,7 +117,7 @@ TEST(StationClient, OnlyReads_AreRepeated) {
     const std::string late = stop +
                              ": >$unit/sent; { await 'sent to' $unit/sent 3; "
                              "kill -CONT $daemon; } & 2>$unit/sent $station -v --timeout 1 ";
-    EXPECT_NE(shell(late + "-o json get mac").output.find("\"tries\":3}"), std::string::npos);
+    EXPECT_TRUE(contains(shell(late + "-o json get mac").output, "\"tries\":3}"));
     EXPECT_EQ(shell(late + "--deadline 30 wait").output, "OK\n");
     shell(stop);
     expectRows({{"--timeout 0.1 set oem-id y", 3, "`set oem-id` was not sent"},
@@ -134,7 +133,7 @@ TEST(StationClient, OnlyReads_AreRepeated) {
                              "echo set oem-id x --yes --timeout 0.1 --retries 2; } | "
                              "$station run - >$unit/sent; cat $unit/sent";
     expectShell(once, 0, "in 0.3 s (1 attempt). The command was sent once, and the unit may");
-    EXPECT_NE(unit.read("/sent").find("`get oem-id` shows it"), std::string::npos);
+    EXPECT_TRUE(contains(unit.read("/sent"), "`get oem-id` shows it"));
     kill(unit.daemon(), SIGCONT);
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
@@ -151,7 +150,7 @@ TEST(StationClient, ShowsWhatIsSentAndReceived) {
                           "bdb523307e6e3123007222eaee766a908a69a117d754ccd6";
     std::string page = readFile(MFGP_SOURCE_DIR "/docs/protocol.md");
     std::erase_if(page, [](char c) { return c == ' ' || c == '\n'; });
-    EXPECT_NE(page.find(request + "Thereply:" + reply), std::string::npos) << "the example there";
+    EXPECT_TRUE(contains(page, request + "Thereply:" + reply)) << "the example there";
     expectRows({
         {"-n --packet-id 0x0102 get mac", 0, request + "\n"},
         {"-n -v get mac", 0, "direction: request\nversion: 2\ntype: 3\n"},

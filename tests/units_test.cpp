@@ -57,8 +57,7 @@ TEST(Shell, PlainText_AllowsLettersDigitsAndElevenMarks) {
     const std::string marks = "%+,-./:=@^_";
     for (int byte = 1; byte < 256; byte++) {
         const std::string text(1, static_cast<char>(byte));
-        const bool isPlain =
-            (byte < 128 && isalnum(byte) != 0) || marks.find(text) != std::string::npos;
+        const bool isPlain = (byte < 128 && isalnum(byte) != 0) || contains(marks, text);
         EXPECT_EQ(mfgp_isPlainText(("a" + text).c_str()), isPlain) << byte;
     }
 }

@@ -7,6 +7,8 @@
 #include <initializer_list>
 #include <string>
 
+#include "tests/support/unit.h"
+
 struct ShellResult {
     int exitCode;
     std::string output;  // both streams
@@ -32,7 +34,7 @@ inline ShellResult shell(const std::string& line) {
 inline void expectShell(const std::string& line, int exitCode, const std::string& part) {
     const ShellResult result = shell(line);
     EXPECT_EQ(result.exitCode, exitCode) << line << "\n" << result.output;
-    EXPECT_NE(result.output.find(part), std::string::npos) << line << "\n" << result.output;
+    EXPECT_TRUE(contains(result.output, part)) << line << "\n" << result.output;
 }
 
 struct StationRow {

@@ -17,7 +17,10 @@ constexpr unsigned kStores = kNoFork | kFullTmp | kReadOnlyTmp;  // those that s
 struct CommandRow {
     uint8_t subType;
     std::string argument = {};
-    std::string error;  // code and message
+    std::string field = {};      // the factory field that it answers with
+    size_t length = 64;          // to which this answer is padded with zero bytes; 0: not padded
+    std::string whenEmpty = {};  // the answer for an empty field
+    std::string error;           // code and message
     // Without a value: those of a read, or those of a write if it changes a partition.
     std::optional<unsigned> failsUnder = {};
     std::vector<std::string> needs = {};    // fails unless these tools do their work
@@ -25,36 +28,10 @@ struct CommandRow {
     std::string changes = {};  // the partition that the command writes, once unless it is the reset
 };
 
-// A command that answers with one factory field.
-struct FieldRead {
-    uint8_t subType;
-    const char* key;
-    size_t length = 0;  // of the answer, which is padded with zero bytes
-    const char* error;
-    const char* whenEmpty = "";
-};
-
 // clang-format off
-inline const std::vector<FieldRead> kFieldReads = {
-    {.subType = kGetProductId, .key = "PRODUCT_ID", .length = 16,
-     .error = "-10330 get Product ID failed", .whenEmpty = "00000000"},
-    {.subType = kGetDeviceId, .key = "DEV_ID", .length = 64,
-     .error = "-10316 get device ID failed"},
-    {.subType = kGetMac, .key = "MAC", .length = 17, .error = "-10320 get mac failed"},
-    {.subType = kGetFirmwareId, .key = "FW_ID", .length = 64, .error = "-10321 get fw ID failed"},
-    {.subType = kGetHardwareId, .key = "HW_ID", .length = 64, .error = "-10322 get fw ID failed"},
-    {.subType = kGetOemId, .key = "OEM_ID", .length = 64, .error = "-10324 get OEM ID failed"},
-    {.subType = kGetCountry, .key = "COUNTRY", .length = 64,
-     .error = "-10328 get Country Code failed", .whenEmpty = "UN"},
-    {.subType = kGetSsid, .key = "SSID", .error = "-10331 get SSID failed"},
-    {.subType = kGetHardware, .key = "HARDVERSION", .error = "-10333 get hw version failed"},
-    {.subType = kGetFirmware, .key = "SOFTVERSION", .error = "-10332 get fw version failed"},
-    {.subType = kGetModel, .key = "MODEL", .error = "-10339 get model name failed"},
-};
-
 inline std::vector<CommandRow> allCommands() {
     const std::string kInfo = "product-info", kCalibration = "-10309 start calibration data failed";
-    std::vector<CommandRow> rows = {
+    return {
         {.subType = kGetDescription, .error = "-10323 get hw desc failed"},
         {.subType = kGetSpecialId, .error = "-10326 get special ID failed"},
         {.subType = kGetGroup, .error = "-10337 get Groupinfo failed"},
@@ -120,9 +97,22 @@ inline std::vector<CommandRow> allCommands() {
          .error = "-10336 set group failed", .needs = {"flashkv", "check_group"}, .changes = kInfo},
         {.subType = kReset, .error = "-10300 soft reset fail", .failsUnder = kNoFork | kReadOnlyTmp,
          .needs = {"flashkv"}, .changes = "user-config"},
+        {.subType = kGetProductId, .field = "PRODUCT_ID", .length = 16, .whenEmpty = "00000000",
+         .error = "-10330 get Product ID failed"},
+        {.subType = kGetDeviceId, .field = "DEV_ID", .error = "-10316 get device ID failed"},
+        {.subType = kGetMac, .field = "MAC", .length = 17, .error = "-10320 get mac failed"},
+        {.subType = kGetFirmwareId, .field = "FW_ID", .error = "-10321 get fw ID failed"},
+        {.subType = kGetHardwareId, .field = "HW_ID", .error = "-10322 get fw ID failed"},
+        {.subType = kGetOemId, .field = "OEM_ID", .error = "-10324 get OEM ID failed"},
+        {.subType = kGetCountry, .field = "COUNTRY", .whenEmpty = "UN",
+         .error = "-10328 get Country Code failed"},
+        {.subType = kGetSsid, .field = "SSID", .length = 0, .error = "-10331 get SSID failed"},
+        {.subType = kGetHardware, .field = "HARDVERSION", .length = 0,
+         .error = "-10333 get hw version failed"},
+        {.subType = kGetFirmware, .field = "SOFTVERSION", .length = 0,
+         .error = "-10332 get fw version failed"},
+        {.subType = kGetModel, .field = "MODEL", .length = 0,
+         .error = "-10339 get model name failed"},
     };
-    for (const FieldRead& field : kFieldReads)
-        rows.push_back({.subType = field.subType, .error = field.error});
-    return rows;
 }
 // clang-format on

@@ -39,7 +39,7 @@ class Commands : public testing::Test {
         trace = withoutLines(unit.trace());
         calls = unit.calls();
         const bool failed = answer.info() == kCommandFailed;
-        EXPECT_TRUE(!failed || unit.errors().find("[Error]") != std::string::npos);
+        EXPECT_TRUE(!failed || contains(unit.errors(), "[Error]"));
         EXPECT_EQ(answer.info(), failed ? kCommandFailed : 0);
         std::string payload = answer.payload;
         if (encrypted) {
@@ -65,7 +65,7 @@ class Commands : public testing::Test {
             const Text payload = ask(subType, row.argument, encrypted);
             EXPECT_EQ(payload,
                       row.answer ? padded(*row.answer, (row.answer->size() + 7) / 8 * 8) : kFails);
-            EXPECT_NE(trace.find(row.said), std::string::npos) << row.said << "\n" << trace;
+            EXPECT_TRUE(contains(trace, row.said)) << row.said << "\n" << trace;
             EXPECT_EQ(shellLines(trace), row.ran);
         }
     }

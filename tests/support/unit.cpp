@@ -39,8 +39,8 @@ Unit::Unit(const std::vector<StateFile>& files, const std::string& arguments) {
     root_ = name;
     // The shell prints its pid, which becomes the simulator's.
     line_ = "echo $$; exec " MFGP_SIM " up --daemon ${MFGPD-" MFGPD "} --runner '" MFGP_RUNNER
-            "' --net shared --state " +
-            root_.string() + " " + arguments;
+            "' --net shared " +
+            arguments + " --state " + root_.string();
     for (const auto& [file, content] : files)
         write(file, content);
     start();
@@ -76,8 +76,6 @@ void Unit::stop() {
     pclose(output_);
     output_ = nullptr;
 }
-
-bool Unit::running() const { return kill(daemon_, 0) == 0; }
 
 void Unit::write(const std::string& inUnit, const std::string& content) const {
     fs::create_directories(path(inUnit).parent_path());

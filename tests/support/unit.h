@@ -23,6 +23,10 @@ struct UnitImpossible : testing::AssertionException {
 
 std::string readFile(const std::filesystem::path& file);
 
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 // Waits for at most half a minute until the condition is true. Returns false if it stays false.
 bool eventually(const std::function<bool()>& condition);
 
@@ -36,7 +40,6 @@ class Unit {
 
     void stop();
     void start();
-    bool running() const;
     pid_t daemon() const { return daemon_; }
 
     // Files of the unit by their path in it ("/fw/MAC").

@@ -12,18 +12,14 @@
 
 namespace {
 
-const uint8_t* bytes(const std::string& text) {
-    return reinterpret_cast<const uint8_t*>(text.data());
-}
-
 std::string des(const std::string& text, const Account& account, CipherDirection direction) {
     uint8_t key[8];
     mfgp_deriveKey(key, account.user.c_str(), account.password.c_str());
     account.key.copy(reinterpret_cast<char*>(key), sizeof key);
     std::string out(text.size() + 16, '\0');
-    out.resize(mfgp_desEcb(bytes(text), static_cast<uint32_t>(text.size()),
-                           reinterpret_cast<uint8_t*>(out.data()),
-                           static_cast<uint32_t>(out.size()), key, direction));
+    out.resize(mfgp_desEcb(
+        reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size()),
+        reinterpret_cast<uint8_t*>(out.data()), static_cast<uint32_t>(out.size()), key, direction));
     return out;
 }
 
@@ -64,8 +60,8 @@ std::string wireOfCipherText(uint8_t type, const std::string& cipherText) {
     return header + md5(header + std::string(16, '\0') + plain) + cipherText;
 }
 
-std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId) {
-    return headerOf(7, static_cast<uint32_t>(payload.size()), packetId, subType) + payload;
+std::string innerOf(uint8_t subType, const std::string& payload) {
+    return headerOf(7, static_cast<uint32_t>(payload.size()), 0xA55A, subType) + payload;
 }
 
 Answer openAnswer(const std::string& wire, const Account& account) {

@@ -8,8 +8,7 @@
 #include <optional>
 #include <string>
 
-// Packet types, sub-types and the infos of replies. The daemon has its own, so that a wrong number
-// there makes a test fail.
+// Packet types, sub-types and infos. The daemon has its own numbers, which these check.
 constexpr uint8_t kSetConfig = 1, kGetConfig = 2, kSpecial = 3, kHeartbeat = 4, kInit = 5,
                   kCancel = 6, kEncrypted = 7, kListUsb = 8;
 constexpr uint8_t kGetProductId = 10, kEraseRadio = 17, kStartCal = 18, kButton = 50,
@@ -49,7 +48,7 @@ std::string wireOf(const Request& request, const Account& account = {});
 std::string wireOfCipherText(uint8_t type, const std::string& cipherText);
 
 // Returns the payload of a type-7 packet: the inner header and the inner payload.
-std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId = 0xA55A);
+std::string innerOf(uint8_t subType, const std::string& payload);
 
 struct Answer {
     std::string wire;     // the whole datagram
