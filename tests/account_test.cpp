@@ -25,7 +25,7 @@ bool isDecrypted(const Account& account) {
     return reply && reply->at(3) == 0 && openAnswer(*reply, account).payload == "ciphered";
 }
 
-TEST(AccountCheck, TheControllersAnswer_MakesTheKey) {
+TEST(AccountCheck, ControllersAnswer_DeterminesTheKey) {
     Unit unit;
     const auto expectAccount = [&](const std::string& body, const Account& account) {
         unit.write(kModule, moduleThat(body));
@@ -47,7 +47,7 @@ TEST(AccountCheck, TheControllersAnswer_MakesTheKey) {
     EXPECT_TRUE(isDecrypted({"userdata", "kiosk"})) << unit.trace();
 }
 
-TEST(AccountCheck, AFailure_KeepsTheLastKeyAndSaysWhy) {
+TEST(AccountCheck, FailedCheck_KeepsTheLastKey_AndLogsTheCause) {
     Unit unit({StateFile{"/account/username", "admin\n"}, {"/account/password", "secret\n"}});
     ASSERT_TRUE(isDecrypted({"admin", "secret"}));
     const std::string raises = "setmetatable({}, {__index = function() error('no') end})";
@@ -88,7 +88,7 @@ TEST(AccountCheck, WithoutAnyAccount_TheKeyIsZero) {
 }
 
 // These controllers need more memory than the account check's own array.
-TEST(AccountCheck, AControllerThatNeedsMuchMemory_IsServed) {
+TEST(AccountCheck, ControllerThatNeedsMuchMemory_StillReturnsTheAccount) {
     Unit unit;
     const std::string answer = "return {success = true, data = {username = u, password = 'p'}}";
     const std::string text = "local s = string.rep('x', 40000) ";

@@ -36,7 +36,7 @@ class Codec : public testing::Test {
 // The expected values are from OpenSSL 3.0: `printf kioskkiosk | openssl dgst -md5 -r`, and
 // `echo PLAIN | xxd -r -p | openssl enc -des-ecb -nopad -K KEY -provider legacy -provider default
 // | xxd -p`.
-TEST_F(Codec, TheCipher_AgreesWithAnOutsideTool) {
+TEST_F(Codec, Cipher_AgreesWithOpenSsl) {
     EXPECT_EQ(memcmp(ctx->payloadKey, fromHex("31d1352a8f7591c2").data(), 8), 0);
     const auto expectCipher = [](const char* key, const char* plain, const char* cipher) {
         std::string keyBytes = fromHex(key), text = fromHex(plain);
@@ -72,7 +72,7 @@ TEST_F(Codec, TheCipher_RefusesALengthThatDoesNotFitAndPadsAPartialBlock) {
     EXPECT_EQ(memcmp(out, expected, 8), 0);
 }
 
-TEST_F(Codec, APacketThatFitsAndIsWhole_IsDecoded) {
+TEST_F(Codec, Packet_IsDecoded_UnlessItsLengthExceedsTheBuffer) {
     for (const size_t length : {0U, 8U, 44960U}) {
         const std::string text(length, 'x'), wire = wireOf({.type = kHeartbeat, .payload = text});
         ASSERT_EQ(decode((wire + "after the packet").substr(0, kMaxDatagram)), 0) << length;
@@ -86,7 +86,7 @@ TEST_F(Codec, APacketThatFitsAndIsWhole_IsDecoded) {
     }
 }
 
-TEST_F(Codec, AReply_IsPaddedByTheLengthInItsHeader) {
+TEST_F(Codec, Reply_IsPaddedToWholeBlocks_OrRefusedIfTooLong) {
     for (const auto& [length, padded] : {std::pair{0U, 0U},
                                          {1U, 8U},
                                          {8U, 8U},

@@ -56,7 +56,7 @@ TEST_F(Dispatch, EachSubType_IsKnownAndGatedAsTheStationListsIt) {
     EXPECT_EQ(station.ask({.type = kEncrypted, .payload = "\2\7"}).payload, padded("\2\7\2\5", 16));
 }
 
-TEST_F(Dispatch, AModeThatCannotBeRead_IsNotProduceMode) {
+TEST_F(Dispatch, UnreadableMode_IsNotProduceMode) {
     for (const std::string file :
          {"config settings 'settings'\n\toption other '1'\n",
           "config settings 'settings'\n\tlist mode 'test'\n",
@@ -76,7 +76,7 @@ TEST_F(Dispatch, AModeThatCannotBeRead_IsNotProduceMode) {
     }
 }
 
-TEST_F(Dispatch, AnUnknownSubType_IsLoggedAndTheRequestComesBack) {
+TEST_F(Dispatch, UnknownSubType_IsLogged_AndTheRequestIsReturned) {
     const Answer answer = station.ask({.subType = 200, .payload = std::string(304, 'x')});
     EXPECT_EQ(answer.header.substr(0, 4), std::string("\2\3\0\5", 4));
     EXPECT_EQ(answer.payload, std::string(304, 'x'));

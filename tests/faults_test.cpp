@@ -196,7 +196,7 @@ TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
 }
 INSTANTIATE_TEST_SUITE_P(, SystemFaults, testing::Values(kNoPipe, kNoFork, kFullTmp, kReadOnlyTmp));
 
-TEST_F(Faults, ADumpThatFails_IsOnlyKnownByItsMissingFile) {
+TEST_F(Faults, FailedDump_IsDetectedOnlyIfItLeavesNoFile) {
     const string whole = unit->read("/flash/product-info");
     const string cut = "head -c 50 /flash/product-info >$2; kill -9 $$", oem = "oem_id:OEM\n";
     const auto write = [&](const string& dump, const string& answer, const string& flash) {

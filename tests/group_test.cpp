@@ -17,11 +17,11 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
         "/bin/check_group /tmp/mfgp_group.input /tmp/mfgp_group.output"};
     const Lines dump = {check[0], "flashkv -r /tmp/group-tmp -p product-info"};
     const std::string badKey = groupObject(kKey.substr(1) + "\\n", kGid);
-    const auto refused = [&](const std::string& argument, const std::string& said, const Lines& ran,
+    const auto refused = [&](const std::string& argument, const std::string& logs, const Lines& ran,
                              const std::string& verdict = "") {
         if (!verdict.empty())
             unit.fault("check_group", verdict + "; exit");
-        expectRows(kSetGroup, {{.argument = argument, .answer = kFails, .said = said, .ran = ran}});
+        expectRows(kSetGroup, {{.argument = argument, .answer = kFails, .logs = logs, .ran = ran}});
     };
     refused("", rejected, {}, "printf success >$2");  // the verdict that the next rows have, too
     refused("{", noJson, check);
@@ -46,17 +46,17 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
     EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid, "-123456789012")), "");
     const std::string keys = "preconf_k:" + kKey + "\npreconf_g:" + kGid + "\n";
     EXPECT_EQ(unit.read("/flash/product-info"), before + keys + "preconf_p:-214748\n");
-    expectRows(kSetGroup, {{.argument = good, .answer = kFails, .said = "repeated execution \n"}});
+    expectRows(kSetGroup, {{.argument = good, .answer = kFails, .logs = "repeated execution \n"}});
 }
 
-TEST_F(Group, AnEarlierVerdict_IsNotUsed) {
+TEST_F(Group, VerdictLeftByAnEarlierCheck_IsNotUsed) {
     unit.write("/tmp/mfgp_group.output", "success");
     unit.remove("/bin/sh");
     EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid)), kFails);
     EXPECT_TRUE(contains(trace, "open file /tmp/mfgp_group.output error"));
 }
 
-TEST_F(Group, AReadAnswersAnObject) {
+TEST_F(Group, GetGroup_AnswersAJsonObject_AndRefusesAPackThatIsNotDigits) {
     const std::string cut = R"({ "key": ")" + kKey + R"(", "gid": ")" + kGid + R"(", "pack": 9 })";
     const auto test = [&](const std::string& key, const std::string& gid, const char* pack,
                           const Text& answer) {
@@ -72,7 +72,7 @@ TEST_F(Group, AReadAnswersAnObject) {
     test("", "", "-5", kFails);
 }
 
-TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
+TEST_F(Group, GenerateGroup_AnswersTheOutputOfTheFirmwaresTool) {
     const auto test = [&](const char* argument, const std::string& tool, const Text& answer,
                           const std::string& count = "") {  // without a count the tool does not run
         unit.fault("generate_group", tool + "; exit");

@@ -103,7 +103,7 @@ Resources resourcesOf(const Unit& unit) {
     return used;
 }
 
-TEST(Hostile, NothingThatIsSentChangesTheDaemon) {
+TEST(Hostile, HostileDatagrams_RunNoCommandOfTheirOwn_AndLeakNothing) {
     const char* const wanted = getenv("MFGP_DATAGRAMS");
     const long count = wanted != nullptr ? std::stol(wanted) : kSanitized ? 20000 : 100000;
     const long life = std::min(count, kLife);

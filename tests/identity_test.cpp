@@ -19,7 +19,7 @@ const Lines kMacLines = {
 
 class Identity : public Commands {};
 
-TEST_F(Identity, AFieldIsAnsweredInItsLength) {
+TEST_F(Identity, FactoryField_IsAnsweredPaddedToItsLength) {
     const std::set<uint8_t> keepCache = {kGetProductId, kGetFirmwareId, kGetHardwareId, kGetSsid};
     for (const CommandRow& row : allCommands()) {
         if (row.field.empty())
@@ -49,7 +49,7 @@ TEST_F(Identity, AFieldIsAnsweredInItsLength) {
     expectRows(kGetDescription, {{.answer = padded("/*/* ? b /*/* ? b", 128)}});
 }
 
-TEST_F(Identity, AWriteIsStoredAndReadsBack) {
+TEST_F(Identity, Write_RunsItsLines_AndTheValueReadsBack) {
     const auto write = [&](uint8_t command, const std::string& argument, const Lines& lines,
                            const std::string& partition, const std::string& stored) {
         unit.write("/flash/product-info", "a:1\n");
@@ -84,7 +84,7 @@ TEST_F(Identity, AWriteIsStoredAndReadsBack) {
     EXPECT_EQ(station.command(kGetGroup).text(), kGroup);
 }
 
-TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {
+TEST_F(Identity, SetMac_NamesTheNetworkAfterTheFirstWordOfTheModel) {
     const std::string longWord(31, 'm');
     for (const auto& [model, word] :
          {std::pair<std::string, std::string>{"M31-5G_x.1\n", "M31-5G_x.1"},

@@ -11,7 +11,7 @@ constexpr char kShort[] =
     R"j(jq -r 'if .record == "end" then "\(.passed)/\(.failed)/\(.errors)/\(.skipped)" else
         select(.record == "result") | .outcome + " " + (.message // "") end' | sed 's/ $//')j";
 
-TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
+TEST(Line, Recipe_ReportsTheOutcomeOfEachLineAndTheCounts) {
     Unit unit;
     // Pipes the lines to the station and checks the outcomes.
     const auto judge = [&](const std::string& lines, const std::string& words, int exitCode,
@@ -76,7 +76,7 @@ TEST(Line, EveryFaultOfARecipe_IsListedBeforeAnythingIsSent) {
     EXPECT_EQ(unit.read("/calls.log"), "");
 }
 
-TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
+TEST(Line, JsonRecords_ContainStationLabelsAndLimits_ButNoSecrets) {
     Unit unit;
     unit.write("/lines", "raw 3 76 3132333435363738 --expect 87654321\nget antenna-level --max 9");
     const std::string run =
@@ -103,7 +103,7 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
     EXPECT_EQ(unit.read("/errors").rfind("mfgp-station: line 2: qlog stop: refused", 0), 0U);
 }
 
-TEST(Line, ManyUnits_AnswerForThemselves) {
+TEST(Line, RunOnManyUnits_RecordsTheValuesOfEachUnit) {
     const Unit unit;  // for a folder
     unit.write("/lines", "get mac\nget device-id\nget button wps --expect 'BUTTON OK' --until\n");
     const ShellResult result = shell(
@@ -126,7 +126,7 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
     expectShell("cat $unit/line/3/log/stdout", 0, "receive CANCEL TEST");
 }
 
-TEST(Line, Heartbeats_KeepTheUnitBoundWhileItWaits) {
+TEST(Line, RunThatWaitsForInput_SendsHeartbeatsUntilRelease) {
     const Unit unit;
     expectShell(
         "{ echo get mac; await heartbeat $unit/log/stdout 2; echo release; "
@@ -142,7 +142,7 @@ TEST(Line, Heartbeats_KeepTheUnitBoundWhileItWaits) {
                 3, "");
 }
 
-TEST(Line, ASignal_EndsTheRunWithTheOutcomeOfTheCommand) {
+TEST(Line, Interrupt_EndsTheRun_AndAnUnansweredWriteIsAborted) {
     Unit unit;
     shell("mkfifo $unit/pipe");
     // Sends the signal when so many lines of the output contain the word.

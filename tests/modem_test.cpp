@@ -20,7 +20,7 @@ class Modem : public Commands {
     }
 };
 
-TEST_F(Modem, Module_IsFoundInItsProfile) {
+TEST_F(Modem, ModuleNameAndMaker_AreReadFromTheProfile) {
     const auto test = [&](uint8_t command, const std::string& option, const std::string& value,
                           const std::string& console) {
         unit.fault("uci", "case \"$*\" in 'get mobile.modem." + option +
@@ -36,7 +36,7 @@ TEST_F(Modem, Module_IsFoundInItsProfile) {
     test(kLteVersion, "is_fibocom_module", "yes", "cellcli -c ATI");
 }
 
-TEST_F(Modem, AntennaTest_AsksInTheWordsOfTheModule) {
+TEST_F(Modem, AntennaTest_SendsTheAtCommandsOfTheModule) {
     const std::string lte = R"(atcon -c 'at+qrftestex="LTE","rx",)";
     const std::string set = "cellcli -c AT+SPMAXRF=3,2,23,1,";
     const std::string fourG = ",0 then cellcli -c 'AT+LTERXLEVELDBM?'";
@@ -63,7 +63,7 @@ TEST_F(Modem, AntennaTest_AsksInTheWordsOfTheModule) {
     test("FG621", "3-1-0-2-0", set + "2,0", "999");
 }
 
-TEST_F(Modem, ARefusedAntennaTest_ForgetsTheLevelOnceTheModuleIsKnown) {
+TEST_F(Modem, FailedAntennaTest_ForgetsTheLevel_UnlessTheModuleIsUnknown) {
     unit.write("/modem/ftm", "1");
     expectRows(kSetAntenna, {{.argument = "1-3-0-60-1-5", .put = {kKind, "RG520N-EU"}},
                              {.argument = "1-3", .answer = kFails, .put = {kKind, "none"}}});
@@ -105,9 +105,9 @@ TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
     const std::string unknown =
         "we get device name fail,we don't know the parameters for setting Antenna\n";
     const auto refused = [&](uint8_t command, const char* module, const char* argument,
-                             const std::string& said) {
+                             const std::string& logs) {
         const StateFile kind = {kKind, module};
-        expectRows(command, {{.argument = argument, .answer = kFails, .said = said, .put = kind}});
+        expectRows(command, {{.argument = argument, .answer = kFails, .logs = logs, .put = kind}});
         EXPECT_EQ(asked(), "");
     };
     refused(kSetFtm, "none", "1", noName + "FTM\n");
@@ -133,11 +133,11 @@ TEST_F(Modem, ExternalAntenna_TakesOneUncheckedCharacter) {
     }
 }
 
-TEST_F(Modem, CardReadings_CountOneByteLessAndWrap) {
+TEST_F(Modem, CardReading_LogsItsLengthLessOne_WhichWrapsIfEmpty) {
     const auto read = [&](uint8_t command, const std::string& function, const std::string& name) {
         const std::string logs = "[" + function + "():%] get " + name + " is: 1\n, len is 1\n";
-        expectRows(command, {{.answer = "1", .said = logs, .put = {"/fault/uci", "echo 1; exit"}},
-                             {.said = ": , len is -1\n", .put = {"/fault/uci", "echo; exit"}}});
+        expectRows(command, {{.answer = "1", .logs = logs, .put = {"/fault/uci", "echo 1; exit"}},
+                             {.logs = ": , len is -1\n", .put = {"/fault/uci", "echo; exit"}}});
     };
     read(kCardState, "mfgp2_cmd_getcardstate", "card state");
     read(kCardConn, "mfgp2_cmd_getcardconn", "card conn");
@@ -145,7 +145,7 @@ TEST_F(Modem, CardReadings_CountOneByteLessAndWrap) {
     read(kCardRegState, "mfgp2_cmd_getcardregstat", "card reg state");
 }
 
-TEST_F(Modem, Imei_IsWrittenOnceToFlashAndModem) {
+TEST_F(Modem, SetImei_WritesFlashAndModem) {
     const std::string digits = "123456789012345", odd = "aZ9%+,-./:=@^_";
     const auto write = [&](const char* module, const std::string& imei,
                            const std::string& console) {
@@ -168,7 +168,7 @@ TEST_F(Modem, Imei_IsWrittenOnceToFlashAndModem) {
           "cellcli -c 'AT+GTCSNUM=1,7,\"" + odd + "\"' then cellcli -c AT+GTBACKUPDUT");
 }
 
-TEST_F(Modem, Imei_IsReadFromFlashOrIsNines) {
+TEST_F(Modem, GetImei_AnswersNinesIfFlashAndModemDiffer) {
     const std::string imei = "490154203237518", nines(15, '9');
     const auto test = [&](const char* module, const std::string& flash, const std::string& modem,
                           const std::string& answer) {
@@ -184,7 +184,7 @@ TEST_F(Modem, Imei_IsReadFromFlashOrIsNines) {
     test("EM05", "", "", std::string(15, '\0'));
 }
 
-TEST_F(Modem, VersionAndSimImei_ArePadded) {
+TEST_F(Modem, ModemVersionAndSimImei_ArePadded) {
     unit.write(kKind, "EG060K-EA");
     unit.write("/modem/version", "11.22 x\n");
     unit.write("/modem/imei", "4901\n");
@@ -193,10 +193,10 @@ TEST_F(Modem, VersionAndSimImei_ArePadded) {
 }
 
 TEST_F(Modem, Logger_RunsUntilItIsStopped) {
-    EXPECT_EQ(ask(kStartLogger, ""), "");
-    EXPECT_TRUE(eventually([&] { return ask(kStopLogger, "") == ""; }));
+    EXPECT_EQ(ask(kStartLog, ""), "");
+    EXPECT_TRUE(eventually([&] { return ask(kStopLog, "") == ""; }));
     // It can be killed once more until the unit has collected it.
-    EXPECT_TRUE(eventually([&] { return ask(kStopLogger, "") == kFails; }));
+    EXPECT_TRUE(eventually([&] { return ask(kStopLog, "") == kFails; }));
 }
 
 TEST_F(Modem, ATool_InheritsNoDescriptor) {
@@ -204,7 +204,7 @@ TEST_F(Modem, ATool_InheritsNoDescriptor) {
         unit.fault(tool,
                    "for fd in 3 4 5 6 7 8 9; do (: >&$fd) 2>/dev/null && echo $fd; done >>/open; "
                    "echo ${0##*/} >>/done; exit");
-    for (const uint8_t command : {kStartLogger, kGetMac, kSetPin})
+    for (const uint8_t command : {kStartLog, kGetMac, kSetPin})
         ask(command, "12345678");
     EXPECT_TRUE(eventually([&] { return unit.read("/done").size() == 20; }));
     // The loop's own redirection takes the first free descriptor.

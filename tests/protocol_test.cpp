@@ -45,25 +45,23 @@ TEST_F(Protocol, OneStation_IsServedUntilItCancels) {
     EXPECT_EQ(other.ask({.type = kHeartbeat}).info(), 0);
     EXPECT_FALSE(station.receive(0)) << "a cancelled test gets no reply";
     EXPECT_EQ(station.ask({.type = kHeartbeat}).info(), kBoundToAnother);
-    EXPECT_EQ(Station({}, "127.0.0.2", 5001).ask({.type = kHeartbeat}).info(), kBoundToAnother)
-        << "another port";
+    EXPECT_EQ(Station({}, "127.0.0.2", 5001).ask({.type = kHeartbeat}).info(), kBoundToAnother);
 }
 
 TEST_F(Protocol, EachPacketType_IsAnswered) {
     const std::string set = "set this", get = "lan_ip of the unit?";
     const auto expectAnswer = [&](uint8_t type, const std::string& payload,
-                                  const std::string& answer, const std::string& said) {
+                                  const std::string& answer, const std::string& logs) {
         const Answer reply = station.ask({.type = type, .subType = kSetGroup, .payload = payload});
         EXPECT_EQ(reply.header.substr(0, 4), header(type, 0, type == kHeartbeat ? 0 : 2));
         EXPECT_EQ(reply.payload, answer);
         EXPECT_TRUE(type == kInit || type == kListUsb || reply.header.at(10) == kSetGroup);
-        EXPECT_TRUE(contains(unit.trace(), said)) << said;
+        EXPECT_TRUE(contains(unit.trace(), logs)) << logs;
     };
     unit.remove("/proc/bus/usb/devices");
     unit.errors();  // a sanitizer without /proc warns when it starts
     expectAnswer(kSetConfig, set, "", "] setCfg: set this\n");
-    expectAnswer(kGetConfig, get + get, padded("lan_ip 192.168.1.123", 24),
-                 "] getCfg: lan_ip of the");
+    expectAnswer(kGetConfig, get + get, padded("lan_ip 192.168.1.123", 24), "] getCfg: lan_ip of");
     expectAnswer(kHeartbeat, set, set, "] MFGPv2: Recive heartbeat packet\n");
     expectAnswer(kInit, set, "", "] MFGPv2: Receive sys init packet 0X7F0FF\n");
     expectAnswer(kListUsb, get, padded("No USB!", 8), "] MFGPv2: receive TYPE_FTEST_USB\n");

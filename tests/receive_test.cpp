@@ -41,7 +41,7 @@ class ReceivePath : public testing::Test {
     const Station station, other;
 };
 
-TEST_F(ReceivePath, InitAndCancel_FollowTheFlags) {
+TEST_F(ReceivePath, Init_IsAnsweredUntilACancelAfterSetMacOrSetPin) {
     constexpr uint32_t kNone = 0;
     const auto expectFlags = [&](uint8_t type, uint32_t spentBefore, uint32_t clearedByPacket) {
         ctx->flags = kFlagsAtStart & ~spentBefore;

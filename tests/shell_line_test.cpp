@@ -46,8 +46,7 @@ TEST_P(ShellLine, TextFromTheWire_RunsNothing) {
         if (row.changes.empty()) {
             // The group generator takes no text, and no logger runs.
             isRefused(command, text);
-            EXPECT_EQ(isRefused(command, row.argument + text), command == kStopLogger)
-                << int{command};
+            EXPECT_EQ(isRefused(command, row.argument + text), command == kStopLog) << int{command};
         } else if (!row.argument.empty() && command != kSetMac && command != kSetGroup) {
             const bool isEdit = row.changes == "product-info";
             const bool isBad = command == kSetSpecialId || (command == kSetImei && !isPlain);

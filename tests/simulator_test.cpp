@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(Simulator, EachProfile_Serves) {
+TEST(Simulator, EachProfile_StartsAUnitThatAnswers) {
     for (const auto& entry :
          std::filesystem::directory_iterator(MFGP_SOURCE_DIR "/simunit/profiles")) {
         const std::string profile = entry.path().filename();

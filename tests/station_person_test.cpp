@@ -26,7 +26,7 @@ TEST(StationPerson, Help_ExplainsATopic) {
 }
 
 // Every example of the help is a command line that the program accepts.
-TEST(StationPerson, Examples_AreValid) {
+TEST(StationPerson, ExamplesInTheHelp_AreAccepted) {
     const ShellResult result = shell(
         "$station -q list | while read -r name; do $station help $name; done |"
         " sed -n 's/^example: mfgp-station //p' |"
@@ -36,7 +36,7 @@ TEST(StationPerson, Examples_AreValid) {
     EXPECT_EQ(result.output, "");
 }
 
-TEST(StationPerson, Settings_HoldForTheirUnit) {
+TEST(StationPerson, SettingsFile_AppliesToTheUnitItNames) {
     const Unit unit(
         {StateFile{"/mfgp-station.conf",
                    "# all\n timeout = 3\n[bench1]\nhost = 127.0.0.1\n"
@@ -46,28 +46,29 @@ TEST(StationPerson, Settings_HoldForTheirUnit) {
          StateFile{"/account/username", "x"}, StateFile{"/account/password", "a b#c"}});
     const std::string good = "XDG_CONFIG_HOME=$unit/good ", bad = "XDG_CONFIG_HOME=$unit ";
     const std::string station = "${station%% --host*} ";
-    const std::pair<std::string, const char*> rows[] = {
-        {bad + station + "--host bench1 get mac", "line 8: 'hots' is not a setting; did you mean"},
-        {good + station + "--host bench1 --user x --password 'a b#c' get mac", "02-1A"},
-        {good + "MFGP_HOST=bench1 " + station + "--port 9 --timeout 0.1 get mac",
+    const StationRow rows[] = {
+        {bad + station + "--host bench1 get mac", 2,
+         "line 8: 'hots' is not a setting; did you mean"},
+        {good + station + "--host bench1 --user x --password 'a b#c' get mac", 0, "02-1A"},
+        {good + "MFGP_HOST=bench1 " + station + "--port 9 --timeout 0.1 get mac", 3,
          "(1 attempt): Connection"},
-        {good + station + "--timeout 0.1 --host 127.0.0.1:9 get mac", "(1 attempt): Connection"},
-        {good + station + "--host 127.0.0.1:x get mac", "--host: 'x' is not a number from 1 to"},
-        {"sed -i '/bad/,$d' $unit/mfgp-station.conf; " + bad + station + "--host bench1 get mac",
+        {good + station + "--timeout 0.1 --host 127.0.0.1:9 get mac", 3, "(1 attempt): Connection"},
+        {good + station + "--host 127.0.0.1:x get mac", 2, "--host: 'x' is not a number from 1 to"},
+        {"sed -i '/bad/,$d' $unit/mfgp-station.conf; " + bad + station + "--host bench1 get mac", 0,
          "mfgp-station.conf' (chmod 600 keeps it private)\n02-1A"},
         {"printf 'y\\nz\\n' >$unit/y; " + bad + station +
              "--account-file $unit/y --host bench1 get mac",
-         "(user 'y' was used)"},
+         5, "(user 'y' was used)"},
         {"while sleep 0.3; do echo 'a b#c'; done | script -qec \"" + station +
              "--host 127.0.0.1 --user x get mac\" /dev/null",
-         "02-1A"},
-        {good + station + "completions -- --host ''", "bench1\n"},
+         0, "02-1A"},
+        {good + station + "completions -- --host ''", 0, "bench1\n"},
     };
-    for (const auto& [line, output] : rows)
-        EXPECT_TRUE(contains(shell(line).output, output)) << line << shell(line).output;
+    for (const StationRow& row : rows)
+        expectShell(row.words, row.exitCode, row.output);
 }
 
-TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
+TEST(StationPerson, CheckAndDiscover_NameTheCauseOfAFailure) {
     const Unit unit;
     expectRows({
         {"discover 127.255.255.255", 0, "127.0.0.1\n"},
@@ -84,7 +85,7 @@ TEST(StationPerson, CheckAndDiscover_NameWhatIsMissing) {
     expectRows({{"-o json check | jq -r .value", 0, "\nno. The unit refuses factory commands"}});
 }
 
-TEST(StationPerson, OnATerminal_AnEraseIsConfirmed) {
+TEST(StationPerson, EraseOnATerminal_NeedsConfirmation) {
     Unit unit;
     const std::string erase = " | script -qec \"$station erase radio\" /dev/null";
     expectShell("echo n" + erase, 2, "not confirmed");
@@ -92,7 +93,7 @@ TEST(StationPerson, OnATerminal_AnEraseIsConfirmed) {
     EXPECT_EQ(shellLines(unit.trace()), std::vector<std::string>{"mfgp_hook_erase_radio"});
 }
 
-TEST(StationPerson, ASecondCallFromOnePort_WaitsOrFails) {
+TEST(StationPerson, SecondCallFromTheSamePort_WaitsOrFails) {
     Unit unit;
     // The first call has the port until the file /end exists.
     const std::string busy =
@@ -110,7 +111,7 @@ void layProgram(const Unit& unit) {
     shell("chmod 755 $unit/station");
 }
 
-TEST(StationPerson, Examples_Run) {
+TEST(StationPerson, ExampleScripts_ReportPassAndFail) {
     Unit unit;
     const std::string examples = "cd " MFGP_SOURCE_DIR "/examples; ";
     const std::string check = "MFGP_STATION=$unit/station ./check-limits --host 127.0.0.1";
@@ -140,7 +141,7 @@ TEST(StationPerson, Completion_OffersCommandsAndOptions) {
                   completed);
 }
 
-TEST(StationVerdict, AValueThatMeansNothing_Fails) {
+TEST(StationVerdict, ReplyWithoutAValue_Fails) {
     Unit unit({StateFile{"/fw/OEM_ID", ""}, StateFile{"/fans/speeds", "2\n"},
                StateFile{"/modem/imei", "123456789012345"}});
     shell("$station fan recheck");
@@ -190,7 +191,7 @@ TEST(StationVerdict, Secrets_AreHidden) {
     expectRows({{"-o json --show-secrets set pin 12345678", 1, R"(["12345678"])"}});
 }
 
-TEST(StationVerdict, JsonOfAUnit_IsParsedWholeOrNotAtAll) {
+TEST(StationVerdict, JsonInAReply_IsParsedOnlyIfAllOfItIsValid) {
     using station::decodeJson, station::jsonLine, station::jsonOf;
     for (const auto& [sent, line] : std::initializer_list<std::pair<std::string_view, const char*>>{
              {R"({"pack":3})", R"({"pack":3})"},

@@ -41,7 +41,7 @@ TEST(StationClient, PrintsValuesAndTheCauseOfAFailure) {
 }
 
 // The commands that are not in examples/production-line.txt.
-TEST(StationClient, WritesAndTestsAUnit) {
+TEST(StationClient, WritesAndTests_SucceedAndReadBack) {
     const std::string group = "{ \"key\": \"" + std::string(304, 'k') + "\", \"gid\": \"" +
                               std::string(36, 'g') + "\", \"pack\": 3 }";
     Unit unit({StateFile{"/group.json", group + "\n"}, {"/wlan/coext_seconds", "3600"}});
@@ -70,7 +70,7 @@ TEST(StationClient, WritesAndTestsAUnit) {
         EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << line;
 }
 
-TEST(StationClient, WrongWords_AreNamed) {
+TEST(StationClient, WrongArguments_AreNamedInTheError) {
     expectRows({
         {"", 2, "no command"},
         {"get cuntry", 2, "unknown command 'get cuntry'; did you mean `get country`?\n"},
@@ -110,7 +110,7 @@ TEST(StationClient, WrongWords_AreNamed) {
     });
 }
 
-TEST(StationClient, OnlyReads_AreRepeated) {
+TEST(StationClient, UnansweredReads_AreRepeated_WritesAreNot) {
     Unit unit;
     // While the daemon is stopped, requests wait in its socket.
     const std::string stop = "kill -STOP $daemon; ";
@@ -138,7 +138,7 @@ TEST(StationClient, OnlyReads_AreRepeated) {
     expectRows({{"get oem-id", 0, "x\n"}, {"set oem-id z", 1, "failed"}, {"release", 0, "OK\n"}});
 }
 
-TEST(StationClient, ShowsWhatIsSentAndReceived) {
+TEST(StationClient, Datagrams_AreShownAndDecoded) {
     Unit unit({StateFile{"/account/username", "admin"}, StateFile{"/account/password", "secret"},
                StateFile{"/private", "admin\r\nsecret\r\n"}, StateFile{"/public", "admin\nsecret"},
                StateFile{"/long", "admin\nsecret\nmore"}});
@@ -184,7 +184,7 @@ constexpr char kCheck[] =
     R"(message info meaning value measure limits raw packet_id start milliseconds tries" then
         [.exit, .outcome, .value] else . end')";
 
-TEST(StationClient, Json_HasOneShape) {
+TEST(StationClient, JsonResults_AllHaveTheSameKeys) {
     Unit unit;
     const std::string flags = R"({"wifi":true,"guest_wifi":false,"ipv6":true,"bluetooth":true})";
     const struct {

@@ -76,7 +76,7 @@ std::string runTask() {
     return testing::internal::GetCapturedStderr();
 }
 
-TEST(Task, WaitsByModeAndReleasesASilentStation) {
+TEST(Task, WaitsLongerInProduceMode_AndReleasesASilentStation) {
     script = {
         {.isProduceMode = false, .ready = 1, .seconds = 599, .wait = 600},
         // 60 seconds of silence keep the binding, 61 do not. An interrupted wait is repeated.
@@ -111,7 +111,6 @@ struct Daemon {
         pclose(log);
     }
     std::string proc() const { return "/proc/" + std::to_string(pid); }
-    // Its children would ignore the signal too.
     bool ignores(int signal) const {
         const std::string status = readFile(proc() + "/status");
         const std::string ignored = status.substr(status.find("SigIgn:") + 8);
@@ -122,7 +121,7 @@ struct Daemon {
     pid_t pid = 0;
 };
 
-TEST(Process, WithoutAReaderOfItsLog_Serves) {
+TEST(Process, WithoutAReaderOfItsLog_StillAnswers) {
     const Daemon daemon("");
     close(fileno(daemon.log));
     const Station station;
@@ -131,7 +130,7 @@ TEST(Process, WithoutAReaderOfItsLog_Serves) {
     EXPECT_FALSE(daemon.ignores(SIGPIPE));
 }
 
-TEST(Process, WithClosedStandardStreamsAndIgnoredChildren_Serves) {
+TEST(Process, ClosedStreamsAndIgnoredSigchld_AreRestoredAtStart) {
     const Daemon daemon("env --ignore-signal=CHLD sh -c 'exec \"$@\" <&- >&- 2>&-' sh ");
     for (const char* fd : {"/fd/0", "/fd/1", "/fd/2"})
         EXPECT_EQ(std::filesystem::read_symlink(daemon.proc() + fd), "/dev/null");

@@ -53,9 +53,8 @@ inline std::vector<CommandRow> allCommands() {
          .needs = {"uci", "atcon"}},
         {.subType = kSpread, .argument = R"({"band":0,"nss":2})",
          .error = "-10357 get wifi rssi error"},
-        // Fails without a fault too, because no logger runs.
-        {.subType = kStopLogger, .error = "-10342 QLog failed to stop!", .failsUnder = 0},
-        {.subType = kStartLogger, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork,
+        {.subType = kStopLog, .error = "-10342 QLog failed to stop!", .failsUnder = 0},
+        {.subType = kStartLog, .error = "-10341 QLog failed to start!", .failsUnder = kNoFork,
          .background = {"QLog"}},
         {.subType = kExtAntenna, .argument = "1", .error = "-10343 ExtAntenna failed to change!",
          .failsUnder = kNoFork, .needs = {"reload_config"}},

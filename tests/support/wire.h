@@ -19,11 +19,11 @@ constexpr uint8_t kGetProductId = 10, kEraseRadio = 17, kStartCal = 18, kButton 
                   kGetModel = 72, kReset = 73, kSetMac = 75, kSetPin = 76, kSetGroup = 77,
                   kGetGroup = 78, kGenerateGroup = 79, kTestMode = 80, kSetModel = 82,
                   kCalStatus = 86, kBluetooth = 87, kFanStatus = 88, kRecheck = 89, kSetImei = 90,
-                  kGetImei = 91, kStartLogger = 92, kStopLogger = 93, kExtAntenna = 94,
-                  kSetFan = 104, kFanSpeeds = 105, kCardState = 106, kCardConn = 107,
-                  kCardSignal = 108, kCardRegState = 109, kSimImei = 110, kSetAntenna = 112,
-                  kGetAntenna = 113, kSetFtm = 114, kGetFtm = 115, kLteVersion = 116, kChains = 128,
-                  kSpread = 131, kConfig = 135;
+                  kGetImei = 91, kStartLog = 92, kStopLog = 93, kExtAntenna = 94, kSetFan = 104,
+                  kFanSpeeds = 105, kCardState = 106, kCardConn = 107, kCardSignal = 108,
+                  kCardRegState = 109, kSimImei = 110, kSetAntenna = 112, kGetAntenna = 113,
+                  kSetFtm = 114, kGetFtm = 115, kLteVersion = 116, kChains = 128, kSpread = 131,
+                  kConfig = 135;
 constexpr uint8_t kCommandFailed = 3, kUnknownCommand = 5, kBoundToAnother = 8, kNotDecoded = 9;
 
 struct Account {
