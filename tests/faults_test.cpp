@@ -4,9 +4,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <optional>
 #include <regex>
-#include <set>
 
 #include "tests/support/command_rows.h"
 #include "tests/support/unit.h"
@@ -179,22 +177,24 @@ INSTANTIATE_TEST_SUITE_P(, ToolFaults,
                          testing::Values("exit 127", "exit 0", "kill -9 $$",
                                          "yes x | tr -d '\\n' | head -c 1048576"));
 
-class SystemFaults : public Faults, public testing::WithParamInterface<SystemFault> {};
+class SystemFaults : public Faults, public testing::WithParamInterface<const char*> {};
 
 TEST_P(SystemFaults, EachCommand_AnswersAndRecovers) {
-    std::map<SystemFault, Fault> faults = {
-        {kNoPipe, injected("?pipe,pipe2", "error=EMFILE")},
-        {kNoFork, injected("clone,?clone3,?fork,?vfork", "error=EAGAIN")},
-        {kFullTmp, inShell("yes | head -c 1048576 >/tmp/filler", "rm /tmp/filler")},
-        {kReadOnlyTmp,
-         inShell("mount -o remount,ro tmpfs /tmp", "mount -o remount,rw tmpfs /tmp")}};
+    const std::map<string, std::pair<SystemFault, Fault>> faults = {
+        {"no pipe", {kNoPipe, injected("?pipe,pipe2", "error=EMFILE")}},
+        {"no fork", {kNoFork, injected("clone,?clone3,?fork,?vfork", "error=EAGAIN")}},
+        {"full /tmp", {kFullTmp, inShell("yes | head -c 1048576 >/tmp/filler", "rm /tmp/filler")}},
+        {"read-only /tmp",
+         {kReadOnlyTmp,
+          inShell("mount -o remount,ro tmpfs /tmp", "mount -o remount,rw tmpfs /tmp")}}};
+    const auto& [kind, fault] = faults.at(GetParam());
     for (const CommandRow& row : allCommands()) {
         const unsigned failsUnder = row.failsUnder.value_or(row.changes.empty() ? kReads : kStores);
-        expect(row, (failsUnder & GetParam()) != 0 ? Outcome::Fails : Outcome::AnswersAsBefore,
-               faults.at(GetParam()));
+        expect(row, (failsUnder & kind) != 0 ? Outcome::Fails : Outcome::AnswersAsBefore, fault);
     }
 }
-INSTANTIATE_TEST_SUITE_P(, SystemFaults, testing::Values(kNoPipe, kNoFork, kFullTmp, kReadOnlyTmp));
+INSTANTIATE_TEST_SUITE_P(, SystemFaults,
+                         testing::Values("no pipe", "no fork", "full /tmp", "read-only /tmp"));
 
 TEST_F(Faults, FailedDump_IsDetectedOnlyIfItLeavesNoFile) {
     const string whole = unit->read("/flash/product-info");

@@ -1,7 +1,6 @@
 // Text that would run more than the command it is part of, wherever a text from the wire, from a
 // factory field or from the configuration comes near a shell line. If it runs, it makes the file
 // /c.
-#include <algorithm>
 #include <regex>
 
 #include "tests/support/command_rows.h"
