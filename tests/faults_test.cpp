@@ -20,7 +20,7 @@ const string kFailed = "(failed)";  // info 3, no payload, the command's error l
 // While it exists, strace answers system calls of the unit's unchanged daemon.
 class Injection {
   public:
-    // `calls` and `answer` are in strace's words: "wait4", "error=EINTR:when=1". The calls that
+    // `calls` and `answer` have strace's form: "wait4", "error=EINTR:when=1". The calls that
     // were answered are in the unit's /strace. Throws UnitImpossible if tracing is not permitted.
     Injection(const string& calls, const string& answer) {
         const string command = "echo $$; exec strace -p $daemon -o $unit/strace -e trace=" + calls +
@@ -37,7 +37,7 @@ class Injection {
         kill(tracer_, SIGTERM);
         pclose(output_);
     }
-    Injection(Injection&&) = delete;  // and so no copies
+    Injection(Injection&&) = delete;  // neither moved nor copied
 
   private:
     FILE* output_;
@@ -112,7 +112,7 @@ class Faults : public testing::Test {
                          ? seen == answer
                          : (seen == kFailed) == (outcome == Outcome::Fails)))
             << seen;
-        // After a failure nothing has changed, except for the two commands that do a part.
+        // A failed command leaves the flash unchanged, except for the two that can stop halfway.
         for (const auto& [part, content] : flash())
             EXPECT_TRUE(content == before[part] ||
                         (part == row.changes && (seen != kFailed || isPartial)))
@@ -162,7 +162,7 @@ TEST_P(ToolFaults, EachCommand_AnswersAndRecovers) {
     const string way = GetParam();
     for (const CommandRow& row : allCommands())
         for (const string& tool : toolsOf(row)) {
-            // reload_config prints nothing when it works, too.
+            // reload_config also prints nothing when it works.
             const bool isNeeded = std::ranges::count(row.needs, tool) != 0 &&
                                   (way != "exit 0" || tool != "reload_config");
             expect(row,
@@ -172,7 +172,7 @@ TEST_P(ToolFaults, EachCommand_AnswersAndRecovers) {
                    {[&] { unit->fault(tool, way); }, [&] { unit->remove("/fault/" + tool); }});
         }
 }
-// As if the tool were missing, silent or killed, and with output that fits no buffer.
+// The tool is missing, silent or killed, or prints more than any buffer holds.
 INSTANTIATE_TEST_SUITE_P(, ToolFaults,
                          testing::Values("exit 127", "exit 0", "kill -9 $$",
                                          "yes x | tr -d '\\n' | head -c 1048576"));

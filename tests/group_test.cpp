@@ -23,7 +23,7 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
             unit.fault("check_group", verdict + "; exit");
         expectRows(kSetGroup, {{.argument = argument, .answer = kFails, .logs = logs, .ran = ran}});
     };
-    refused("", rejected, {}, "printf success >$2");  // the verdict that the next rows have, too
+    refused("", rejected, {}, "printf success >$2");  // this verdict holds for the next rows too
     refused("{", noJson, check);
     refused(std::string(1024, ' ') + good, noJson, check);
     refused("[1]", noGid, check);
@@ -33,7 +33,7 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
     refused(groupObject(kKey.substr(2), kGid), "key not valid \n", check);
     refused(groupObject(kKey, kGid, R"("3")"), "not find pack object \n", check);
     refused(badKey, "modify /tmp/group-tmp key error \n", dump);
-    // Only the exact verdict on the unchanged text is accepted, and it is removed before the next.
+    // Only the exact verdict on the unchanged text is accepted. Each check removes the last one.
     refused("[5]", noGid, check, "[ \"$(cat $1)\" = '[5]' ] && printf success >$2");
     refused(good, rejected, check, "exit");
     refused(good, rejected, check, "printf 'success%093d' 0 >$2");

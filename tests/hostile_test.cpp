@@ -1,5 +1,5 @@
-// Hostile datagrams to several lives of a daemon. Nothing of them runs, and the daemon's process,
-// descriptors and memory do not change. MFGP_DATAGRAMS is the number of datagrams.
+// Hostile datagrams to a daemon that is restarted now and then. No text in them runs as a command,
+// and the daemon's process, descriptors and memory do not change. MFGP_DATAGRAMS sets their number.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -37,8 +37,8 @@ class HostileNetwork {
             (below(3) == 0 ? stranger : main).send(datagram());
     }
 
-    // Waits until everything is handled, and binds the main station. Returns false without an
-    // answer.
+    // Waits until every datagram is handled, and binds the main station. Returns false if no answer
+    // arrives.
     bool settle() {
         for (const Station* bound : {&stranger, &main})
             bound->send(wireOf({.type = kCancel}));
@@ -60,7 +60,7 @@ class HostileNetwork {
         std::ranges::generate(text, [this] { return static_cast<char>(random_()); });
         return text;
     }
-    // Random bytes, the argument of a command, text that makes a file if a shell runs it, or both.
+    // Returns random bytes, a command's argument, text that makes a file if it runs, or these two.
     std::string argument() {
         static const std::vector<CommandRow> kRows = allCommands();
         static const std::string kCanaries[] = {"$(>/c)", "`>/c`", "';>/c;'", "|>/c&", "\n>/c"};
@@ -76,7 +76,7 @@ class HostileNetwork {
                        .subType = sub,
                        .payload = type == 7 ? innerOf(sub, argument()) : argument()});
     }
-    // Whole, damaged, cut or of random bytes.
+    // Returns a whole, damaged or cut packet, or random bytes.
     std::string datagram() {
         std::string wire = request(below(10), random_());
         for (size_t i = below(2) * below(4); i > 0; i--)

@@ -104,7 +104,7 @@ TEST(Line, JsonRecords_ContainStationLabelsAndLimits_ButNoSecrets) {
 }
 
 TEST(Line, RunOnManyUnits_RecordsTheValuesOfEachUnit) {
-    const Unit unit;  // for a folder
+    const Unit unit;  // its folder holds the files
     unit.write("/lines", "get mac\nget device-id\nget button wps --expect 'BUTTON OK' --until\n");
     const ShellResult result = shell(
         MFGP_SIM " line 3 --state $unit/line --daemon " MFGPD " --runner '" MFGP_RUNNER
@@ -137,7 +137,7 @@ TEST(Line, RunThatWaitsForInput_SendsHeartbeatsUntilRelease) {
     EXPECT_EQ(
         shell("sed -n '/CANCEL TEST/,$p' $unit/log/stdout | grep -cE 'CANCEL|heartbeat'").output,
         "1\n");
-    // A pipe that never ends.
+    // Input that never ends.
     expectShell("mkfifo $unit/pipe; { echo init >&0; $station --deadline 0.4 run -; } <>$unit/pipe",
                 3, "");
 }
@@ -165,8 +165,7 @@ TEST(Line, Interrupt_EndsTheRun_AndAnUnansweredWriteIsAborted) {
     expectShell(outcomes, 0, "outcome\":\"PASS\noutcome\":\"ABORTED\n");
     EXPECT_TRUE(contains(unit.read("/seen"), "`get oem-id` shows it"));
     kill(unit.daemon(), SIGCONT);
-    expectRows(
-        {{"--local-port 1042 get oem-id", 0, "x\n"}});  // the unit was written, then released
+    expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // written, and the unit was released
 }
 
 }  // namespace

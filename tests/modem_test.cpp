@@ -1,5 +1,5 @@
-// The cellular side: detection, the lines of each module as its console gets them, test mode and
-// antenna tests, card and IMEI, logger and external antenna.
+// The cellular commands: module detection, the lines that each module's console receives, test mode
+// and antenna tests, card and IMEI, logger and external antenna.
 #include <ctime>
 
 #include "tests/support/commands.h"
@@ -10,8 +10,8 @@ const std::string kKind = "/modem/kind";  // holds the name of the module that i
 
 class Modem : public Commands {
   protected:
-    // Returns what the last command asked on the modem's consoles.
-    std::string asked() const {
+    // Returns the console calls of the last command.
+    std::string consoleCalls() const {
         std::string all;
         for (const std::string& call : calls)
             if (call.starts_with("atcon") || call.starts_with("cellcli"))
@@ -26,7 +26,7 @@ TEST_F(Modem, ModuleNameAndMaker_AreReadFromTheProfile) {
         unit.fault("uci", "case \"$*\" in 'get mobile.modem." + option +
                               " -c /etc/profile.d') echo '" + value + "' ;; esac; exit");
         ask(command, "");
-        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(consoleCalls(), console);
     };
     test(kGetFtm, "module_name", "EG18-EA\nmore", "atcon -c 'AT+QRFTESTMODE?'");
     EXPECT_TRUE(contains(trace, "[get_module_name():%] result=EG18-EA,len=7\n"));
@@ -45,7 +45,7 @@ TEST_F(Modem, AntennaTest_SendsTheAtCommandsOfTheModule) {
                           const char* level) {
         unit.write(kKind, module);
         EXPECT_EQ(ask(kSetAntenna, argument), "");
-        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(consoleCalls(), console);
         EXPECT_EQ(ask(kGetAntenna, ""), padded(level, 8));
     };
     unit.write("/modem/ftm", "1");
@@ -70,7 +70,7 @@ TEST_F(Modem, FailedAntennaTest_ForgetsTheLevel_UnlessTheModuleIsUnknown) {
     EXPECT_NE(station.command(kGetAntenna).text(), "999");
     expectRows(kSetAntenna, {{.argument = "1-3", .answer = kFails, .put = {kKind, "EM05"}}});
     EXPECT_EQ(station.command(kGetAntenna).text(), "999");
-    // The set-up gets no answer, then the empty line of a test that is neither 0 nor 1.
+    // First the set-up gets no answer, then the level: its line is empty for a test of 2.
     for (const char* answer : {"exit", "echo OK; exit"}) {
         unit.fault("cellcli", answer);
         unit.write(kKind, "FG621");
@@ -86,9 +86,9 @@ TEST_F(Modem, FactoryTestMode_IsSetAndRead) {
                           const std::string& get, const Text& answer) {
         unit.write(kKind, module);
         expectRows(kSetFtm, {{.argument = value, .ran = {set}}});
-        EXPECT_EQ(asked(), set);
+        EXPECT_EQ(consoleCalls(), set);
         expectRows(kGetFtm, {{.answer = answer}});
-        EXPECT_EQ(asked(), get);
+        EXPECT_EQ(consoleCalls(), get);
     };
     test("EG18-EA", "1", "atcon -c AT+QRFTESTMODE=1", "atcon -c 'AT+QRFTESTMODE?'", "1\n");
     test("EG060K-EA", "1", R"(atcon -c 'AT+QRFTEST="mode",1')", R"(atcon -c 'AT+QRFTEST="mode"')",
@@ -96,7 +96,7 @@ TEST_F(Modem, FactoryTestMode_IsSetAndRead) {
     test("RG520N-EU", "9999999999", "atcon -c AT+QFTMMODE=2147483647", "atcon -c 'AT+QFTMMODE?'",
          "21474836");
     test("FG621", "1", "cellcli -c at+sfun=5", "", kFails);
-    test("FG621", "0", "", "", kFails);  // an empty line is run
+    test("FG621", "0", "", "", kFails);  // the shell line is empty
 }
 
 TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
@@ -108,7 +108,7 @@ TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
                              const std::string& logs) {
         const StateFile kind = {kKind, module};
         expectRows(command, {{.argument = argument, .answer = kFails, .logs = logs, .put = kind}});
-        EXPECT_EQ(asked(), "");
+        EXPECT_EQ(consoleCalls(), "");
     };
     refused(kSetFtm, "none", "1", noName + "FTM\n");
     refused(kGetImei, "none", "", noName + "sim IMEI\n");
@@ -153,13 +153,13 @@ TEST_F(Modem, SetImei_WritesFlashAndModem) {
         unit.start();
         unit.write(kKind, "none");
         EXPECT_EQ(ask(kSetImei, imei), kFails);
-        EXPECT_EQ(asked(), "");
+        EXPECT_EQ(consoleCalls(), "");
         unit.write(kKind, module);
         EXPECT_EQ(ask(kSetImei, "-n"), kFails);
         EXPECT_EQ(ask(kSetImei, imei + (imei == digits ? "678" : "")), "");
         EXPECT_TRUE(contains(trace, "new imei is:" + imei + "\r\n"));
         EXPECT_EQ(shellLines(trace).at(0), "echo " + imei + "  > /tmp/imei-tmp");
-        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(consoleCalls(), console);
         EXPECT_EQ(unit.read("/flash/default-imei"), imei + "\n");
     };
     write("RG520N-EU", digits,
@@ -195,7 +195,7 @@ TEST_F(Modem, ModemVersionAndSimImei_ArePadded) {
 TEST_F(Modem, Logger_RunsUntilItIsStopped) {
     EXPECT_EQ(ask(kStartLog, ""), "");
     EXPECT_TRUE(eventually([&] { return ask(kStopLog, "") == ""; }));
-    // It can be killed once more until the unit has collected it.
+    // A killed logger can be killed again until the unit has reaped it.
     EXPECT_TRUE(eventually([&] { return ask(kStopLog, "") == kFails; }));
 }
 

@@ -7,7 +7,7 @@ namespace {
 
 class Production : public Commands {};
 
-// Little-endian on every unit.
+// Returns a number as every unit sends it: four bytes, little-endian.
 std::string word(uint8_t value) { return {static_cast<char>(value), 0, 0, 0}; }
 
 // clang-format off

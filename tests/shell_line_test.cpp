@@ -1,6 +1,6 @@
-// Text that would run more than the command it is part of, wherever a text from the wire, from a
-// factory field or from the configuration comes near a shell line. If it runs, it makes the file
-// /c.
+// Texts that would run a command of their own if they were part of a shell line unchecked. They
+// come from the wire, from factory fields and from the configuration. A text that runs makes the
+// file /c.
 #include <regex>
 
 #include "tests/support/command_rows.h"
@@ -11,7 +11,7 @@ namespace {
 
 using std::string;
 
-// Short enough for every field.
+// Each text fits in every field.
 const char* const kTexts[] = {"`>/c`$(>/c);>/c", "|>/c&>/c&", "\n>/c\n", "';>/c;'",
                               "\";>/c;\"",       "a b>/c",    "%s%n"};
 

@@ -170,7 +170,7 @@ TEST(StationVerdict, AnEchoOfTheRequest_IsNotAReply) {
                 {to + "set pin 12345678", 3, "no reply"},
                 {to + "reset --yes", 3, "no reply"},
                 {to + "raw 4 0", 6, "an echo of the request, not a reply"},
-                {to + "heartbeat", 0, "OK"}});  // a unit sends it back in the same way
+                {to + "heartbeat", 0, "OK"}});  // a unit too returns it unchanged
     isOver = true;
     echo.join();
 }

@@ -195,7 +195,7 @@ TEST(StationClient, JsonResults_AllHaveTheSameKeys) {
         {"get card-signal --expect 4", R"(0,"PASS",4)"},
         {"get card-signal --expect 5", R"(1,"FAIL",4)"},
         {"get enable-flags", R"(0,"PASS",)" + flags},
-        {"fan recheck", R"(0,"PASS",null)"},  // before it there are no speeds
+        {"fan recheck", R"(0,"PASS",null)"},  // measures what the next row reads
         {"fan speeds 3", R"(0,"PASS",[3600,3540])"},
         {"usb", R"(0,"PASS",[{"version":"2.00","vendor":"1234","product":"5678",)"
                 R"("serial":"60A44C413A5FE3B0"}])"},

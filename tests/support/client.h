@@ -16,7 +16,7 @@ struct ShellResult {
 
 // Runs a shell line. In it, $station is the program with the address of the unit, $unit the folder
 // of the unit and $daemon its process. `await WORD FILE [TIMES]` waits for at most half a minute
-// until so many lines of the file contain the word.
+// until that many lines of the file, or one, contain the word.
 inline ShellResult shell(const std::string& line) {
     const std::string prepared =
         "station='" MFGP_STATION

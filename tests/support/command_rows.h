@@ -21,15 +21,15 @@ struct CommandRow {
     size_t length = 64;          // to which this answer is padded with zero bytes; 0: not padded
     std::string whenEmpty = {};  // the answer for an empty field
     std::string error;           // code and message
-    // Without a value: those of a read, or those of a write if it changes a partition.
+    // The default is kReads, or kStores for a command that changes a partition.
     std::optional<unsigned> failsUnder = {};
     std::vector<std::string> needs = {};    // fails unless these tools do their work
     std::set<std::string> background = {};  // tools that it starts and does not wait for
     std::string changes = {};  // the partition that the command writes, once unless it is the reset
 };
 
-// clang-format off
 inline std::vector<CommandRow> allCommands() {
+    // clang-format off
     const std::string kInfo = "product-info", kCalibration = "-10309 start calibration data failed";
     return {
         {.subType = kGetDescription, .error = "-10323 get hw desc failed"},
@@ -113,5 +113,5 @@ inline std::vector<CommandRow> allCommands() {
         {.subType = kGetModel, .field = "MODEL", .length = 0,
          .error = "-10339 get model name failed"},
     };
+    // clang-format on
 }
-// clang-format on

@@ -36,7 +36,7 @@ class Unit {
     // daemon is bound. Throws UnitImpossible or a runtime_error.
     explicit Unit(const std::vector<StateFile>& files = {}, const std::string& arguments = "");
     ~Unit();
-    Unit(Unit&&) = delete;  // and so no copies
+    Unit(Unit&&) = delete;  // neither moved nor copied
 
     void stop();
     void start();

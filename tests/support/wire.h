@@ -35,7 +35,7 @@ struct Account {
 struct Request {
     uint8_t type = kSpecial;
     uint8_t subType = 0;
-    std::string payload = {};  // plain
+    std::string payload = {};  // not yet ciphered
     uint16_t packetId = 0xA55A;
     std::optional<uint32_t> length = {};  // instead of the padded payload length
     bool spoilDigest = false;
@@ -53,7 +53,7 @@ std::string innerOf(uint8_t subType, const std::string& payload);
 struct Answer {
     std::string wire;     // the whole datagram
     std::string header;   // 28 bytes
-    std::string payload;  // plain, padding included
+    std::string payload;  // deciphered, padding included
     uint8_t info() const { return static_cast<uint8_t>(header.at(3)); }
     // The payload up to the first zero byte.
     std::string text() const { return payload.c_str(); }
@@ -76,7 +76,7 @@ class Station {
   public:
     explicit Station(Account account = {}, const char* from = "127.0.0.1", uint16_t fromPort = 0);
     ~Station();
-    Station(Station&&) = delete;  // and so no copies
+    Station(Station&&) = delete;  // neither moved nor copied
 
     void send(const std::string& datagram) const;
     // Returns the next datagram, or nothing if none arrives in time.
