@@ -12,43 +12,44 @@ std::string moduleThat(const std::string& body) {
     return "local M = {}\nfunction M.dispatch(request)\n" + body + "\nend\nreturn M\n";
 }
 
-std::string names(const std::string& user, const std::string& password) {
+std::string success(const std::string& user, const std::string& password) {
     return "return {success = true, data = {username = " + user + ", password = " + password + "}}";
 }
 
 // Returns true if the daemon decrypts the packets of a station with this account.
-bool understood(const Account& account) {
+bool isDecrypted(const Account& account) {
     const Station station(account);
-    station.send(wireOf({.type = 4, .payload = "ciphered"}, account));
+    station.send(wireOf({.type = kHeartbeat, .payload = "ciphered"}, account));
     const auto reply = station.receive();
-    station.send(wireOf({.type = 6}, account));  // releases the unit for the next station
+    station.send(wireOf({.type = kCancel}, account));  // releases the unit for the next station
     return reply && reply->at(3) == 0 && openAnswer(*reply, account).payload == "ciphered";
 }
 
-TEST(AccountCheck, TheControllersAnswer_MakesTheKey) {
+TEST(AccountCheck, ControllersAnswer_DeterminesTheKey) {
     Unit unit;
-    for (const auto& [body, user, password] :
-         {std::tuple{names("'admin'", "'secret'"), "admin", "secret"},
-          {names("'admin'", "''"), "admin", "kiosk"},
-          {names("'abcdefghijklmnopqrst'", "'123456789012345'"), "abcdefghijklmno",
-           "123456789012345"},
-          {names("42", "7"), "42", "7"},
-          {names("'ad\\0min'", "'p'"), "ad", "p"},
-          {names("{}", "true"), "kiosk", "kiosk"},
-          {names("request.form", "request.operation"), "account", "appget"},
-          {"return {success = 0, data = {username = 'z'}}", "z", "kiosk"}}) {
+    const auto expectAccount = [&](const std::string& body, const Account& account) {
         unit.write(kModule, moduleThat(body));
-        EXPECT_TRUE(understood({user, password})) << body << unit.trace();
-    }
+        EXPECT_TRUE(isDecrypted(account)) << body << unit.trace();
+    };
+    expectAccount(success("'admin'", "'secret'"), {.user = "admin", .password = "secret"});
+    expectAccount(success("'admin'", "''"), {.user = "admin"});
+    expectAccount(success("'abcdefghijklmnopqrst'", "'123456789012345'"),
+                  {.user = "abcdefghijklmno", .password = "123456789012345"});
+    expectAccount(success("42", "7"), {.user = "42", .password = "7"});
+    expectAccount(success("'ad\\0min'", "'p'"), {.user = "ad", .password = "p"});
+    expectAccount(success("{}", "true"), {.user = "kiosk", .password = "kiosk"});
+    expectAccount(success("request.form", "request.operation"),
+                  {.user = "account", .password = "appget"});
+    expectAccount("return {success = 0, data = {username = 'z'}}", {.user = "z"});
     unit.write(kModule,
                "local u = newproxy(true) getmetatable(u).__index = {dispatch = function() "
                "return {success = true, data = {username = 'userdata'}} end} return u");
-    EXPECT_TRUE(understood({"userdata", "kiosk"})) << unit.trace();
+    EXPECT_TRUE(isDecrypted({"userdata", "kiosk"})) << unit.trace();
 }
 
-TEST(AccountCheck, AFailure_KeepsTheLastKeyAndSaysWhy) {
+TEST(AccountCheck, FailedCheck_KeepsTheLastKey_AndLogsTheCause) {
     Unit unit({StateFile{"/account/username", "admin\n"}, {"/account/password", "secret\n"}});
-    ASSERT_TRUE(understood({"admin", "secret"}));
+    ASSERT_TRUE(isDecrypted({"admin", "secret"}));
     const std::string raises = "setmetatable({}, {__index = function() error('no') end})";
     // Raises a number while finalizers that raise errors are pending.
     const std::string number =
@@ -71,23 +72,23 @@ TEST(AccountCheck, AFailure_KeepsTheLastKeyAndSaysWhy) {
            "callback username\r\nERROR: pcall: "}}) {
         unit.write(kModule, module);
         unit.trace();
-        EXPECT_TRUE(understood({"admin", "secret"})) << module;
-        EXPECT_NE(unit.trace().find(printed), std::string::npos) << module;
+        EXPECT_TRUE(isDecrypted({"admin", "secret"})) << module;
+        EXPECT_TRUE(contains(unit.trace(), printed)) << module;
     }
 }
 
 TEST(AccountCheck, WithoutAnyAccount_TheKeyIsZero) {
     Unit unit;
     unit.remove(kModule);
-    EXPECT_FALSE(understood({}));
+    EXPECT_FALSE(isDecrypted({}));
     unit.stop();
     unit.start();
     unit.remove(kModule);
-    EXPECT_TRUE(understood({.key = std::string(8, '\0')}));
+    EXPECT_TRUE(isDecrypted({.key = std::string(8, '\0')}));
 }
 
 // These controllers need more memory than the account check's own array.
-TEST(AccountCheck, AControllerThatNeedsMuchMemory_IsServed) {
+TEST(AccountCheck, ControllerThatNeedsMuchMemory_StillReturnsTheAccount) {
     Unit unit;
     const std::string answer = "return {success = true, data = {username = u, password = 'p'}}";
     const std::string text = "local s = string.rep('x', 40000) ";
@@ -107,7 +108,7 @@ TEST(AccountCheck, AControllerThatNeedsMuchMemory_IsServed) {
 #endif
     for (const auto& [body, user] : rows) {
         unit.write(kModule, moduleThat(body));
-        EXPECT_TRUE(understood({user, "p"})) << body << unit.trace();
+        EXPECT_TRUE(isDecrypted({user, "p"})) << body << unit.trace();
     }
 }
 

@@ -36,24 +36,25 @@ class Codec : public testing::Test {
 // The expected values are from OpenSSL 3.0: `printf kioskkiosk | openssl dgst -md5 -r`, and
 // `echo PLAIN | xxd -r -p | openssl enc -des-ecb -nopad -K KEY -provider legacy -provider default
 // | xxd -p`.
-TEST_F(Codec, TheCipher_AgreesWithAnOutsideTool) {
+TEST_F(Codec, Cipher_AgreesWithOpenSsl) {
     EXPECT_EQ(memcmp(ctx->payloadKey, fromHex("31d1352a8f7591c2").data(), 8), 0);
-    for (const auto& [key, plain, cipher] :
-         {std::tuple{"0123456789abcdef", "4e6f772069732074", "3fa40e8a984d4815"},
-          {"0022446688aaccee", "4e6f772069732074", "3fa40e8a984d4815"},  // parity is ignored
-          {"0000000000000000", "0000000000000000", "8ca64de9c1b123a7"},  // a weak key works
-          {"31d1352a8f7591c2", "30322d31412d32422d31332d37422d303000000000000000",
-           "bdb523307e6e3123007222eaee766a908a69a117d754ccd6"}}) {
-        std::string rowKey = fromHex(key), text = fromHex(plain);
+    const auto expectCipher = [](const char* key, const char* plain, const char* cipher) {
+        std::string keyBytes = fromHex(key), text = fromHex(plain);
         const auto length = static_cast<uint32_t>(text.size());
-        for (const auto& [direction, expected] :
-             {std::pair{CipherDirection::Encrypt, cipher}, {CipherDirection::Decrypt, plain}}) {
-            EXPECT_EQ(mfgp_desEcb(bytesOf(text), length, bytesOf(text), length + 8, bytesOf(rowKey),
-                                  direction),
-                      length);
-            EXPECT_EQ(text, fromHex(expected));
-        }
-    }
+        const auto run = [&](CipherDirection direction) {
+            return mfgp_desEcb(bytesOf(text), length, bytesOf(text), length + 8, bytesOf(keyBytes),
+                               direction);
+        };
+        EXPECT_EQ(run(CipherDirection::Encrypt), length);
+        EXPECT_EQ(text, fromHex(cipher));
+        EXPECT_EQ(run(CipherDirection::Decrypt), length);
+        EXPECT_EQ(text, fromHex(plain));
+    };
+    expectCipher("0123456789abcdef", "4e6f772069732074", "3fa40e8a984d4815");
+    expectCipher("0022446688aaccee", "4e6f772069732074", "3fa40e8a984d4815");  // other parity bits
+    expectCipher("0000000000000000", "0000000000000000", "8ca64de9c1b123a7");  // a weak key
+    expectCipher("31d1352a8f7591c2", "30322d31412d32422d31332d37422d303000000000000000",
+                 "bdb523307e6e3123007222eaee766a908a69a117d754ccd6");
 }
 
 TEST_F(Codec, TheCipher_RefusesALengthThatDoesNotFitAndPadsAPartialBlock) {
@@ -71,21 +72,21 @@ TEST_F(Codec, TheCipher_RefusesALengthThatDoesNotFitAndPadsAPartialBlock) {
     EXPECT_EQ(memcmp(out, expected, 8), 0);
 }
 
-TEST_F(Codec, APacketThatFitsAndIsWhole_IsDecoded) {
+TEST_F(Codec, Packet_IsDecoded_UnlessItsLengthExceedsTheBuffer) {
     for (const size_t length : {0U, 8U, 44960U}) {
-        const std::string text(length, 'x'), wire = wireOf({.type = 4, .payload = text});
+        const std::string text(length, 'x'), wire = wireOf({.type = kHeartbeat, .payload = text});
         ASSERT_EQ(decode((wire + "after the packet").substr(0, kMaxDatagram)), 0) << length;
         EXPECT_EQ(text, reinterpret_cast<char*>(mfgp_payload(ctx->recvBuf)));
     }
     for (const uint32_t length : {44965U, 45000U, 0x80000000U, 0xFFFFFFFFU}) {
         testing::internal::CaptureStderr();
-        EXPECT_EQ(decode(wireOf({.type = 4, .length = length})), -10306) << length;
+        EXPECT_EQ(decode(wireOf({.type = kHeartbeat, .length = length})), -10306) << length;
         const std::string errors = testing::internal::GetCapturedStderr();
         EXPECT_TRUE(errors.starts_with(errorLine(-10306, "v2 decode des error")));
     }
 }
 
-TEST_F(Codec, AReply_IsPaddedByTheLengthInItsHeader) {
+TEST_F(Codec, Reply_IsPaddedToWholeBlocks_OrRefusedIfTooLong) {
     for (const auto& [length, padded] : {std::pair{0U, 0U},
                                          {1U, 8U},
                                          {8U, 8U},

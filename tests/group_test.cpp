@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr uint8_t kSetGroup = 77, kGetGroup = 78, kGenerate = 79;
 const std::string kKey(308, 'k'), kGid(36, 'g');
 
 class Group : public Commands {};
@@ -18,13 +17,13 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
         "/bin/check_group /tmp/mfgp_group.input /tmp/mfgp_group.output"};
     const Lines dump = {check[0], "flashkv -r /tmp/group-tmp -p product-info"};
     const std::string badKey = groupObject(kKey.substr(1) + "\\n", kGid);
-    const auto refused = [&](const std::string& argument, const std::string& said, const Lines& ran,
+    const auto refused = [&](const std::string& argument, const std::string& logs, const Lines& ran,
                              const std::string& verdict = "") {
         if (!verdict.empty())
             unit.fault("check_group", verdict + "; exit");
-        expectRows(kSetGroup, {{.argument = argument, .answer = kFails, .said = said, .ran = ran}});
+        expectRows(kSetGroup, {{.argument = argument, .answer = kFails, .logs = logs, .ran = ran}});
     };
-    refused("", rejected, {}, "printf success >$2");  // the verdict that the next rows have, too
+    refused("", rejected, {}, "printf success >$2");  // this verdict holds for the next rows too
     refused("{", noJson, check);
     refused(std::string(1024, ' ') + good, noJson, check);
     refused("[1]", noGid, check);
@@ -34,7 +33,7 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
     refused(groupObject(kKey.substr(2), kGid), "key not valid \n", check);
     refused(groupObject(kKey, kGid, R"("3")"), "not find pack object \n", check);
     refused(badKey, "modify /tmp/group-tmp key error \n", dump);
-    // Only the exact verdict on the unchanged text is accepted, and it is removed before the next.
+    // Only the exact verdict on the unchanged text is accepted. Each check removes the last one.
     refused("[5]", noGid, check, "[ \"$(cat $1)\" = '[5]' ] && printf success >$2");
     refused(good, rejected, check, "exit");
     refused(good, rejected, check, "printf 'success%093d' 0 >$2");
@@ -47,17 +46,17 @@ TEST_F(Group, AnInvalidObject_IsRefusedWithItsCause) {
     EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid, "-123456789012")), "");
     const std::string keys = "preconf_k:" + kKey + "\npreconf_g:" + kGid + "\n";
     EXPECT_EQ(unit.read("/flash/product-info"), before + keys + "preconf_p:-214748\n");
-    expectRows(kSetGroup, {{.argument = good, .answer = kFails, .said = "repeated execution \n"}});
+    expectRows(kSetGroup, {{.argument = good, .answer = kFails, .logs = "repeated execution \n"}});
 }
 
-TEST_F(Group, AnEarlierVerdict_IsNotUsed) {
+TEST_F(Group, VerdictLeftByAnEarlierCheck_IsNotUsed) {
     unit.write("/tmp/mfgp_group.output", "success");
     unit.remove("/bin/sh");
     EXPECT_EQ(ask(kSetGroup, groupObject(kKey, kGid)), kFails);
-    EXPECT_NE(trace.find("open file /tmp/mfgp_group.output error"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "open file /tmp/mfgp_group.output error"));
 }
 
-TEST_F(Group, AReadAnswersAnObject) {
+TEST_F(Group, GetGroup_AnswersAJsonObject_AndRefusesAPackThatIsNotDigits) {
     const std::string cut = R"({ "key": ")" + kKey + R"(", "gid": ")" + kGid + R"(", "pack": 9 })";
     const auto test = [&](const std::string& key, const std::string& gid, const char* pack,
                           const Text& answer) {
@@ -73,11 +72,11 @@ TEST_F(Group, AReadAnswersAnObject) {
     test("", "", "-5", kFails);
 }
 
-TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
+TEST_F(Group, GenerateGroup_AnswersTheOutputOfTheFirmwaresTool) {
     const auto test = [&](const char* argument, const std::string& tool, const Text& answer,
                           const std::string& count = "") {  // without a count the tool does not run
         unit.fault("generate_group", tool + "; exit");
-        expectRows(kGenerate, {{.argument = argument, .answer = answer}});
+        expectRows(kGenerateGroup, {{.argument = argument, .answer = answer}});
         const Lines call = {"generate_group " + count + " /tmp/mfgp_generate_group"};
         EXPECT_EQ(calls, count.empty() ? Lines{} : call);
     };
@@ -88,7 +87,7 @@ TEST_F(Group, AGroupIsGeneratedByTheFirmwaresTool) {
     test("0", ":", kFails);
     test("4294967297", ":", kFails);
     unit.remove("/fault/generate_group");
-    EXPECT_EQ(ask(kSetGroup, station.command(kGenerate, "3").text()), "");
+    EXPECT_EQ(ask(kSetGroup, station.command(kGenerateGroup, "3").text()), "");
 }
 
 }  // namespace

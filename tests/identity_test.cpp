@@ -13,24 +13,24 @@ const std::string kMac("\x02\x1A\x2B\x13\x7B\x0F", 6), k64(64, 'x');
 const std::string kKey(304, 'k'), kGid(36, 'g'), kInfo = "product-info";
 const std::string kGroup = "{ \"key\": \"" + kKey + "\", \"gid\": \"" + kGid + "\", \"pack\": 3 }";
 
-constexpr uint8_t kSetDeviceId = 54, kSetOemId = 60, kSetSpecialId = 65, kSetCountry = 67,
-                  kSetMac = 75, kSetPin = 76, kSetGroup = 77, kSetModel = 82, kSetImei = 90;
-
 const Lines kMacLines = {
     "echo 02-1A-2B-13-7B-0F  > /tmp/mac-tmp", "flashkv -w /tmp/mac-tmp -p default-mac",
     "sh  /lib/essid/essid.sh NORVANE 137B0F &", "mfgp_hook_setmac 02:1A:2B:13:7B:0F"};
 
 class Identity : public Commands {};
 
-TEST_F(Identity, AFieldIsAnsweredInItsLength) {
-    for (const FieldRead& row : kFieldReads) {
-        const std::string file = std::string("/fw/") + row.key;
+TEST_F(Identity, FactoryField_IsAnsweredPaddedToItsLength) {
+    const std::set<uint8_t> keepCache = {kGetProductId, kGetFirmwareId, kGetHardwareId, kGetSsid};
+    for (const CommandRow& row : allCommands()) {
+        if (row.field.empty())
+            continue;
+        const std::string file = "/fw/" + row.field;
         const auto fixed = [&](const std::string& text) {
             return padded(text, std::max(text.size(), row.length));
         };
         for (const bool encrypted : {false, true}) {
-            const bool isBoth = row.subType == 70 || row.subType == 71;
-            if (!isBoth && encrypted != (row.subType == 72))
+            const bool isBoth = row.subType == kGetHardware || row.subType == kGetFirmware;
+            if (!isBoth && encrypted != (row.subType == kGetModel))
                 continue;
             unit.write("/tmp/fwinfo-cache", "stale");
             const size_t most = row.length == 0 ? 64 : row.length;
@@ -40,17 +40,16 @@ TEST_F(Identity, AFieldIsAnsweredInItsLength) {
                         {.answer = x(most), .put = {file, x(100)}},
                         {.answer = fixed("/*/* ? b"), .put = {file, "/*/* ?\nb"}}},
                        encrypted);
-            const std::set<uint8_t> keeping = {10, 56, 57, 68};
-            EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), keeping.contains(row.subType));
+            EXPECT_EQ(unit.exists("/tmp/fwinfo-cache"), keepCache.contains(row.subType));
         }
     }
     const std::string special = "/fw/SPECIAL_ID";
-    expectRows(64, {{.answer = padded("US", 64), .put = {special, "55530000"}},
-                    {.answer = padded("UN", 64), .put = {special, "\n"}}});
-    expectRows(58, {{.answer = padded("/*/* ? b /*/* ? b", 128)}});
+    expectRows(kGetSpecialId, {{.answer = padded("US", 64), .put = {special, "55530000"}},
+                               {.answer = padded("UN", 64), .put = {special, "\n"}}});
+    expectRows(kGetDescription, {{.answer = padded("/*/* ? b /*/* ? b", 128)}});
 }
 
-TEST_F(Identity, AWriteIsStoredAndReadsBack) {
+TEST_F(Identity, Write_RunsItsLines_AndTheValueReadsBack) {
     const auto write = [&](uint8_t command, const std::string& argument, const Lines& lines,
                            const std::string& partition, const std::string& stored) {
         unit.write("/flash/product-info", "a:1\n");
@@ -68,24 +67,24 @@ TEST_F(Identity, AWriteIsStoredAndReadsBack) {
     };
     write(kSetDeviceId, k64 + "y", {"flashkv -w /tmp/device-tmp -p device-id"}, "device-id",
           "dev_id:" + k64);
-    EXPECT_NE(trace.find("device ID is:" + k64 + "\r\n"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "device ID is:" + k64 + "\r\n"));
     write(kSetPin, "1234 $x\xFFy", {"flashkv -w /tmp/pin-tmp -p pin"}, "pin", "1234 $x\xFF\n");
-    EXPECT_NE(trace.find("new pin is 1234 $x\xFF\n"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "new pin is 1234 $x\xFF\n"));
     write(kSetMac, kMac, kMacLines, "default-mac", "02-1A-2B-13-7B-0F\n");
-    EXPECT_NE(trace.find("new mac is:02-1A-2B-13-7B-0F\r\n"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "new mac is:02-1A-2B-13-7B-0F\r\n"));
     edit(kSetOemId, k64 + "y", "oemid-tmp", "oem_id:" + k64 + "\n");
     edit(kSetSpecialId, "NZ", "sid-tmp", "special_id:4E5A0000\n");
     edit(kSetCountry, "DE", "cc-tmp", "country:DE\n");
     edit(kSetModel, "M 60", "model-tmp", "product_name:M 60\n");
-    EXPECT_NE(trace.find("model name is:M 60\r\n"), std::string::npos);
-    EXPECT_EQ(station.command(58).text(), "M 60 V1.0");
-    EXPECT_EQ(station.command(53).text(), k64);
+    EXPECT_TRUE(contains(trace, "model name is:M 60\r\n"));
+    EXPECT_EQ(station.command(kGetDescription).text(), "M 60 V1.0");
+    EXPECT_EQ(station.command(kGetDeviceId).text(), k64);
     edit(kSetGroup, kGroup, "group-tmp",
          "preconf_k:" + kKey + "\npreconf_g:" + kGid + "\npreconf_p:3\n");
-    EXPECT_EQ(station.command(78).text(), kGroup);
+    EXPECT_EQ(station.command(kGetGroup).text(), kGroup);
 }
 
-TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {
+TEST_F(Identity, SetMac_NamesTheNetworkAfterTheFirstWordOfTheModel) {
     const std::string longWord(31, 'm');
     for (const auto& [model, word] :
          {std::pair<std::string, std::string>{"M31-5G_x.1\n", "M31-5G_x.1"},
@@ -101,9 +100,8 @@ TEST_F(Identity, TheMac_NamesTheNetworkAfterACheckedModelWord) {
         const std::string line = "sh  /lib/essid/essid.sh " + word + " 137B0F &";
         EXPECT_EQ(shellLines(trace).at(2), word.empty() ? kMacLines.at(3) : line);
         const std::string name = word.empty() ? unit.read("/fw/SSID") : word + "_7B0F\n";
-        for (int i = 0; i < 500 && unit.read("/fw/SSID") != name; i++)
-            usleep(10000);  // the script runs in the background
-        EXPECT_EQ(unit.read("/fw/SSID"), name);
+        // The script runs in the background.
+        EXPECT_TRUE(eventually([&] { return unit.read("/fw/SSID") == name; })) << name;
     }
 }
 
@@ -113,13 +111,11 @@ TEST_F(Identity, FilesPlantedInTmp_AreNotFollowed) {
         [](auto& path) { std::filesystem::create_symlink("/flash/radio", path); },
         [&](auto& path) { std::filesystem::create_hard_link(unit.path("/flash/radio"), path); },
         [](auto& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); }};
-    const std::tuple<uint8_t, std::string, std::string, std::string> writes[] = {
-        {kSetDeviceId, "ID", "device-id", "dev_id:ID"},
-        {kSetPin, "12345678", "pin", "12345678\n"},
-        {kSetMac, kMac, "default-mac", "02-1A-2B-13-7B-0F\n"},
-        {kSetImei, "123456789012345", "default-imei", "123456789012345\n"},
-        {kSetOemId, "OEM", kInfo, "a:1\noem_id:OEM\n"},
-        {kSetGroup, kGroup, "radio", radio}};
+    const auto write = [&](uint8_t command, const std::string& argument,
+                           const std::string& partition, const std::string& stored) {
+        EXPECT_EQ(ask(command, argument), "");
+        EXPECT_EQ(unit.read("/flash/" + partition), stored);
+    };
     for (const auto& plant : ways) {
         unit.stop();
         unit.start();
@@ -127,30 +123,34 @@ TEST_F(Identity, FilesPlantedInTmp_AreNotFollowed) {
         for (const char* file : {"device-tmp", "pin-tmp", "mac-tmp", "oemid-tmp", "imei-tmp",
                                  "mfgp_group.input", "mfgp_group.output"})
             plant(unit.path(std::string("/tmp/") + file));
-        for (const auto& [command, argument, partition, stored] : writes) {
-            EXPECT_EQ(ask(command, argument), "");
-            EXPECT_EQ(unit.read("/flash/" + partition), stored);
-        }
+        write(kSetDeviceId, "ID", "device-id", "dev_id:ID");
+        write(kSetPin, "12345678", "pin", "12345678\n");
+        write(kSetMac, kMac, "default-mac", "02-1A-2B-13-7B-0F\n");
+        write(kSetImei, "123456789012345", "default-imei", "123456789012345\n");
+        write(kSetOemId, "OEM", kInfo, "a:1\noem_id:OEM\n");
+        write(kSetGroup, kGroup, "radio", radio);
     }
 }
 
 TEST_F(Identity, AWriteWithoutAPayload_IsRefusedAndStaysPermitted) {
-    const std::vector<uint8_t> writes = {54, 60, 67, 75, 76, 82, 90, 94};
+    const auto writes = {kSetDeviceId, kSetOemId, kSetCountry, kSetMac,
+                         kSetPin,      kSetModel, kSetImei,    kExtAntenna};
     for (const uint8_t command : writes) {
         EXPECT_EQ(ask(command, ""), kFails) << int{command};
         EXPECT_EQ(calls, Lines{});
     }
     for (const uint8_t command : writes)
-        EXPECT_EQ(ask(command, padded("", 8)), command == 94 ? kFails : "") << int{command};
+        EXPECT_EQ(ask(command, padded("", 8)), command == kExtAntenna ? kFails : "")
+            << int{command};
     for (const char* region : {"XX", ""})
         EXPECT_EQ(ask(kSetSpecialId, region), kFails);
 }
 
 TEST_F(Identity, RadioHooks_EraseOnceAndEnableTestModeRepeatedly) {
     const Row enable = {.ran = {"mfgp_hook_enable_testmode"}};
-    expectRows(80, {enable, enable});
+    expectRows(kTestMode, {enable, enable});
     EXPECT_EQ(unit.read("/run/test-mode"), "on\n");
-    expectRows(17, {{.ran = {"mfgp_hook_erase_radio"}}, {.answer = kFails}});
+    expectRows(kEraseRadio, {{.ran = {"mfgp_hook_erase_radio"}}, {.answer = kFails}});
     EXPECT_EQ(unit.read("/flash/radio"), "");
 }
 

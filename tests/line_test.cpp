@@ -3,7 +3,6 @@
 #include <signal.h>
 
 #include "tests/support/client.h"
-#include "tests/support/unit.h"
 
 namespace {
 
@@ -12,7 +11,7 @@ constexpr char kShort[] =
     R"j(jq -r 'if .record == "end" then "\(.passed)/\(.failed)/\(.errors)/\(.skipped)" else
         select(.record == "result") | .outcome + " " + (.message // "") end' | sed 's/ $//')j";
 
-TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
+TEST(Line, Recipe_ReportsTheOutcomeOfEachLineAndTheCounts) {
     Unit unit;
     // Pipes the lines to the station and checks the outcomes.
     const auto judge = [&](const std::string& lines, const std::string& words, int exitCode,
@@ -24,7 +23,7 @@ TEST(Line, Recipe_JudgesRepeatsAndEnsures) {
                     exitCode, output);
     };
     const std::string file = "run $unit/lines";
-    judge("get card-signal --min 4 --max 4.5\nget mac --match '^02.*0$'", file, 0,
+    judge("get card-signal --min 4 --max 4.0\nget mac --match '^02.*0$'", file, 0,
           "PASS\nPASS\n2/0/0/0\n");
     judge("get card-signal --min 5\nget card-signal --max 3", "-k " + file, 1,
           "FAIL '4' does not keep --min 5\nFAIL '4' does not keep --max 3\n0/2/0/0\n");
@@ -85,7 +84,7 @@ TEST(Line, EveryFaultOfARecipe_IsListedBeforeAnythingIsSent) {
     EXPECT_EQ(unit.read("/calls.log"), "");
 }
 
-TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
+TEST(Line, JsonRecords_ContainStationLabelsAndLimits_ButNoSecrets) {
     Unit unit;
     unit.write("/lines", "raw 3 76 3132333435363738 --expect 87654321\nget antenna-level --max 9");
     const std::string run =
@@ -93,7 +92,7 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
         "--output-file \"$unit/r-{unit}.json\" run $unit/lines; ";
     const std::string all = shell(run + run).output + unit.read("/r-a_b.json");
     for (const char* secret : {"12345678", "3132333435363738", "87654321"})
-        EXPECT_EQ(all.find(secret), std::string::npos) << all;
+        EXPECT_FALSE(contains(all, secret)) << all;
     expectShell(
         "jq -c '[.record, .station, .labels.unit, .line, .limits, .measure, .exit]' "
         "$unit/r-a_b.json",
@@ -112,8 +111,8 @@ TEST(Line, Records_NameStationLabelsAndLimits_AndHideSecrets) {
     EXPECT_EQ(unit.read("/errors").rfind("mfgp-station: line 2: qlog stop: refused", 0), 0U);
 }
 
-TEST(Line, ManyUnits_AnswerForThemselves) {
-    const Unit unit;  // for a folder
+TEST(Line, RunOnManyUnits_RecordsTheValuesOfEachUnit) {
+    const Unit unit;  // its folder holds the files
     unit.write("/lines", "get mac\nget device-id\nget button wps --expect 'BUTTON OK' --until\n");
     const ShellResult result = shell(
         MFGP_SIM " line 3 --state $unit/line --daemon " MFGPD " --runner '" MFGP_RUNNER
@@ -128,7 +127,7 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
     for (const char* part : {"10.77.1.1  PASS     3 passed, 0 failed", "code 137 3\n",
                              "10.77.1.2  ABORTED  2 passed, 0 failed, 1 errors",
                              "10.77.1.3  ABORTED  2 passed, 0 failed, 1 errors"})
-        EXPECT_NE(result.output.find(part), std::string::npos) << result.output;
+        EXPECT_TRUE(contains(result.output, part)) << result.output;
     expectShell("jq -r 'select(.value != null and .line < 3) | .unit + .value' $unit/r | sort", 0,
                 "10.77.1.1:104002-1A-2B-20-00-01\n10.77.1.1:104080061A2B20000001\n"
                 "10.77.1.2:104002-1A-2B-20-00-02\n10.77.1.2:104080061A2B20000002\n"
@@ -136,7 +135,7 @@ TEST(Line, ManyUnits_AnswerForThemselves) {
     expectShell("cat $unit/line/3/log/stdout", 0, "receive CANCEL TEST");
 }
 
-TEST(Line, Heartbeats_KeepTheUnitBoundWhileItWaits) {
+TEST(Line, RunThatWaitsForInput_SendsHeartbeatsUntilRelease) {
     const Unit unit;
     expectShell(
         "{ echo get mac; await heartbeat $unit/log/stdout 2; echo release; "
@@ -147,12 +146,12 @@ TEST(Line, Heartbeats_KeepTheUnitBoundWhileItWaits) {
     EXPECT_EQ(
         shell("sed -n '/CANCEL TEST/,$p' $unit/log/stdout | grep -cE 'CANCEL|heartbeat'").output,
         "1\n");
-    // A pipe that never ends.
+    // Input that never ends.
     expectShell("mkfifo $unit/pipe; { echo init >&0; $station --deadline 0.4 run -; } <>$unit/pipe",
                 3, "deadline of 0.4 s reached; no further commands were sent\n");
 }
 
-TEST(Line, ASignal_EndsTheRunWithTheOutcomeOfTheCommand) {
+TEST(Line, Interrupt_EndsTheRun_AndAnUnansweredWriteIsAborted) {
     Unit unit;
     shell("mkfifo $unit/pipe");
     // Sends the signal when so many lines of the output contain the word.
@@ -173,10 +172,9 @@ TEST(Line, ASignal_EndsTheRunWithTheOutcomeOfTheCommand) {
               "echo set oem-id x --yes",
               "--release");
     expectShell(outcomes, 0, "outcome\":\"PASS\noutcome\":\"ABORTED\n");
-    EXPECT_NE(unit.read("/seen").find("`get oem-id` shows it"), std::string::npos);
+    EXPECT_TRUE(contains(unit.read("/seen"), "`get oem-id` shows it"));
     kill(unit.daemon(), SIGCONT);
-    expectRows(
-        {{"--local-port 1042 get oem-id", 0, "x\n"}});  // the unit was written, then released
+    expectRows({{"--local-port 1042 get oem-id", 0, "x\n"}});  // written, and the unit was released
 }
 
 }  // namespace

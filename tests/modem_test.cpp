@@ -1,22 +1,17 @@
-// The cellular side: detection, the lines of each module as its console gets them, test mode and
-// antenna tests, card and IMEI, logger and external antenna.
+// The cellular commands: module detection, the lines that each module's console receives, test mode
+// and antenna tests, card and IMEI, logger and external antenna.
 #include <ctime>
-#include <functional>
 
 #include "tests/support/commands.h"
 
 namespace {
 
-constexpr uint8_t kSetImei = 90, kGetImei = 91, kStartLogger = 92, kStopLogger = 93,
-                  kExtAntenna = 94, kCardState = 106, kCardConn = 107, kCardSignal = 108,
-                  kCardRegState = 109, kSimImei = 110, kSetAntenna = 112, kGetAntenna = 113,
-                  kSetFtm = 114, kGetFtm = 115, kVersion = 116;
 const std::string kKind = "/modem/kind";  // holds the name of the module that is plugged in
 
 class Modem : public Commands {
   protected:
-    // Returns what the last command asked on the modem's consoles.
-    std::string asked() const {
+    // Returns the console calls of the last command.
+    std::string consoleCalls() const {
         std::string all;
         for (const std::string& call : calls)
             if (call.starts_with("atcon") || call.starts_with("cellcli"))
@@ -25,23 +20,23 @@ class Modem : public Commands {
     }
 };
 
-TEST_F(Modem, Module_IsFoundInItsProfile) {
+TEST_F(Modem, ModuleNameAndMaker_AreReadFromTheProfile) {
     const auto test = [&](uint8_t command, const std::string& option, const std::string& value,
                           const std::string& console) {
         unit.fault("uci", "case \"$*\" in 'get mobile.modem." + option +
                               " -c /etc/profile.d') echo '" + value + "' ;; esac; exit");
         ask(command, "");
-        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(consoleCalls(), console);
     };
     test(kGetFtm, "module_name", "EG18-EA\nmore", "atcon -c 'AT+QRFTESTMODE?'");
-    EXPECT_NE(trace.find("[get_module_name():%] result=EG18-EA,len=7\n"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "[get_module_name():%] result=EG18-EA,len=7\n"));
     test(kGetImei, "module_name", "", "atcon -c AT+CGSN");
-    test(kVersion, "is_quectel_module", "yesterday", "atcon -c ATI");
-    test(kVersion, "is_quectel_module", "Yes", "");
-    test(kVersion, "is_fibocom_module", "yes", "cellcli -c ATI");
+    test(kLteVersion, "is_quectel_module", "yesterday", "atcon -c ATI");
+    test(kLteVersion, "is_quectel_module", "Yes", "");
+    test(kLteVersion, "is_fibocom_module", "yes", "cellcli -c ATI");
 }
 
-TEST_F(Modem, AntennaTest_AsksInTheWordsOfTheModule) {
+TEST_F(Modem, AntennaTest_SendsTheAtCommandsOfTheModule) {
     const std::string lte = R"(atcon -c 'at+qrftestex="LTE","rx",)";
     const std::string set = "cellcli -c AT+SPMAXRF=3,2,23,1,";
     const std::string fourG = ",0 then cellcli -c 'AT+LTERXLEVELDBM?'";
@@ -50,7 +45,7 @@ TEST_F(Modem, AntennaTest_AsksInTheWordsOfTheModule) {
                           const char* level) {
         unit.write(kKind, module);
         EXPECT_EQ(ask(kSetAntenna, argument), "");
-        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(consoleCalls(), console);
         EXPECT_EQ(ask(kGetAntenna, ""), padded(level, 8));
     };
     unit.write("/modem/ftm", "1");
@@ -68,21 +63,20 @@ TEST_F(Modem, AntennaTest_AsksInTheWordsOfTheModule) {
     test("FG621", "3-1-0-2-0", set + "2,0", "999");
 }
 
-TEST_F(Modem, ARefusedAntennaTest_ForgetsTheLevelOnceTheModuleIsKnown) {
+TEST_F(Modem, FailedAntennaTest_ForgetsTheLevel_UnlessTheModuleIsUnknown) {
     unit.write("/modem/ftm", "1");
     expectRows(kSetAntenna, {{.argument = "1-3-0-60-1-5", .put = {kKind, "RG520N-EU"}},
                              {.argument = "1-3", .answer = kFails, .put = {kKind, "none"}}});
     EXPECT_NE(station.command(kGetAntenna).text(), "999");
     expectRows(kSetAntenna, {{.argument = "1-3", .answer = kFails, .put = {kKind, "EM05"}}});
     EXPECT_EQ(station.command(kGetAntenna).text(), "999");
-    // The set-up gets no answer, then the empty line of a test that is neither 0 nor 1.
+    // First the set-up gets no answer, then the level: its line is empty for a test of 2.
     for (const char* answer : {"exit", "echo OK; exit"}) {
         unit.fault("cellcli", answer);
+        unit.write(kKind, "FG621");
         const time_t before = time(nullptr);
-        expectRows(kSetAntenna, {{.argument = "3-1-0-2-2",
-                                  .answer = kFails,
-                                  .said = "we do not get result\n",
-                                  .put = {kKind, "FG621"}}});
+        EXPECT_EQ(ask(kSetAntenna, "3-1-0-2-2"), kFails);
+        EXPECT_TRUE(contains(trace, "we do not get result\n"));
         EXPECT_GE(time(nullptr) - before, 3);
     }
 }
@@ -92,9 +86,9 @@ TEST_F(Modem, FactoryTestMode_IsSetAndRead) {
                           const std::string& get, const Text& answer) {
         unit.write(kKind, module);
         expectRows(kSetFtm, {{.argument = value, .ran = {set}}});
-        EXPECT_EQ(asked(), set);
+        EXPECT_EQ(consoleCalls(), set);
         expectRows(kGetFtm, {{.answer = answer}});
-        EXPECT_EQ(asked(), get);
+        EXPECT_EQ(consoleCalls(), get);
     };
     test("EG18-EA", "1", "atcon -c AT+QRFTESTMODE=1", "atcon -c 'AT+QRFTESTMODE?'", "1\n");
     test("EG060K-EA", "1", R"(atcon -c 'AT+QRFTEST="mode",1')", R"(atcon -c 'AT+QRFTEST="mode"')",
@@ -102,7 +96,7 @@ TEST_F(Modem, FactoryTestMode_IsSetAndRead) {
     test("RG520N-EU", "9999999999", "atcon -c AT+QFTMMODE=2147483647", "atcon -c 'AT+QFTMMODE?'",
          "21474836");
     test("FG621", "1", "cellcli -c at+sfun=5", "", kFails);
-    test("FG621", "0", "", "", kFails);  // an empty line is run
+    test("FG621", "0", "", "", kFails);  // the shell line is empty
 }
 
 TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
@@ -111,14 +105,14 @@ TEST_F(Modem, AnUnknownModuleOrTooFewFields_AreRefusedBeforeAnythingRuns) {
     const std::string unknown =
         "we get device name fail,we don't know the parameters for setting Antenna\n";
     const auto refused = [&](uint8_t command, const char* module, const char* argument,
-                             const std::string& said) {
+                             const std::string& logs) {
         const StateFile kind = {kKind, module};
-        expectRows(command, {{.argument = argument, .answer = kFails, .said = said, .put = kind}});
-        EXPECT_EQ(asked(), "");
+        expectRows(command, {{.argument = argument, .answer = kFails, .logs = logs, .put = kind}});
+        EXPECT_EQ(consoleCalls(), "");
     };
     refused(kSetFtm, "none", "1", noName + "FTM\n");
     refused(kGetImei, "none", "", noName + "sim IMEI\n");
-    refused(kVersion, "none", "", "other module,we are not sure cmd,do not process\n");
+    refused(kLteVersion, "none", "", "other module,we are not sure cmd,do not process\n");
     refused(kGetFtm, "FG621", "", "Wrong device, no need to get FTM state\n");
     refused(kExtAntenna, "RG520N-EU", "", "ext_antenna switch status is:\n");
     refused(kSetAntenna, "EM05", "1-3-0-60-1-1", unknown);
@@ -139,41 +133,42 @@ TEST_F(Modem, ExternalAntenna_TakesOneUncheckedCharacter) {
     }
 }
 
-TEST_F(Modem, CardReadings_CountOneByteLessAndWrap) {
-    for (const auto& [command, handler, name] : {std::tuple{kCardState, "state", "card state"},
-                                                 {kCardConn, "conn", "card conn"},
-                                                 {kCardSignal, "siglvl", "card siglvl"},
-                                                 {kCardRegState, "regstat", "card reg state"}}) {
-        const std::string said = std::string("[mfgp2_cmd_getcard") + handler + "():%] get " + name +
-                                 " is: 1\n, len is 1\n";
-        expectRows(command, {{.answer = "1", .said = said, .put = {"/fault/uci", "echo 1; exit"}},
-                             {.said = ": , len is -1\n", .put = {"/fault/uci", "echo; exit"}}});
-    }
+TEST_F(Modem, CardReading_LogsItsLengthLessOne_WhichWrapsIfEmpty) {
+    const auto read = [&](uint8_t command, const std::string& function, const std::string& name) {
+        const std::string logs = "[" + function + "():%] get " + name + " is: 1\n, len is 1\n";
+        expectRows(command, {{.answer = "1", .logs = logs, .put = {"/fault/uci", "echo 1; exit"}},
+                             {.logs = ": , len is -1\n", .put = {"/fault/uci", "echo; exit"}}});
+    };
+    read(kCardState, "mfgp2_cmd_getcardstate", "card state");
+    read(kCardConn, "mfgp2_cmd_getcardconn", "card conn");
+    read(kCardSignal, "mfgp2_cmd_getcardsiglvl", "card siglvl");
+    read(kCardRegState, "mfgp2_cmd_getcardregstat", "card reg state");
 }
 
-TEST_F(Modem, Imei_IsWrittenOnceToFlashAndModem) {
+TEST_F(Modem, SetImei_WritesFlashAndModem) {
     const std::string digits = "123456789012345", odd = "aZ9%+,-./:=@^_";
-    for (const auto& [module, imei, console] :
-         {std::tuple{"RG520N-EU", digits,
-                     "atcon -c 'AT+EGMR=1,7,\"" + digits + "\"' then atcon -c AT+QPRTPARA=1"},
-          {"FG621", odd,
-           "cellcli -c 'AT+GTCSNUM=1,7,\"" + odd + "\"' then cellcli -c AT+GTBACKUPDUT"}}) {
+    const auto write = [&](const char* module, const std::string& imei,
+                           const std::string& console) {
         unit.stop();
         unit.start();
         unit.write(kKind, "none");
         EXPECT_EQ(ask(kSetImei, imei), kFails);
-        EXPECT_EQ(asked(), "");
+        EXPECT_EQ(consoleCalls(), "");
         unit.write(kKind, module);
         EXPECT_EQ(ask(kSetImei, "-n"), kFails);
         EXPECT_EQ(ask(kSetImei, imei + (imei == digits ? "678" : "")), "");
-        EXPECT_NE(trace.find("new imei is:" + imei + "\r\n"), std::string::npos);
+        EXPECT_TRUE(contains(trace, "new imei is:" + imei + "\r\n"));
         EXPECT_EQ(shellLines(trace).at(0), "echo " + imei + "  > /tmp/imei-tmp");
-        EXPECT_EQ(asked(), console);
+        EXPECT_EQ(consoleCalls(), console);
         EXPECT_EQ(unit.read("/flash/default-imei"), imei + "\n");
-    }
+    };
+    write("RG520N-EU", digits,
+          "atcon -c 'AT+EGMR=1,7,\"" + digits + "\"' then atcon -c AT+QPRTPARA=1");
+    write("FG621", odd,
+          "cellcli -c 'AT+GTCSNUM=1,7,\"" + odd + "\"' then cellcli -c AT+GTBACKUPDUT");
 }
 
-TEST_F(Modem, Imei_IsReadFromFlashOrIsNines) {
+TEST_F(Modem, GetImei_AnswersNinesIfFlashAndModemDiffer) {
     const std::string imei = "490154203237518", nines(15, '9');
     const auto test = [&](const char* module, const std::string& flash, const std::string& modem,
                           const std::string& answer) {
@@ -189,39 +184,29 @@ TEST_F(Modem, Imei_IsReadFromFlashOrIsNines) {
     test("EM05", "", "", std::string(15, '\0'));
 }
 
-TEST_F(Modem, VersionAndSimImei_ArePadded) {
+TEST_F(Modem, ModemVersionAndSimImei_ArePadded) {
     unit.write(kKind, "EG060K-EA");
-    expectRows(kVersion, {{.argument = x(140),
-                           .answer = padded("11.22", 65),
-                           .put = {"/modem/version", "11.22 x\n"}}});
-    expectRows(
-        kSimImei,
-        {{.argument = x(70), .answer = padded("4901\n", 16), .put = {"/modem/imei", "4901\n"}}});
-}
-
-bool comesTrue(const std::function<bool()>& holds) {
-    bool held = false;
-    for (int i = 0; i < 500 && !(held = holds()); i++)
-        usleep(10000);
-    return held;
+    unit.write("/modem/version", "11.22 x\n");
+    unit.write("/modem/imei", "4901\n");
+    expectRows(kLteVersion, {{.argument = x(140), .answer = padded("11.22", 65)}});
+    expectRows(kSimImei, {{.argument = x(70), .answer = padded("4901\n", 16)}});
 }
 
 TEST_F(Modem, Logger_RunsUntilItIsStopped) {
-    EXPECT_EQ(ask(kStartLogger, ""), "");
-    EXPECT_TRUE(comesTrue([&] { return ask(kStopLogger, "") == ""; }));
-    // It can be killed once more until the unit has collected it.
-    EXPECT_TRUE(comesTrue([&] { return ask(kStopLogger, "") == kFails; }));
+    EXPECT_EQ(ask(kStartLog, ""), "");
+    EXPECT_TRUE(eventually([&] { return ask(kStopLog, "") == ""; }));
+    // A killed logger can be killed again until the unit has reaped it.
+    EXPECT_TRUE(eventually([&] { return ask(kStopLog, "") == kFails; }));
 }
 
 TEST_F(Modem, ATool_InheritsNoDescriptor) {
-    constexpr uint8_t kGetMac = 55, kSetPin = 76;
     for (const char* tool : {"QLog", "flashkv", "fwinfo"})
         unit.fault(tool,
                    "for fd in 3 4 5 6 7 8 9; do (: >&$fd) 2>/dev/null && echo $fd; done >>/open; "
                    "echo ${0##*/} >>/done; exit");
-    for (const uint8_t command : {kStartLogger, kGetMac, kSetPin})
+    for (const uint8_t command : {kStartLog, kGetMac, kSetPin})
         ask(command, "12345678");
-    EXPECT_TRUE(comesTrue([&] { return unit.read("/done").size() == 20; }));
+    EXPECT_TRUE(eventually([&] { return unit.read("/done").size() == 20; }));
     // The loop's own redirection takes the first free descriptor.
     EXPECT_EQ(unit.read("/open"), "3\n3\n3\n");
 }

@@ -21,8 +21,6 @@ int mfgp_checkAccount(ServiceContext* ctx) {
 
 namespace {
 
-constexpr uint8_t kHeartbeat = 4, kInit = 5, kCancel = 6;
-
 class ReceivePath : public testing::Test {
   protected:
     void SetUp() override {
@@ -43,20 +41,21 @@ class ReceivePath : public testing::Test {
     const Station station, other;
 };
 
-TEST_F(ReceivePath, InitAndCancel_FollowTheFlags) {
-    // `clear` and `cleared` are the bits that the flags lack before and after the packet.
-    const auto expectFlags = [&](uint8_t type, uint32_t clear, uint32_t cleared, bool isReplied) {
-        ctx->flags = kFlagsAtStart & ~clear;
-        EXPECT_EQ(handle(station, wireOf({.type = type})).has_value(), isReplied);
-        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~cleared) | (isReplied ? 1U : 0U)) << clear;
+TEST_F(ReceivePath, Init_IsAnsweredUntilACancelAfterSetMacOrSetPin) {
+    constexpr uint32_t kNone = 0;
+    const auto expectFlags = [&](uint8_t type, uint32_t spentBefore, uint32_t clearedByPacket) {
+        ctx->flags = kFlagsAtStart & ~spentBefore;
+        const uint32_t reply = type == kInit && spentBefore == kNone ? kFlagSendReply : kNone;
+        EXPECT_EQ(handle(station, wireOf({.type = type})).has_value(), reply != kNone);
+        EXPECT_EQ(ctx->flags, (kFlagsAtStart & ~spentBefore & ~clearedByPacket) | reply);
         EXPECT_EQ(ctx->peerBound, type == kInit ? 1 : 0);
     };
-    expectFlags(kInit, 0, 0, true);
-    expectFlags(kInit, 2, 2, false);
-    expectFlags(kCancel, 0, 0, false);
-    expectFlags(kCancel, 4, 6, false);   // a MAC was written
-    expectFlags(kCancel, 8, 10, false);  // a PIN was written
-    expectFlags(kCancel, 0x2000, 0x2000, false);
+    expectFlags(kInit, kNone, kNone);
+    expectFlags(kInit, kFlagSystemReady, kNone);
+    expectFlags(kCancel, kNone, kNone);
+    expectFlags(kCancel, kFlagSetMac, kFlagSystemReady);
+    expectFlags(kCancel, kFlagSetPin, kFlagSystemReady);
+    expectFlags(kCancel, kFlagSetOemId, kNone);
 }
 
 TEST_F(ReceivePath, OnlyTheBoundStation_KeepsTheBindingAlive) {

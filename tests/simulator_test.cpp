@@ -2,12 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/client.h"
-#include "tests/support/unit.h"
 #include "tests/support/wire.h"
 
 namespace {
 
-TEST(Simulator, EachProfile_Serves) {
+TEST(Simulator, EachProfile_StartsAUnitThatAnswers) {
     for (const auto& entry :
          std::filesystem::directory_iterator(MFGP_SOURCE_DIR "/simunit/profiles")) {
         const std::string profile = entry.path().filename();
@@ -15,8 +14,8 @@ TEST(Simulator, EachProfile_Serves) {
         Unit unit({}, "--profile " + profile);
         const bool isService = profile == "service";
         const Station station(isService ? Account{"admin", "Meadow-7412"} : Account{});
-        EXPECT_EQ(station.command(114, "1").info(), profile == "no-modem" ? 3 : 0);
-        EXPECT_EQ(station.command(59).info(), isService ? 3 : 0);
+        EXPECT_EQ(station.command(kSetFtm, "1").info(), profile == "no-modem" ? kCommandFailed : 0);
+        EXPECT_EQ(station.command(kGetOemId).info(), isService ? kCommandFailed : 0);
         EXPECT_EQ(unit.read("/account/username").empty(), profile == "empty-account");
     }
 }
@@ -30,7 +29,7 @@ TEST(Simulator, TheState_IsKeptUntilItIsReset) {
     };
     expect("reset", "", 1, "mfgp-sim: a unit is running on /tmp/");
     expect("exec", "-- echo inside", 0, "inside\n");
-    EXPECT_EQ(Station().command(56).text(), "edited");
+    EXPECT_EQ(Station().command(kGetFirmwareId).text(), "edited");
     expect("calls", "", 0, "fwinfo FW_ID\n");
     unit.stop();
     expect("exec", "-- true", 1, "mfgp-sim: no unit is running on /tmp/");

@@ -17,7 +17,6 @@
 #include "core/receive.h"
 #include "core/service_context.h"
 #include "tests/support/client.h"
-#include "tests/support/unit.h"
 #include "tests/support/wire.h"
 
 namespace {
@@ -32,9 +31,8 @@ struct Turn {
 
 std::vector<Turn> script;
 size_t turn;
-uint32_t now;
+uint32_t now, flagsSeen;
 int handled;
-uint32_t flagsSeen;
 
 }  // namespace
 
@@ -73,12 +71,12 @@ std::string runTask() {
     mfgp_taskEntry();
     mfgp_sessionTableFree();
     const std::string trace = testing::internal::GetCapturedStdout();
-    EXPECT_NE(trace.find("] mfgp task start\n"), std::string::npos);
-    EXPECT_NE(trace.find("] mfgp task exit\n"), std::string::npos);
+    EXPECT_TRUE(contains(trace, "] mfgp task start\n"));
+    EXPECT_TRUE(contains(trace, "] mfgp task exit\n"));
     return testing::internal::GetCapturedStderr();
 }
 
-TEST(Task, WaitsByModeAndReleasesASilentStation) {
+TEST(Task, WaitsLongerInProduceMode_AndReleasesASilentStation) {
     script = {
         {.isProduceMode = false, .ready = 1, .seconds = 599, .wait = 600},
         // 60 seconds of silence keep the binding, 61 do not. An interrupted wait is repeated.
@@ -101,44 +99,42 @@ TEST(Task, WithATakenPort_EndsAtOnce) {
     EXPECT_TRUE(runTask().starts_with(errorLine(-10103, "failed to bind socket")));
 }
 
-// Starts the daemon through a shell line, waits until it is bound and returns its process.
-std::string startDaemon(const std::string& line, FILE** output) {
-    *output = popen(("echo $$; exec " + line + MFGP_RUNNER " " MFGPD).c_str(), "r");
-    pid_t daemon = 0;
-    EXPECT_EQ(fscanf(*output, "%d", &daemon), 1);
-    for (int i = 0; i < 10000 && readFile("/proc/net/udp").find(":0410 ") == std::string::npos; i++)
-        usleep(1000);
-    return std::to_string(daemon);
-}
+// The daemon, started through a shell line and bound.
+struct Daemon {
+    explicit Daemon(const std::string& line)
+        : log(popen(("echo $$; exec " + line + MFGP_RUNNER " " MFGPD).c_str(), "r")) {
+        EXPECT_EQ(fscanf(log, "%d", &pid), 1);
+        EXPECT_TRUE(eventually([] { return contains(readFile("/proc/net/udp"), ":0410 "); }));
+    }
+    ~Daemon() {
+        kill(pid, SIGTERM);
+        pclose(log);
+    }
+    std::string proc() const { return "/proc/" + std::to_string(pid); }
+    bool ignores(int signal) const {
+        const std::string status = readFile(proc() + "/status");
+        const std::string ignored = status.substr(status.find("SigIgn:") + 8);
+        return (std::stoull(ignored, nullptr, 16) >> (signal - 1) & 1) != 0;
+    }
 
-// Returns true if the process ignores the signal, as then would its children.
-bool isIgnored(const std::string& process, int signal) {
-    const std::string status = readFile("/proc/" + process + "/status");
-    const std::string ignored = status.substr(status.find("SigIgn:") + 8);
-    return (std::stoull(ignored, nullptr, 16) >> (signal - 1) & 1) != 0;
-}
+    FILE* log;
+    pid_t pid = 0;
+};
 
-TEST(Process, WithoutAReaderOfItsLog_Serves) {
-    FILE* log = nullptr;
-    const std::string process = startDaemon("", &log);
-    close(fileno(log));
+TEST(Process, WithoutAReaderOfItsLog_StillAnswers) {
+    const Daemon daemon("");
+    close(fileno(daemon.log));
     const Station station;
     station.send("\1");
     EXPECT_TRUE(station.receive());
-    EXPECT_FALSE(isIgnored(process, SIGPIPE));
-    kill(std::stoi(process), SIGTERM);
-    pclose(log);
+    EXPECT_FALSE(daemon.ignores(SIGPIPE));
 }
 
-TEST(Process, WithClosedStandardStreamsAndIgnoredChildren_Serves) {
-    FILE* log = nullptr;
-    const std::string process =
-        startDaemon("env --ignore-signal=CHLD sh -c 'exec \"$@\" <&- >&- 2>&-' sh ", &log);
+TEST(Process, ClosedStreamsAndIgnoredSigchld_AreRestoredAtStart) {
+    const Daemon daemon("env --ignore-signal=CHLD sh -c 'exec \"$@\" <&- >&- 2>&-' sh ");
     for (const char* fd : {"/fd/0", "/fd/1", "/fd/2"})
-        EXPECT_EQ(std::filesystem::read_symlink("/proc/" + process + fd), "/dev/null");
-    EXPECT_FALSE(isIgnored(process, SIGCHLD));
-    kill(std::stoi(process), SIGTERM);
-    pclose(log);
+        EXPECT_EQ(std::filesystem::read_symlink(daemon.proc() + fd), "/dev/null");
+    EXPECT_FALSE(daemon.ignores(SIGCHLD));
 }
 
 TEST(Process, TakesNoArgumentExceptVersion) {
@@ -163,8 +159,7 @@ TEST(Process, WithTooManyInheritedDescriptors_EndsCleanly) {
         last = open("/dev/null", O_RDONLY);
     ASSERT_GT(last, FD_SETSIZE);
     const ShellResult ended = shell(MFGP_RUNNER " " MFGPD);
-    EXPECT_NE(ended.output.find(errorLine(-10101, "mfgp_udpSocketCreate failed")),
-              std::string::npos)
+    EXPECT_TRUE(contains(ended.output, errorLine(-10101, "mfgp_udpSocketCreate failed")))
         << ended.output;
     EXPECT_EQ(ended.exitCode, 0);
 }

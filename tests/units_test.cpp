@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Report, ALine_HasTheErrnoFromBeforeTheCall) {
+TEST(Report, Report_PrintsAndKeepsTheErrnoFromBeforeTheCall) {
     testing::internal::CaptureStderr();
     errno = EADDRINUSE;
     EXPECT_EQ(report(-1, nullptr) + report(-2, "text"), -3);
@@ -37,7 +37,7 @@ TEST(Session, ASecondContext_IsRefused) {
     EXPECT_EXIT(createTwo(), testing::ExitedWithCode(0), "too many sessions");
 }
 
-TEST(Shell, AWriteRunsWithoutAnEnvironment_AReadWithIt) {
+TEST(Shell, ExecCmd_HidesTheEnvironment_SystemPassesItOn) {
     setenv("MFGP_TEST_VARIABLE", "seen", 1);
     const std::string file = testing::TempDir() + "mfgp-seen";
     for (const std::string& line : {"echo \"=$MFGP_TEST_VARIABLE=\" >" + file,
@@ -57,8 +57,7 @@ TEST(Shell, PlainText_AllowsLettersDigitsAndElevenMarks) {
     const std::string marks = "%+,-./:=@^_";
     for (int byte = 1; byte < 256; byte++) {
         const std::string text(1, static_cast<char>(byte));
-        const bool isPlain =
-            (byte < 128 && isalnum(byte) != 0) || marks.find(text) != std::string::npos;
+        const bool isPlain = (byte < 128 && isalnum(byte) != 0) || contains(marks, text);
         EXPECT_EQ(mfgp_isPlainText(("a" + text).c_str()), isPlain) << byte;
     }
 }
@@ -73,7 +72,7 @@ class RecordEditor : public testing::Test {
     const std::string file;
 };
 
-TEST_F(RecordEditor, SetsTheRecordAndKeepsEveryOtherByte) {
+TEST_F(RecordEditor, ReplacesOrAppendsTheRecord_AndKeepsTheOtherLines) {
     const std::string filler = x(10239), zeros("a\0b\n\0\xFF\n", 7), noZeros = "ab\n\xFF\n";
     for (const auto& [before, after] :
          {std::pair<std::string, std::string>{"a:1\noem_id:OLD\nb:2\n", "a:1\noem_id:NEW\nb:2\n"},
@@ -91,7 +90,7 @@ TEST_F(RecordEditor, SetsTheRecordAndKeepsEveryOtherByte) {
     }
 }
 
-TEST_F(RecordEditor, ANewlineOrAShortWrite_LeavesTheFileAlone) {
+TEST_F(RecordEditor, NewlineInTheValueOrShortWrite_LeavesTheFileUnchanged) {
     const std::string before = "a:" + x(8192) + "\n";
     put(before);
     EXPECT_EQ(mfgp_editRecord(file.c_str(), "oem_id:", "x\nspecial_id:1"), -1);
@@ -108,7 +107,7 @@ TEST_F(RecordEditor, ANewlineOrAShortWrite_LeavesTheFileAlone) {
     EXPECT_EQ(readFile(file), before);
 }
 
-TEST(RegionTable, MapsBothWays) {
+TEST(RegionTable, MapsSpecialIdsToRegions_AndRegionsToSpecialIds) {
     for (const auto& [specialId, region] :
          {std::pair{"55530000", "US"},
           {"xx4B520000yy", "KR"},

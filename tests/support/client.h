@@ -7,6 +7,8 @@
 #include <initializer_list>
 #include <string>
 
+#include "tests/support/unit.h"
+
 struct ShellResult {
     int exitCode;
     std::string output;  // both streams
@@ -14,7 +16,7 @@ struct ShellResult {
 
 // Runs a shell line. In it, $station is the program with the address of the unit, $unit the folder
 // of the unit and $daemon its process. `await WORD FILE [TIMES]` waits for at most half a minute
-// until so many lines of the file contain the word.
+// until that many lines of the file, or one, contain the word.
 inline ShellResult shell(const std::string& line) {
     const std::string prepared =
         "station='" MFGP_STATION
@@ -32,7 +34,7 @@ inline ShellResult shell(const std::string& line) {
 inline void expectShell(const std::string& line, int exitCode, const std::string& part) {
     const ShellResult result = shell(line);
     EXPECT_EQ(result.exitCode, exitCode) << line << "\n" << result.output;
-    EXPECT_NE(result.output.find(part), std::string::npos) << line << "\n" << result.output;
+    EXPECT_TRUE(contains(result.output, part)) << line << "\n" << result.output;
 }
 
 struct StationRow {

@@ -15,7 +15,7 @@ inline const std::string kArgument = "a text that no answer may hold";
 struct Row {
     std::string argument = kArgument;
     Text answer = "";       // without the padding to whole blocks
-    std::string said = {};  // is in the trace
+    std::string logs = {};  // is in the trace
     StateFile put = {};     // is written before the command
     Lines ran = {};         // the lines of the command runner
 };
@@ -38,9 +38,9 @@ class Commands : public testing::Test {
             encrypted ? station.encrypted(subType, argument) : station.command(subType, argument);
         trace = withoutLines(unit.trace());
         calls = unit.calls();
-        const bool failed = answer.info() == 3;
-        EXPECT_TRUE(!failed || unit.errors().find("[Error]") != std::string::npos);
-        EXPECT_EQ(answer.info(), failed ? 3 : 0);
+        const bool failed = answer.info() == kCommandFailed;
+        EXPECT_TRUE(!failed || contains(unit.errors(), "[Error]"));
+        EXPECT_EQ(answer.info(), failed ? kCommandFailed : 0);
         std::string payload = answer.payload;
         if (encrypted) {
             // The length of the value is in an inner header before it.
@@ -58,14 +58,14 @@ class Commands : public testing::Test {
 
     void expectRows(uint8_t subType, const std::vector<Row>& rows, bool encrypted = false) {
         for (const Row& row : rows) {
-            SCOPED_TRACE(std::to_string(subType) + " " + row.argument + " " + row.said +
+            SCOPED_TRACE(std::to_string(subType) + " " + row.argument + " " + row.logs +
                          row.put.content);
             if (!row.put.path.empty())
                 unit.write(row.put.path, row.put.content);
             const Text payload = ask(subType, row.argument, encrypted);
             EXPECT_EQ(payload,
                       row.answer ? padded(*row.answer, (row.answer->size() + 7) / 8 * 8) : kFails);
-            EXPECT_NE(trace.find(row.said), std::string::npos) << row.said << "\n" << trace;
+            EXPECT_TRUE(contains(trace, row.logs)) << row.logs << "\n" << trace;
             EXPECT_EQ(shellLines(trace), row.ran);
         }
     }

@@ -20,6 +20,13 @@ std::string readFile(const fs::path& file) {
     return content.str();
 }
 
+bool eventually(const std::function<bool()>& condition) {
+    bool isTrue = condition();
+    for (int i = 0; i < 3000 && !isTrue; i++, isTrue = condition())
+        usleep(10000);
+    return isTrue;
+}
+
 UnitImpossible::UnitImpossible(const char* why)
     : AssertionException(testing::TestPartResult(testing::TestPartResult::kSkip, "", 0, why)) {
     [why] { GTEST_SKIP() << why; }();
@@ -32,8 +39,8 @@ Unit::Unit(const std::vector<StateFile>& files, const std::string& arguments) {
     root_ = name;
     // The shell prints its pid, which becomes the simulator's.
     line_ = "echo $$; exec " MFGP_SIM " up --daemon ${MFGPD-" MFGPD "} --runner '" MFGP_RUNNER
-            "' --net shared --state " +
-            root_.string() + " " + arguments;
+            "' --net shared " +
+            arguments + " --state " + root_.string();
     for (const auto& [file, content] : files)
         write(file, content);
     start();
@@ -69,8 +76,6 @@ void Unit::stop() {
     pclose(output_);
     output_ = nullptr;
 }
-
-bool Unit::running() const { return kill(daemon_, 0) == 0; }
 
 void Unit::write(const std::string& inUnit, const std::string& content) const {
     fs::create_directories(path(inUnit).parent_path());

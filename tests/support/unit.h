@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,18 +23,23 @@ struct UnitImpossible : testing::AssertionException {
 
 std::string readFile(const std::filesystem::path& file);
 
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// Waits for at most half a minute until the condition is true. Returns false if it stays false.
+bool eventually(const std::function<bool()>& condition);
+
 class Unit {
   public:
     // Writes the files, starts the unit with these arguments of `mfgp-sim up` and waits until the
     // daemon is bound. Throws UnitImpossible or a runtime_error.
     explicit Unit(const std::vector<StateFile>& files = {}, const std::string& arguments = "");
     ~Unit();
-    Unit(const Unit&) = delete;
-    Unit& operator=(const Unit&) = delete;
+    Unit(Unit&&) = delete;  // neither moved nor copied
 
     void stop();
     void start();
-    bool running() const;
     pid_t daemon() const { return daemon_; }
 
     // Files of the unit by their path in it ("/fw/MAC").

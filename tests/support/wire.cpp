@@ -12,18 +12,14 @@
 
 namespace {
 
-const uint8_t* bytes(const std::string& text) {
-    return reinterpret_cast<const uint8_t*>(text.data());
-}
-
 std::string des(const std::string& text, const Account& account, CipherDirection direction) {
     uint8_t key[8];
     mfgp_deriveKey(key, account.user.c_str(), account.password.c_str());
     account.key.copy(reinterpret_cast<char*>(key), sizeof key);
     std::string out(text.size() + 16, '\0');
-    out.resize(mfgp_desEcb(bytes(text), static_cast<uint32_t>(text.size()),
-                           reinterpret_cast<uint8_t*>(out.data()),
-                           static_cast<uint32_t>(out.size()), key, direction));
+    out.resize(mfgp_desEcb(
+        reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size()),
+        reinterpret_cast<uint8_t*>(out.data()), static_cast<uint32_t>(out.size()), key, direction));
     return out;
 }
 
@@ -64,8 +60,8 @@ std::string wireOfCipherText(uint8_t type, const std::string& cipherText) {
     return header + md5(header + std::string(16, '\0') + plain) + cipherText;
 }
 
-std::string innerOf(uint8_t subType, const std::string& payload, uint16_t packetId) {
-    return headerOf(7, static_cast<uint32_t>(payload.size()), packetId, subType) + payload;
+std::string innerOf(uint8_t subType, const std::string& payload) {
+    return headerOf(7, static_cast<uint32_t>(payload.size()), 0xA55A, subType) + payload;
 }
 
 Answer openAnswer(const std::string& wire, const Account& account) {
@@ -123,13 +119,13 @@ Answer Station::ask(const Request& request) const {
 }
 
 Answer Station::command(uint8_t subType, const std::string& argument) const {
-    Answer answer = ask({.type = 3, .subType = subType, .payload = argument});
-    const std::string start = {2, 3, answer.info() == 5 ? '\0' : '\2'};
+    Answer answer = ask({.type = kSpecial, .subType = subType, .payload = argument});
+    const std::string start = {2, 3, answer.info() == kUnknownCommand ? '\0' : '\2'};
     EXPECT_EQ(answer.header.substr(0, 3), start) << "version, type and code";
     EXPECT_EQ(answer.header.at(10), static_cast<char>(subType));
     return answer;
 }
 
 Answer Station::encrypted(uint8_t subType, const std::string& argument) const {
-    return ask({.type = 7, .subType = 0, .payload = innerOf(subType, argument)});
+    return ask({.type = kEncrypted, .subType = 0, .payload = innerOf(subType, argument)});
 }
